@@ -1,0 +1,38 @@
+# Set-up and everyday commands. `make run` and `make test` work on a fresh Debian 12 machine:
+# both install what is missing first.
+PREFIX ?= /usr/local
+WERROR := $(if $(CI),ON,OFF)
+export TESSALINE_WERROR := $(WERROR)
+
+.PHONY: all deps release run dev test install bench fuzz clean
+
+all: release
+
+deps:
+	@scripts/install-deps.sh >&2
+
+# Build output goes to stderr so that `make run` keeps stdout for the protocol.
+release: deps
+	@cmake --preset release >&2 && cmake --build --preset release >&2
+
+run: release
+	@./build/release/tessaline-mcp
+
+dev: deps
+	cmake --preset dev && cmake --build --preset dev
+
+test: deps
+	scripts/test.sh
+
+install: release
+	cmake --install build/release --prefix $(PREFIX)
+
+bench: deps
+	cmake --preset bench && cmake --build --preset bench
+	scripts/bench.sh
+
+fuzz: deps
+	FUZZ_SECONDS=$${FUZZ_SECONDS:-300} scripts/fuzz.sh
+
+clean:
+	rm -rf build
