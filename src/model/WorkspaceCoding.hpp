@@ -1,0 +1,65 @@
+#pragma once
+
+#include "model/Workspace.hpp"
+#include "support/JSONReader.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <string_view>
+
+// The persisted JSON form of the workspace records. Keys are the field names; enumerations
+// are written as their raw values, UUIDs as upper-case text; an absent optional is left out.
+//
+// Reading is strict: every non-optional key must be present with a value of its type or the
+// whole document is rejected with a DecodingError that names the coding path. Unknown keys
+// are ignored and null reads as absent. Two records are tolerant, so that documents from
+// before their later fields existed still load: APICollection needs only "id" and "name",
+// and every key of OAuth2Config is optional; missing keys take the defaults of the records.
+namespace tessaline {
+
+std::string encodeWorkspace(const Workspace& workspace);
+// Throws DecodingError.
+Workspace decodeWorkspace(std::string_view bytes);
+
+nlohmann::json toJSON(const Workspace& workspace);
+nlohmann::json toJSON(const APICollection& collection);
+nlohmann::json toJSON(const CollectionItem& item);
+nlohmann::json toJSON(const Folder& folder);
+nlohmann::json toJSON(const APIRequest& request);
+nlohmann::json toJSON(const KeyValue& row);
+nlohmann::json toJSON(const RequestBody& body);
+nlohmann::json toJSON(const Auth& auth);
+nlohmann::json toJSON(const OAuth2Config& config);
+nlohmann::json toJSON(const APIEnvironment& environment);
+nlohmann::json toJSON(const std::vector<KeyValue>& rows);
+
+Workspace decodeWorkspace(const JSONReader& reader);
+APICollection decodeAPICollection(const JSONReader& reader);
+// An item is {"folder": {"_0": {...}}} or {"request": {"_0": {...}}}: exactly one of the two
+// case keys must be there (other keys are ignored like everywhere else).
+CollectionItem decodeCollectionItem(const JSONReader& reader);
+Folder decodeFolder(const JSONReader& reader);
+APIRequest decodeAPIRequest(const JSONReader& reader);
+KeyValue decodeKeyValue(const JSONReader& reader);
+std::vector<KeyValue> decodeKeyValues(const JSONReader& reader);
+RequestBody decodeRequestBody(const JSONReader& reader);
+Auth decodeAuth(const JSONReader& reader);
+OAuth2Config decodeOAuth2Config(const JSONReader& reader);
+APIEnvironment decodeAPIEnvironment(const JSONReader& reader);
+
+// Reads an enumeration from its raw value; any other text is a reading error that lists
+// the accepted spellings.
+template <class Enum>
+Enum decodeEnum(const JSONReader& reader) {
+    const auto text = reader.string();
+    if (const auto value = fromRawValue<Enum>(text)) return *value;
+    std::string accepted;
+    for (const auto candidate : allCases<Enum>()) {
+        accepted += accepted.empty() ? "" : ", ";
+        accepted += rawValue(candidate);
+    }
+    reader.fail(DecodingError::Kind::dataCorrupted, "Unknown value “" + text + "”, expected one of " + accepted + ".");
+}
+
+}  // namespace tessaline

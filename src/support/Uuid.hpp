@@ -1,0 +1,47 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tessaline {
+
+// A 128-bit identifier. Every identified record carries one; its text is the upper-case
+// 8-4-4-4-12 form (also used in file names), read back case-insensitively.
+class Uuid {
+public:
+    using Bytes = std::array<std::uint8_t, 16>;
+
+    // The nil UUID (all zero bits).
+    constexpr Uuid() = default;
+    constexpr explicit Uuid(const Bytes& bytes) : bytes_(bytes) {}
+
+    // A fresh version 4 (random) UUID from the CSPRNG.
+    static Uuid random();
+
+    // Accepts exactly 36 characters, 8-4-4-4-12 hexadecimal digits in either case.
+    static std::optional<Uuid> parse(std::string_view text);
+
+    std::string text() const;
+    std::string lowercaseText() const;
+    const Bytes& bytes() const { return bytes_; }
+
+    auto operator<=>(const Uuid&) const = default;
+
+private:
+    std::string formatted(const char* digits) const;
+
+    Bytes bytes_{};
+};
+
+}  // namespace tessaline
+
+template <>
+struct std::hash<tessaline::Uuid> {
+    std::size_t operator()(const tessaline::Uuid& uuid) const noexcept;
+};

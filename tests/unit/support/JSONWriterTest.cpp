@@ -1,0 +1,34 @@
+#include "support/JSONWriter.hpp"
+
+#include "support/Error.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace tessaline {
+namespace {
+
+TEST(JSONWriterTest, PrettySortedPlainSlashes) {
+    const nlohmann::json value{{"zeta", "a/b"}, {"Alpha", {1, 2}}, {"beta", nlohmann::json::object()}, {"\xC3\xA9", true}};
+    EXPECT_EQ("{\n  \"Alpha\": [\n    1,\n    2\n  ],\n  \"beta\": {},\n  \"zeta\": \"a/b\",\n  \"\xC3\xA9\": true\n}",
+              jsonWriter::write(value));
+}
+
+TEST(JSONWriterTest, NumbersByTheirShortestText) {
+    struct Case {
+        double number;
+        const char* text;
+    } cases[] = {{30.0, "30"}, {-2.0, "-2"}, {0.1, "0.1"}, {12.5, "12.5"}, {1e-7, "1e-07"}, {-0.0, "0"},
+                 {1.0 / 3, "0.3333333333333333"}};
+    for (const auto& c : cases) EXPECT_EQ(c.text, jsonWriter::write(c.number)) << c.number;
+}
+
+TEST(JSONWriterTest, NonFiniteNumbersAreRefused) {
+    EXPECT_THROW(jsonWriter::write(nlohmann::json{{"t", std::numeric_limits<double>::infinity()}}), Error);
+}
+
+TEST(JSONWriterTest, InvalidUtf8IsRepaired) { EXPECT_EQ("\"a\xEF\xBF\xBD\"", jsonWriter::write("a\xFF")); }
+
+}  // namespace
+}  // namespace tessaline
