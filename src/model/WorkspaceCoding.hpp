@@ -23,6 +23,7 @@ std::string encodeWorkspace(const Workspace& workspace);
 // Throws DecodingError.
 Workspace decodeWorkspace(std::string_view bytes);
 
+// Each record streamed into a writer, as part of a larger persisted document.
 void write(JSONWriter& writer, const Workspace& workspace);
 void write(JSONWriter& writer, const APICollection& collection);
 void write(JSONWriter& writer, const CollectionItem& item);
@@ -36,7 +37,6 @@ void write(JSONWriter& writer, const OAuth2Config& config);
 void write(JSONWriter& writer, const APIEnvironment& environment);
 
 // The same JSON as a tree, for embedding a record in another document.
-
 nlohmann::json toJSON(const Workspace& workspace);
 nlohmann::json toJSON(const APICollection& collection);
 nlohmann::json toJSON(const CollectionItem& item);
