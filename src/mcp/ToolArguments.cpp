@@ -1,5 +1,7 @@
 #include "mcp/ToolArguments.hpp"
 
+#include "support/JSONWriter.hpp"
+
 namespace tessaline::toolArguments {
 
 using nlohmann::json;
@@ -31,6 +33,6 @@ std::optional<std::vector<KeyValue>> rows(const json& arguments, const std::stri
     return result;
 }
 
-std::string pretty(const json& value) { return value.dump(2, ' ', false, json::error_handler_t::replace); }
+std::string pretty(const json& value) { return JSONWriter::write(value); }
 
 }  // namespace tessaline::toolArguments
