@@ -1,5 +1,7 @@
 #include "support/JSONReader.hpp"
 
+#include "support/Base64.hpp"
+
 #include <cmath>
 #include <limits>
 
@@ -135,6 +137,19 @@ Uuid JSONReader::uuid() const {
     const auto uuid = Uuid::parse(text);
     if (!uuid) fail(DecodingError::Kind::dataCorrupted, "Invalid UUID “" + text + "”.");
     return *uuid;
+}
+
+Date JSONReader::date() const {
+    auto text = string();
+    const auto date = parseISO8601(text);
+    if (!date) fail(DecodingError::Kind::dataCorrupted, "Invalid ISO 8601 date “" + text + "”.");
+    return *date;
+}
+
+std::string JSONReader::data() const {
+    auto bytes = base64::decode(string());
+    if (!bytes) fail(DecodingError::Kind::dataCorrupted, "Invalid Base64 data.");
+    return std::move(*bytes);
 }
 
 }  // namespace tessaline

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/Date.hpp"
 #include "support/DecodingError.hpp"
 #include "support/Uuid.hpp"
 
@@ -45,6 +46,8 @@ public:
     std::int64_t integer() const;  // also accepts a number with a zero fraction
     double number() const;         // accepts integers and fractions, rejects non-finite values
     Uuid uuid() const;
+    Date date() const;         // ISO 8601 text
+    std::string data() const;  // standard Base64 text, read back to its bytes
 
     const nlohmann::json::object_t& object() const;
 
