@@ -136,6 +136,7 @@ TEST(VersionArchiveParseTest, NamesAndWhatTheyReadAs) {
         {"20251301T142233.045Z~bad-month.json", std::nullopt},
         {"2025031T142233.045Z~short.json", std::nullopt},
         {"+2025031T142233.045Z~sign.json", std::nullopt},
+        {"28250301T142233.045Z~beyond-the-clock.json", std::nullopt},
         {"notes.json", std::nullopt},
         {".json", std::nullopt},
     };
