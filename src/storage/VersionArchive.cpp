@@ -3,7 +3,7 @@
 #include "model/WorkspaceCoding.hpp"
 #include "storage/SnapshotName.hpp"
 #include "support/Error.hpp"
-#include "support/Files.hpp"
+#include "support/AtomicFile.hpp"
 
 #include <algorithm>
 #include <memory>
@@ -50,13 +50,12 @@ std::unique_ptr<icu::Calendar> currentCalendar() {
 }  // namespace
 
 std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std::string_view reason, Date date) const {
+    if (newestHolds(data)) return std::nullopt;
     try {
-        const auto versions = list();
-        if (!versions.empty() && files::read(versions.front().url) == data) return std::nullopt;
         std::error_code ignored;
         std::filesystem::create_directories(folderURL_, ignored);
         const auto url = folderURL_ / snapshotName::make(date, reason);
-        files::writeAtomically(url, data);
+        atomicFile::write(url, data);
         return parse(url);
     } catch (const std::exception&) {
         return std::nullopt;
@@ -76,10 +75,18 @@ std::vector<WorkspaceVersion> VersionArchive::list() const {
     return versions;
 }
 
+// A newest snapshot that cannot be read holds nothing: the save goes ahead.
+bool VersionArchive::newestHolds(std::string_view data) const {
+    const auto versions = list();
+    try {
+        return !versions.empty() && atomicFile::read(versions.front().url) == data;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
 Workspace VersionArchive::load(const WorkspaceVersion& version) const {
-    const auto bytes = files::read(version.url);
-    if (!bytes) throw Error("Couldn't read the version “" + version.url.filename().string() + "”.");
-    return decodeWorkspace(*bytes);
+    return decodeWorkspace(atomicFile::read(version.url));
 }
 
 std::optional<WorkspaceVersion> VersionArchive::parse(const std::filesystem::path& url) {
