@@ -1,0 +1,149 @@
+#include "pipeline/JSONFormat.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include <nlohmann/json.hpp>
+
+#include "support/Utf8.hpp"
+
+namespace tessaline {
+namespace {
+
+using TokenKind = JSONFormat::TokenKind;
+
+constexpr bool isWhitespace(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+}
+
+constexpr std::array<bool, 256> bareWordEnds = [] {
+    std::array<bool, 256> table{};
+    for (unsigned char byte : std::string_view(" \t\n\r\",:[]{}")) table[byte] = true;
+    return table;
+}();
+
+// The one formatting pass. Calls emit(kind, head, tail) for each token in order, the token's
+// text being head followed by tail; both views are valid UTF-8 and die with the call.
+template <class Emit>
+void layOut(std::string_view text, std::string_view indentText, std::string_view newlineText,
+            std::string_view spaceText, Emit&& emit) {
+    const std::string indent = utf8::repaired(indentText);
+    const std::string space = utf8::repaired(spaceText);
+    // Cutting valid UTF-8 at ASCII bytes leaves valid pieces, so only an invalid input needs
+    // its strings and bare words repaired one by one.
+    const bool inputIsValid = utf8::isValid(text);
+    std::string repairedPiece;
+    const auto piece = [&](size_t start, size_t end) -> std::string_view {
+        const std::string_view bytes = text.substr(start, end - start);
+        if (inputIsValid) return bytes;
+        repairedPiece = utf8::repaired(bytes);
+        return repairedPiece;
+    };
+
+    std::string lineBreak = utf8::repaired(newlineText);  // newline + indent for each open bracket
+    std::vector<char> openBrackets;
+    bool expectingKey = false;
+    size_t pos = 0;
+    while (pos < text.size()) {
+        const char byte = text[pos];
+        switch (byte) {
+        case ' ':
+        case '\t':
+        case '\n':
+        case '\r':
+            ++pos;
+            break;
+        case '{':
+        case '[': {
+            size_t next = pos + 1;
+            while (next < text.size() && isWhitespace(text[next])) ++next;
+            if (next < text.size() && text[next] == (byte == '{' ? '}' : ']')) {
+                emit(TokenKind::punctuation, byte == '{' ? "{}" : "[]", "");
+                pos = next + 1;
+                break;
+            }
+            openBrackets.push_back(byte);
+            lineBreak += indent;
+            emit(TokenKind::punctuation, text.substr(pos++, 1), lineBreak);
+            if (byte == '{') expectingKey = true;
+            break;
+        }
+        case '}':
+        case ']':
+            if (!openBrackets.empty()) {
+                openBrackets.pop_back();
+                lineBreak.resize(lineBreak.size() - indent.size());
+            }
+            emit(TokenKind::punctuation, lineBreak, text.substr(pos++, 1));
+            expectingKey = false;
+            break;
+        case ',':
+            emit(TokenKind::punctuation, ",", lineBreak);
+            expectingKey = !openBrackets.empty() && openBrackets.back() == '{';
+            ++pos;
+            break;
+        case ':':
+            emit(TokenKind::punctuation, ":", space);
+            expectingKey = false;
+            ++pos;
+            break;
+        case '"': {
+            size_t end = pos + 1;
+            while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
+            end = std::min(end + 1, text.size());  // the closing quote, or the rest of the text
+            emit(expectingKey ? TokenKind::key : TokenKind::string, piece(pos, end), "");
+            pos = end;
+            break;
+        }
+        default: {
+            size_t end = pos + 1;
+            while (end < text.size() && !bareWordEnds[static_cast<unsigned char>(text[end])]) ++end;
+            const std::string_view word = text.substr(pos, end - pos);
+            const bool isLiteral = word == "true" || word == "false" || word == "null";
+            emit(isLiteral ? TokenKind::literal : TokenKind::number, piece(pos, end), "");
+            pos = end;
+        }
+        }
+    }
+}
+
+std::string joined(std::string_view text, std::string_view indent, std::string_view newline,
+                   std::string_view space) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 2);
+    layOut(text, indent, newline, space, [&out](TokenKind, std::string_view head, std::string_view tail) {
+        out.append(head);
+        out.append(tail);
+    });
+    return out;
+}
+
+}  // namespace
+
+std::vector<JSONFormat::Token> JSONFormat::tokens(std::string_view text, std::string_view indent,
+                                                  std::string_view newline, std::string_view space) {
+    std::vector<Token> tokens;
+    layOut(text, indent, newline, space, [&tokens](TokenKind kind, std::string_view head, std::string_view tail) {
+        std::string tokenText;
+        tokenText.reserve(head.size() + tail.size());
+        tokenText.append(head).append(tail);
+        tokens.push_back({std::move(tokenText), kind});
+    });
+    return tokens;
+}
+
+std::string JSONFormat::prettyPrinted(std::string_view text, std::string_view indent) {
+    return joined(text, indent, "\n", " ");
+}
+
+std::string JSONFormat::minified(std::string_view text) {
+    return joined(text, "", "", "");
+}
+
+// The strict reader takes a NUL byte for the end of the text; valid JSON never holds one
+// (not even inside a string, where raw control characters are forbidden).
+bool JSONFormat::isValid(std::string_view text) {
+    return text.find('\0') == std::string_view::npos && nlohmann::json::accept(text.begin(), text.end());
+}
+
+}  // namespace tessaline

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace tessaline {
+
+// A parsed JSON document that keeps what a faithful display needs: object members in source
+// order with duplicate keys kept as separate members, and numbers as their source text.
+//
+// Trees may be nested arbitrarily deep (a response body of 100,000 nested arrays is legal
+// input): copying, comparing and destroying a value never recurse per nesting level.
+class JSONValue {
+public:
+    struct Member;
+    using Object = std::vector<Member>;
+    using Array = std::vector<JSONValue>;
+    // A number is kept as written ("1.0" and "1" differ); the text is never converted.
+    struct Number {
+        std::string text;
+        bool operator==(const Number&) const = default;
+    };
+    using Storage = std::variant<Object, Array, std::string, Number, bool, std::nullptr_t>;
+
+    JSONValue() noexcept : payload(nullptr) {}
+    JSONValue(Object members) noexcept : payload(std::move(members)) {}
+    JSONValue(Array elements) noexcept : payload(std::move(elements)) {}
+    JSONValue(std::string text) noexcept : payload(std::move(text)) {}
+    JSONValue(Number number) noexcept : payload(std::move(number)) {}
+    // Constrained so that a string literal never converts to a boolean.
+    template <std::same_as<bool> Bool>
+    JSONValue(Bool flag) noexcept : payload(flag) {}
+    JSONValue(std::nullptr_t) noexcept : payload(nullptr) {}
+
+    JSONValue(const JSONValue& other);
+    JSONValue(JSONValue&& other) noexcept = default;
+    JSONValue& operator=(const JSONValue& other);
+    JSONValue& operator=(JSONValue&& other) noexcept;
+    ~JSONValue();
+
+    const Storage& storage() const { return payload; }
+    Storage& storage() { return payload; }
+
+    bool isContainer() const;
+    // Members of an object or elements of an array; 0 for a scalar.
+    size_t childCount() const;
+    // A scalar's display text: a quoted string, a number's text, "true", "false" or "null".
+    // A container has no literal (the empty text); JSONParser::serialize renders it.
+    std::string literal() const;
+
+    // Structural: member order matters, numbers compare by their text.
+    bool operator==(const JSONValue& other) const;
+
+private:
+    using Copies = std::vector<std::pair<const JSONValue*, JSONValue*>>;
+    using Comparisons = std::vector<std::pair<const JSONValue*, const JSONValue*>>;
+
+    explicit JSONValue(Storage storage) noexcept : payload(std::move(storage)) {}
+    // The value itself for a scalar, an empty container of the same case for a container.
+    static JSONValue shell(const JSONValue& value);
+    // Fills this shell with shells of `source`'s children; queues the non-empty ones.
+    void copyChildren(const JSONValue& source, Copies& pending);
+    // Same case, same scalar, same size and keys; queues the children to compare next.
+    bool sameLevel(const JSONValue& other, Comparisons& pending) const;
+    // Empties this container, moving its non-empty child containers onto `pending`.
+    void releaseChildren(std::vector<JSONValue>& pending);
+
+    Storage payload;
+};
+
+struct JSONValue::Member {
+    std::string key;
+    JSONValue value;
+    bool operator==(const Member&) const = default;
+};
+
+}  // namespace tessaline
