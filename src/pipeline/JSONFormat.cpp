@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/ByteScan.hpp"
 #include "support/Utf8.hpp"
 
 namespace tessaline {
@@ -12,15 +13,16 @@ namespace {
 
 using TokenKind = JSONFormat::TokenKind;
 
-constexpr bool isWhitespace(char byte) {
-    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+constexpr std::array<bool, 256> byteSet(std::string_view members) {
+    std::array<bool, 256> table{};
+    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
+    return table;
 }
 
-constexpr std::array<bool, 256> bareWordEnds = [] {
-    std::array<bool, 256> table{};
-    for (unsigned char byte : std::string_view(" \t\n\r\",:[]{}")) table[byte] = true;
-    return table;
-}();
+constexpr std::array<bool, 256> whitespaceBytes = byteSet(" \t\n\r");
+constexpr std::array<bool, 256> bareWordEnds = byteSet(" \t\n\r\",:[]{}");
+
+bool isWhitespace(char byte) { return whitespaceBytes[static_cast<unsigned char>(byte)]; }
 
 // The one formatting pass. Calls emit(kind, head, tail) for each token in order, the token's
 // text being head followed by tail; both views are valid UTF-8 and die with the call.
@@ -29,13 +31,11 @@ void layOut(std::string_view text, std::string_view indentText, std::string_view
             std::string_view spaceText, Emit&& emit) {
     const std::string indent = utf8::repaired(indentText);
     const std::string space = utf8::repaired(spaceText);
-    // Cutting valid UTF-8 at ASCII bytes leaves valid pieces, so only an invalid input needs
-    // its strings and bare words repaired one by one.
-    const bool inputIsValid = utf8::isValid(text);
+    // A string or bare word from the text, repaired unless it is ASCII or valid anyway.
     std::string repairedPiece;
-    const auto piece = [&](size_t start, size_t end) -> std::string_view {
+    const auto piece = [&](size_t start, size_t end, bool sawNonASCII) -> std::string_view {
         const std::string_view bytes = text.substr(start, end - start);
-        if (inputIsValid) return bytes;
+        if (!sawNonASCII || utf8::isValid(bytes)) return bytes;
         repairedPiece = utf8::repaired(bytes);
         return repairedPiece;
     };
@@ -51,7 +51,7 @@ void layOut(std::string_view text, std::string_view indentText, std::string_view
         case '\t':
         case '\n':
         case '\r':
-            ++pos;
+            while (pos < text.size() && isWhitespace(text[pos])) pos = bytescan::skipSpaces(text, pos + 1);
             break;
         case '{':
         case '[': {
@@ -88,19 +88,28 @@ void layOut(std::string_view text, std::string_view indentText, std::string_view
             ++pos;
             break;
         case '"': {
+            bool sawNonASCII = false;
             size_t end = pos + 1;
-            while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
+            // A backslash passes over the byte after it, whatever it is.
+            while ((end = bytescan::findQuoteOrBackslash(text, end, sawNonASCII)) + 1 < text.size() &&
+                   text[end] == '\\') {
+                sawNonASCII |= static_cast<unsigned char>(text[end + 1]) >= 0x80;
+                end += 2;
+            }
             end = std::min(end + 1, text.size());  // the closing quote, or the rest of the text
-            emit(expectingKey ? TokenKind::key : TokenKind::string, piece(pos, end), "");
+            emit(expectingKey ? TokenKind::key : TokenKind::string, piece(pos, end, sawNonASCII), "");
             pos = end;
             break;
         }
         default: {
-            size_t end = pos + 1;
-            while (end < text.size() && !bareWordEnds[static_cast<unsigned char>(text[end])]) ++end;
+            bool sawNonASCII = false;
+            size_t end = pos;
+            for (; end < text.size() && (end == pos || !bareWordEnds[static_cast<unsigned char>(text[end])]); ++end) {
+                sawNonASCII |= static_cast<unsigned char>(text[end]) >= 0x80;
+            }
             const std::string_view word = text.substr(pos, end - pos);
             const bool isLiteral = word == "true" || word == "false" || word == "null";
-            emit(isLiteral ? TokenKind::literal : TokenKind::number, piece(pos, end), "");
+            emit(isLiteral ? TokenKind::literal : TokenKind::number, piece(pos, end, sawNonASCII), "");
             pos = end;
         }
         }

@@ -5,20 +5,20 @@
 #include <optional>
 #include <vector>
 
+#include "support/ByteScan.hpp"
 #include "support/Utf8.hpp"
 
 namespace tessaline {
 namespace {
 
-constexpr bool isWhitespace(unsigned char byte) {
-    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+constexpr std::array<bool, 256> byteSet(std::string_view members) {
+    std::array<bool, 256> table{};
+    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
+    return table;
 }
 
-constexpr std::array<bool, 256> numberBytes = [] {
-    std::array<bool, 256> table{};
-    for (unsigned char byte : std::string_view("0123456789+-.eE")) table[byte] = true;
-    return table;
-}();
+constexpr std::array<bool, 256> whitespaceBytes = byteSet(" \t\n\r");
+constexpr std::array<bool, 256> numberBytes = byteSet("0123456789+-.eE");
 
 int hexDigit(char byte) {
     if (byte >= '0' && byte <= '9') return byte - '0';
@@ -77,7 +77,9 @@ private:
     bool at(char byte) const { return pos < bytes.size() && bytes[pos] == byte; }
 
     void skipWhitespace() {
-        while (pos < bytes.size() && isWhitespace(static_cast<unsigned char>(bytes[pos]))) ++pos;
+        while (pos < bytes.size() && whitespaceBytes[static_cast<unsigned char>(bytes[pos])]) {
+            pos = bytescan::skipSpaces(bytes, pos + 1);
+        }
     }
 
     // Pushes a complete value onto `elements`, or opens a non-empty container and returns
@@ -91,7 +93,7 @@ private:
         case 't': readKeyword("true"); elements.emplace_back(true); return true;
         case 'f': readKeyword("false"); elements.emplace_back(false); return true;
         case 'n': readKeyword("null"); elements.emplace_back(nullptr); return true;
-        default: elements.emplace_back(JSONValue::Number{readNumber()}); return true;
+        default: elements.emplace_back(JSONValue::Number(readNumber())); return true;
         }
     }
 
@@ -168,18 +170,21 @@ private:
     }
 
     // Any run of number bytes, unchecked: "1-2e" and "--" are numbers here.
-    std::string readNumber() {
+    std::string_view readNumber() {
         const size_t start = pos;
         while (pos < bytes.size() && numberBytes[static_cast<unsigned char>(bytes[pos])]) ++pos;
         if (pos == start) fail(pos, "unexpected character");
-        return std::string(bytes.substr(start, pos - start));
+        return bytes.substr(start, pos - start);
     }
 
     // Cursor on the opening quote. Strings without escapes are copied in one piece.
     std::string readString() {
         const size_t start = ++pos;
-        scanRun();
-        if (at('"')) return utf8::repaired(bytes.substr(start, pos++ - start));
+        const bool isASCII = scanRun();
+        if (at('"')) {
+            const std::string_view text = bytes.substr(start, pos++ - start);
+            return isASCII ? std::string(text) : utf8::repaired(text);
+        }
         scratch.assign(bytes.substr(start, pos - start));
         for (;;) {
             readEscape();
@@ -193,10 +198,13 @@ private:
         }
     }
 
-    // Advances to the next quote or backslash; there must be one.
-    void scanRun() {
-        while (pos < bytes.size() && bytes[pos] != '"' && bytes[pos] != '\\') ++pos;
+    // Advances to the next quote or backslash, which must exist; true when the bytes passed
+    // were all ASCII.
+    bool scanRun() {
+        bool sawNonASCII = false;
+        pos = bytescan::findQuoteOrBackslash(bytes, pos, sawNonASCII);
         if (atEnd()) fail(pos, "unterminated string");
+        return !sawNonASCII;
     }
 
     // Cursor on a backslash; appends what the escape stands for to `scratch`.

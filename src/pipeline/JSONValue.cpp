@@ -1,5 +1,7 @@
 #include "pipeline/JSONValue.hpp"
 
+#include <algorithm>
+
 #include "pipeline/JSONParser.hpp"
 #include "support/Overloaded.hpp"
 
@@ -26,8 +28,7 @@ JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
     return *this;
 }
 
-JSONValue::~JSONValue() {
-    if (!isContainer()) return;
+void JSONValue::releaseTree() {
     std::vector<JSONValue> pending;
     releaseChildren(pending);
     while (!pending.empty()) {
@@ -37,28 +38,12 @@ JSONValue::~JSONValue() {
     }
 }
 
-bool JSONValue::isContainer() const {
-    return std::holds_alternative<Object>(payload) || std::holds_alternative<Array>(payload);
-}
-
-size_t JSONValue::childCount() const {
-    return std::visit(Overloaded{
-                          [](const Object& members) { return members.size(); },
-                          [](const Array& elements) { return elements.size(); },
-                          [](const std::string&) { return size_t{0}; },
-                          [](const Number&) { return size_t{0}; },
-                          [](bool) { return size_t{0}; },
-                          [](std::nullptr_t) { return size_t{0}; },
-                      },
-                      payload);
-}
-
 std::string JSONValue::literal() const {
     return std::visit(Overloaded{
                           [](const Object&) { return std::string(); },
                           [](const Array&) { return std::string(); },
                           [](const std::string& text) { return JSONParser::quote(text); },
-                          [](const Number& number) { return number.text; },
+                          [](const Number& number) { return std::string(number.text()); },
                           [](bool flag) { return std::string(flag ? "true" : "false"); },
                           [](std::nullptr_t) { return std::string("null"); },
                       },
@@ -119,9 +104,20 @@ bool JSONValue::sameLevel(const JSONValue& other, Comparisons& pending) const {
     return payload == other.payload;
 }
 
+bool JSONValue::hasNestedContainer() const {
+    const auto nonEmpty = [](const JSONValue& child) { return child.childCount() > 0; };
+    if (const auto* members = std::get_if<Object>(&payload)) {
+        return std::any_of(members->begin(), members->end(), [&](const Member& member) { return nonEmpty(member.value); });
+    }
+    if (const auto* elements = std::get_if<Array>(&payload)) return std::any_of(elements->begin(), elements->end(), nonEmpty);
+    return false;
+}
+
+// A child without nested containers is destroyed in place: its own destructor then only
+// meets scalars and empty containers, so that recursion stays one level deep.
 void JSONValue::releaseChildren(std::vector<JSONValue>& pending) {
     const auto release = [&pending](JSONValue& child) {
-        if (child.childCount() > 0) pending.push_back(std::move(child));
+        if (child.hasNestedContainer()) pending.push_back(std::move(child));
     };
     if (auto* members = std::get_if<Object>(&payload)) {
         for (Member& member : *members) release(member.value);

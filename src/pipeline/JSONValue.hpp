@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include "pipeline/JSONNumber.hpp"
+
 namespace tessaline {
 
 // A parsed JSON document that keeps what a faithful display needs: object members in source
@@ -19,11 +21,7 @@ public:
     struct Member;
     using Object = std::vector<Member>;
     using Array = std::vector<JSONValue>;
-    // A number is kept as written ("1.0" and "1" differ); the text is never converted.
-    struct Number {
-        std::string text;
-        bool operator==(const Number&) const = default;
-    };
+    using Number = JSONNumber;
     using Storage = std::variant<Object, Array, std::string, Number, bool, std::nullptr_t>;
 
     JSONValue() noexcept : payload(nullptr) {}
@@ -40,12 +38,16 @@ public:
     JSONValue(JSONValue&& other) noexcept = default;
     JSONValue& operator=(const JSONValue& other);
     JSONValue& operator=(JSONValue&& other) noexcept;
-    ~JSONValue();
+    ~JSONValue() {
+        if (isContainer()) releaseTree();
+    }
 
     const Storage& storage() const { return payload; }
     Storage& storage() { return payload; }
 
-    bool isContainer() const;
+    bool isContainer() const {
+        return std::holds_alternative<Object>(payload) || std::holds_alternative<Array>(payload);
+    }
     // Members of an object or elements of an array; 0 for a scalar.
     size_t childCount() const;
     // A scalar's display text: a quoted string, a number's text, "true", "false" or "null".
@@ -66,7 +68,10 @@ private:
     void copyChildren(const JSONValue& source, Copies& pending);
     // Same case, same scalar, same size and keys; queues the children to compare next.
     bool sameLevel(const JSONValue& other, Comparisons& pending) const;
-    // Empties this container, moving its non-empty child containers onto `pending`.
+    // Destroys the children level by level from a work list instead of by recursion.
+    void releaseTree();
+    bool hasNestedContainer() const;
+    // Empties this container, moving the children that hold non-empty containers onto `pending`.
     void releaseChildren(std::vector<JSONValue>& pending);
 
     Storage payload;
@@ -77,5 +82,11 @@ struct JSONValue::Member {
     JSONValue value;
     bool operator==(const Member&) const = default;
 };
+
+inline size_t JSONValue::childCount() const {
+    if (const auto* members = std::get_if<Object>(&payload)) return members->size();
+    if (const auto* elements = std::get_if<Array>(&payload)) return elements->size();
+    return 0;
+}
 
 }  // namespace tessaline
