@@ -24,23 +24,21 @@ public:
     using Number = JSONNumber;
     using Storage = std::variant<Object, Array, std::string, Number, bool, std::nullptr_t>;
 
-    JSONValue() noexcept : payload(nullptr) {}
-    JSONValue(Object members) noexcept : payload(std::move(members)) {}
-    JSONValue(Array elements) noexcept : payload(std::move(elements)) {}
-    JSONValue(std::string text) noexcept : payload(std::move(text)) {}
-    JSONValue(Number number) noexcept : payload(std::move(number)) {}
+    JSONValue() noexcept;
+    JSONValue(Object members) noexcept;
+    JSONValue(Array elements) noexcept;
+    JSONValue(std::string text) noexcept;
+    JSONValue(Number number) noexcept;
     // Constrained so that a string literal never converts to a boolean.
     template <std::same_as<bool> Bool>
-    JSONValue(Bool flag) noexcept : payload(flag) {}
-    JSONValue(std::nullptr_t) noexcept : payload(nullptr) {}
+    JSONValue(Bool flag) noexcept;
+    JSONValue(std::nullptr_t) noexcept;
 
     JSONValue(const JSONValue& other);
-    JSONValue(JSONValue&& other) noexcept = default;
+    JSONValue(JSONValue&& other) noexcept;
     JSONValue& operator=(const JSONValue& other);
     JSONValue& operator=(JSONValue&& other) noexcept;
-    ~JSONValue() {
-        if (isContainer()) releaseTree();
-    }
+    ~JSONValue();
 
     const Storage& storage() const { return payload; }
     Storage& storage() { return payload; }
@@ -61,7 +59,7 @@ private:
     using Copies = std::vector<std::pair<const JSONValue*, JSONValue*>>;
     using Comparisons = std::vector<std::pair<const JSONValue*, const JSONValue*>>;
 
-    explicit JSONValue(Storage storage) noexcept : payload(std::move(storage)) {}
+    explicit JSONValue(Storage storage) noexcept;
     // The value itself for a scalar, an empty container of the same case for a container.
     static JSONValue shell(const JSONValue& value);
     // Fills this shell with shells of `source`'s children; queues the non-empty ones.
@@ -82,6 +80,21 @@ struct JSONValue::Member {
     JSONValue value;
     bool operator==(const Member&) const = default;
 };
+
+// Defined here, where Member is complete.
+inline JSONValue::JSONValue() noexcept : payload(nullptr) {}
+inline JSONValue::JSONValue(JSONValue&& other) noexcept = default;
+inline JSONValue::~JSONValue() {
+    if (isContainer()) releaseTree();
+}
+inline JSONValue::JSONValue(Object members) noexcept : payload(std::move(members)) {}
+inline JSONValue::JSONValue(Array elements) noexcept : payload(std::move(elements)) {}
+inline JSONValue::JSONValue(std::string text) noexcept : payload(std::move(text)) {}
+inline JSONValue::JSONValue(Number number) noexcept : payload(std::move(number)) {}
+template <std::same_as<bool> Bool>
+inline JSONValue::JSONValue(Bool flag) noexcept : payload(flag) {}
+inline JSONValue::JSONValue(std::nullptr_t) noexcept : payload(nullptr) {}
+inline JSONValue::JSONValue(Storage storage) noexcept : payload(std::move(storage)) {}
 
 inline size_t JSONValue::childCount() const {
     if (const auto* members = std::get_if<Object>(&payload)) return members->size();
