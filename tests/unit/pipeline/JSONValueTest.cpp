@@ -78,7 +78,8 @@ TEST(JSONValueTest, CopiesAreDeepAndIndependent) {
 }
 
 TEST(JSONValueTest, AssigningADescendantKeepsItAlive) {
-    JSONValue copied = Array{Array{Number{"1"}, Number{"2"}}};
+    // The inner array is wrapped: a braced Array holding one Array would copy it instead.
+    JSONValue copied = Array{JSONValue(Array{Number{"1"}, Number{"2"}}), nullptr};
     copied = std::get<Array>(copied.storage())[0];
     EXPECT_EQ(JSONValue(Array{Number{"1"}, Number{"2"}}), copied);
 
