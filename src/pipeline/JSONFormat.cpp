@@ -13,16 +13,7 @@ namespace {
 
 using TokenKind = JSONFormat::TokenKind;
 
-constexpr std::array<bool, 256> byteSet(std::string_view members) {
-    std::array<bool, 256> table{};
-    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
-    return table;
-}
-
-constexpr std::array<bool, 256> whitespaceBytes = byteSet(" \t\n\r");
-constexpr std::array<bool, 256> bareWordEnds = byteSet(" \t\n\r\",:[]{}");
-
-bool isWhitespace(char byte) { return whitespaceBytes[static_cast<unsigned char>(byte)]; }
+constexpr std::array<bool, 256> bareWordEnds = bytescan::byteSet(" \t\n\r\",:[]{}");
 
 // The one formatting pass. Calls emit(kind, head, tail) for each token in order, the token's
 // text being head followed by tail; both views are valid UTF-8 and die with the call.
@@ -51,12 +42,11 @@ void layOut(std::string_view text, std::string_view indentText, std::string_view
         case '\t':
         case '\n':
         case '\r':
-            while (pos < text.size() && isWhitespace(text[pos])) pos = bytescan::skipSpaces(text, pos + 1);
+            pos = bytescan::skipWhitespace(text, pos);
             break;
         case '{':
         case '[': {
-            size_t next = pos + 1;
-            while (next < text.size() && isWhitespace(text[next])) ++next;
+            const size_t next = bytescan::skipWhitespace(text, pos + 1);
             if (next < text.size() && text[next] == (byte == '{' ? '}' : ']')) {
                 emit(TokenKind::punctuation, byte == '{' ? "{}" : "[]", "");
                 pos = next + 1;

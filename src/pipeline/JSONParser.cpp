@@ -11,14 +11,7 @@
 namespace tessaline {
 namespace {
 
-constexpr std::array<bool, 256> byteSet(std::string_view members) {
-    std::array<bool, 256> table{};
-    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
-    return table;
-}
-
-constexpr std::array<bool, 256> whitespaceBytes = byteSet(" \t\n\r");
-constexpr std::array<bool, 256> numberBytes = byteSet("0123456789+-.eE");
+constexpr std::array<bool, 256> numberBytes = bytescan::byteSet("0123456789+-.eE");
 
 int hexDigit(char byte) {
     if (byte >= '0' && byte <= '9') return byte - '0';
@@ -76,11 +69,7 @@ private:
     bool atEnd() const { return pos == bytes.size(); }
     bool at(char byte) const { return pos < bytes.size() && bytes[pos] == byte; }
 
-    void skipWhitespace() {
-        while (pos < bytes.size() && whitespaceBytes[static_cast<unsigned char>(bytes[pos])]) {
-            pos = bytescan::skipSpaces(bytes, pos + 1);
-        }
-    }
+    void skipWhitespace() { pos = bytescan::skipWhitespace(bytes, pos); }
 
     // Pushes a complete value onto `elements`, or opens a non-empty container and returns
     // false with the cursor at its first value.

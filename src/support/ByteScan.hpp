@@ -1,11 +1,13 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
-// Searches of the JSON readers' inner loops, eight bytes at a time.
+// Byte classes and searches of the JSON readers' inner loops; runs are scanned eight bytes at
+// a time.
 namespace tessaline::bytescan {
 
 static_assert(std::endian::native == std::endian::little, "byte order of the word-at-a-time searches");
@@ -29,6 +31,16 @@ inline uint64_t matches(uint64_t word, unsigned char byte) {
 
 }  // namespace detail
 
+// A membership table: table[byte] is true for the bytes of `members`.
+constexpr std::array<bool, 256> byteSet(std::string_view members) {
+    std::array<bool, 256> table{};
+    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
+    return table;
+}
+
+// JSON's whitespace: space, tab, line feed and carriage return.
+inline constexpr std::array<bool, 256> whitespace = byteSet(" \t\n\r");
+
 // The index of the first '"' or '\\' at or after `from`, or text.size(). Sets `sawNonASCII`
 // when a byte passed over has its high bit set (and leaves it alone otherwise).
 inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& sawNonASCII) {
@@ -49,14 +61,17 @@ inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& saw
     return at;
 }
 
-// The index of the first byte at or after `from` that is not a space, or text.size().
-inline size_t skipSpaces(std::string_view text, size_t from) {
+// The index of the first byte at or after `from` that is not JSON whitespace, or
+// text.size(). Indentation makes long runs of spaces, which are passed a word at a time.
+inline size_t skipWhitespace(std::string_view text, size_t from) {
     size_t at = from;
-    for (; at + 8 <= text.size(); at += 8) {
-        const uint64_t others = detail::load(text, at) ^ (detail::ones * ' ');
-        if (others != 0) return at + static_cast<size_t>(std::countr_zero(others) / 8);
+    while (at < text.size() && whitespace[static_cast<unsigned char>(text[at])]) {
+        for (++at; at + 8 <= text.size(); at += 8) {
+            const uint64_t others = detail::load(text, at) ^ (detail::ones * ' ');
+            if (others != 0) break;
+        }
+        while (at < text.size() && text[at] == ' ') ++at;
     }
-    while (at < text.size() && text[at] == ' ') ++at;
     return at;
 }
 
