@@ -1,1 +1,59 @@
-int main() { return 0; }
+#include "app/CommandLine.hpp"
+#include "mcp/MCPServer.hpp"
+#include "mcp/ToolCatalog.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+void writeLine(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
+std::string_view trimBlanksAndTabs(std::string_view line) {
+    const auto first = line.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return line.substr(first, line.find_last_not_of(" \t") - first + 1);
+}
+
+// Reads lines until the end of input and answers each before reading the next.
+void serve(tessaline::MCPServer& server) {
+    char* buffer = nullptr;
+    size_t capacity = 0;
+    ssize_t length;
+    while ((length = ::getline(&buffer, &capacity, stdin)) >= 0) {
+        std::string_view line(buffer, static_cast<size_t>(length));
+        if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+        line = trimBlanksAndTabs(line);
+        if (line.empty()) continue;
+        if (const auto reply = server.handle(line)) writeLine(*reply);
+    }
+    std::free(buffer);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
+    const auto commandLine = tessaline::CommandLine::parse(std::vector<std::string>(argv, argv + argc));
+    if (commandLine.version) {
+        writeLine(tessaline::CommandLine::versionLine());
+        return 0;
+    }
+    if (commandLine.help) {
+        writeLine(commandLine.usage());
+        return 0;
+    }
+    tessaline::MCPServer server;
+    if (commandLine.tools) {
+        writeLine(tessaline::ToolCatalog::listing());
+        return 0;
+    }
+    serve(server);
+    return 0;
+}

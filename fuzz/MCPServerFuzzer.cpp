@@ -1,0 +1,16 @@
+// Arbitrary input lines for the JSON-RPC layer: never a crash or a hang, at most one reply
+// per line, and every reply is a JSON object.
+#include "mcp/MCPServer.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static tessaline::MCPServer server;
+    const auto reply = server.handle(std::string_view(reinterpret_cast<const char*>(data), size));
+    if (reply && !nlohmann::json::parse(*reply, nullptr, false).is_object()) std::abort();
+    return 0;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tessaline {
+
+// Turns one line of input into at most one line of output: JSON-RPC 2.0 as the Model
+// Context Protocol's stdio transport speaks it. Requests get exactly one reply; messages
+// without an id (or with a null id) are notifications and get none. handle() never throws:
+// every failure becomes a reply.
+class MCPServer {
+public:
+    static constexpr std::string_view protocolVersion = "2025-06-18";
+    static constexpr std::string_view serverName = "tessaline";
+    static constexpr std::string_view serverVersion = "0.4.0";
+    static constexpr int defaultBodyLimit = 20000;
+
+    // The reply line without its line feed, or nothing for a notification.
+    std::optional<std::string> handle(std::string_view line);
+
+    // The method table. Throws MCPError for unknown methods and tools.
+    nlohmann::json dispatch(const std::string& method, const nlohmann::json& params);
+
+    // Runs one tool and returns its text. Throws MCPError(-32601) for an unknown name and
+    // any other error for a failed tool, which dispatch turns into an isError result.
+    std::string callTool(const std::string& name, const nlohmann::json& arguments);
+
+    // One line, keys sorted, slashes plain; "{}" when the value cannot be serialised.
+    static std::string encode(const nlohmann::json& reply);
+
+private:
+    nlohmann::json callToolResult(const nlohmann::json& params);
+};
+
+}  // namespace tessaline

@@ -1,0 +1,103 @@
+// The binary driven through its pipes: exact reply bytes, notifications, exit status, stderr,
+// and the informational switches.
+import { test } from 'node:test';
+import assert from 'node:assert/strict';
+import { existsSync } from 'node:fs';
+import { join } from 'node:path';
+import { binary, run, temporaryFolder } from './harness.mjs';
+
+test('answers each request line with one exact line and exits 0 at end of input', async (t) => {
+  const workspace = temporaryFolder(t);
+  const input = [
+    '{"jsonrpc":"2.0","id":1,"method":"ping"}',
+    '{"jsonrpc":"2.0","method":"notifications/initialized"}',
+    '{"jsonrpc":"2.0","id":null,"method":"ping"}',
+    '',
+    ' \t ',
+    '\t{"jsonrpc":"2.0","id":"two","method":"resources/templates/list"}  ',
+    '[1]',
+    'garbage',
+    '{"jsonrpc":"2.0","id":3,"method":"tools/call","params":{"name":"nope"}}',
+    '{"jsonrpc":"2.0","id":4,"method":"tools/call","params":{}}',
+    '{"jsonrpc":"2.0","id":5,"method":"bogus"}',
+  ].join('\n') + '\n';
+  const { status, stdout, stderr } = await run(['--workspace', workspace], input);
+  assert.equal(status, 0);
+  assert.equal(stderr, '');
+  assert.equal(
+    stdout,
+    [
+      '{"id":1,"jsonrpc":"2.0","result":{}}',
+      '{"id":"two","jsonrpc":"2.0","result":{"resourceTemplates":[]}}',
+      '{"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"}',
+      '{"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"}',
+      '{"error":{"code":-32601,"message":"Unknown tool: nope"},"id":3,"jsonrpc":"2.0"}',
+      '{"error":{"code":-32602,"message":"Missing tool name"},"id":4,"jsonrpc":"2.0"}',
+      '{"error":{"code":-32601,"message":"Method not found: bogus"},"id":5,"jsonrpc":"2.0"}',
+    ].join('\n') + '\n',
+  );
+});
+
+test('a last line without a line feed is still answered', async (t) => {
+  const { status, stdout } = await run(['--workspace', temporaryFolder(t)], '{"id":9,"method":"ping"}');
+  assert.equal(status, 0);
+  assert.equal(stdout, '{"id":9,"jsonrpc":"2.0","result":{}}\n');
+});
+
+test('bytes that are not UTF-8 are replaced, not rejected', async (t) => {
+  const line = Buffer.concat([Buffer.from('{"id":"a'), Buffer.from([0xff, 0xfe]), Buffer.from('","method":"ping"}\n')]);
+  const { stdout, stderr } = await run(['--workspace', temporaryFolder(t)], line);
+  assert.equal(stdout, '{"id":"a\u{fffd}\u{fffd}","jsonrpc":"2.0","result":{}}\n');
+  assert.equal(stderr, '');
+});
+
+test('a 5 MB line and a deeply nested id are answered', async (t) => {
+  const big = `{"id":1,"method":"ping","params":{"pad":"${'x'.repeat(5 * 1024 * 1024)}"}}`;
+  const deepId = '['.repeat(100000) + ']'.repeat(100000);
+  const { status, stdout, stderr } = await run(
+    ['--workspace', temporaryFolder(t)],
+    `${big}\n{"id":${deepId},"method":"ping"}\n`,
+  );
+  assert.equal(status, 0);
+  assert.equal(stderr, '');
+  assert.equal(stdout, `{"id":1,"jsonrpc":"2.0","result":{}}\n{"id":${deepId},"jsonrpc":"2.0","result":{}}\n`);
+});
+
+test('--version wins over --help and prints one line', async () => {
+  const { status, stdout, stderr } = await run(['--help', '--version']);
+  assert.equal(status, 0);
+  assert.equal(stdout, 'tessaline-mcp 0.4.0 (MCP 2025-06-18)\n');
+  assert.equal(stderr, '');
+});
+
+test('--help prints the four usage lines ending in the invocation path', async () => {
+  const { status, stdout } = await run(['--help']);
+  assert.equal(status, 0);
+  assert.equal(
+    stdout,
+    'tessaline-mcp \u2014 Model Context Protocol server for Tessaline (stdio).\n' +
+      '  --workspace <folder>   use a different workspace folder (default: ~/Library/Application Support/Tessaline)\n' +
+      '  --tools                print the tool list and exit\n' +
+      `Register:  claude mcp add tessaline -- ${binary}\n`,
+  );
+});
+
+test('--tools opens the workspace folder, then lists the tools', { todo: 'the workspace store opens the folder' }, async (t) => {
+  const workspace = join(temporaryFolder(t), 'nested', 'folder');
+  const { status, stdout, stderr } = await run(['--workspace', workspace, '--tools', '--unknown-switch']);
+  assert.equal(status, 0);
+  assert.equal(stderr, '');
+  const lines = stdout.trimEnd().split('\n');
+  assert.equal(lines.length, 17);
+  assert.equal(lines[0], 'list_collections  \u2014  List collections with their request counts and variable names.');
+  assert.match(lines[16], /^oauth_token  \u2014  OAuth 2 token for a request/);
+  assert.ok(existsSync(workspace), 'the workspace folder is created before the list is printed');
+});
+
+test('--workspace without a value falls back to the default folder', { todo: 'the workspace store opens the folder' }, async (t) => {
+  const home = temporaryFolder(t);
+  const { status, stdout } = await run(['--workspace'], '{"id":1,"method":"ping"}\n', { HOME: home, XDG_DATA_HOME: '' });
+  assert.equal(status, 0);
+  assert.equal(stdout, '{"id":1,"jsonrpc":"2.0","result":{}}\n');
+  assert.ok(existsSync(join(home, '.local', 'share', 'Tessaline')));
+});
