@@ -1,5 +1,7 @@
 #pragma once
 
+#include "http/HTTPRunner.hpp"
+#include "mcp/SendingTools.hpp"
 #include "mcp/WorkspaceTools.hpp"
 #include "storage/WorkspaceStore.hpp"
 
@@ -44,7 +46,9 @@ private:
 
     nlohmann::json callToolResult(const nlohmann::json& params);
 
+    HTTPRunner runner;
     WorkspaceTools workspaceTools;
+    SendingTools sendingTools;
     // Tool name to handler; a catalogue tool missing here is not available in this build.
     std::map<std::string, Handler, std::less<>> handlers;
 };
