@@ -164,22 +164,27 @@ std::string queryComponent(std::string_view text) { return percentEncoding::enco
 
 // Escaped with spaces as "+".
 std::string formComponent(std::string_view text) {
-    std::string encoded = percentEncoding::encode(text, formPunctuation);
-    for (auto found = encoded.find("%20"); found != std::string::npos; found = encoded.find("%20", found + 1)) {
-        encoded.replace(found, 3, "+");
+    std::string encoded;
+    while (true) {
+        const auto space = text.find(' ');
+        encoded += percentEncoding::encode(text.substr(0, space), formPunctuation);
+        if (space == std::string_view::npos) return encoded;
+        encoded += '+';
+        text.remove_prefix(space + 1);
     }
-    return encoded;
 }
 
 // The query items after the URL's own query, before its fragment. (Setting the query through
 // libcurl would rewrite every escape in lower case.)
-std::string withQuery(std::string url, const std::vector<Pair>& items) {
+std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
     if (items.empty()) return url;
     const auto fragment = std::min(url.find('#'), url.size());
     const auto query = url.find('?');
-    const char* separator = query >= fragment ? "?" : query + 1 == fragment ? "" : "&";
-    url.insert(fragment, separator + pairsText(items, queryComponent));
-    return url;
+    std::string joined = url.substr(0, fragment);
+    joined += query >= fragment ? "?" : query + 1 == fragment ? "" : "&";
+    joined += pairsText(items, queryComponent);
+    joined.append(url, fragment);
+    return joined;
 }
 
 // The URL (a text with "://") with the query items added; absent when it is not a valid URL.
