@@ -1,0 +1,71 @@
+#include "interchange/FormEncoding.hpp"
+
+namespace tessaline::formEncoding {
+namespace {
+
+bool isAlphanumeric(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
+
+std::string escaped(std::string_view text, std::string_view keep) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (isAlphanumeric(byte) || keep.find(c) != std::string_view::npos) {
+            result += c;
+        } else if (c == ' ') {
+            result += '+';
+        } else {
+            result += '%';
+            result += digits[byte >> 4];
+            result += digits[byte & 0xF];
+        }
+    }
+    return result;
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+std::string encoded(std::string_view text) { return escaped(text, "-._*"); }
+
+std::string curlEscaped(std::string_view text) { return escaped(text, "-._~"); }
+
+std::string decoded(std::string_view text, bool plusIsSpace) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 && hexValue(text[i + 2]) >= 0) {
+            result += static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2]));
+            i += 2;
+        } else {
+            result += plusIsSpace && c == '+' ? ' ' : c;
+        }
+    }
+    return result;
+}
+
+std::optional<std::vector<KeyValue>> rowsIfExact(std::string_view body) {
+    std::vector<KeyValue> rows;
+    for (std::size_t start = 0; start < body.size();) {
+        const auto end = std::min(body.find('&', start), body.size());
+        const auto pair = body.substr(start, end - start);
+        const auto equals = pair.find('=');
+        if (equals == std::string_view::npos) return std::nullopt;
+        KeyValue row{.key = decoded(pair.substr(0, equals), true), .value = decoded(pair.substr(equals + 1), true)};
+        if (encoded(row.key) + "=" + encoded(row.value) != pair) return std::nullopt;
+        rows.push_back(std::move(row));
+        start = end + 1;
+        if (start == body.size()) return std::nullopt;  // a trailing "&" would be lost
+    }
+    return rows;
+}
+
+}  // namespace tessaline::formEncoding
