@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+#include <string>
+
+namespace tessaline {
+
+// Sets (or, given nothing, unsets) one variable of the process environment for the life of
+// the object and puts back what was there before. A change of TZ is made known to the C
+// library at once.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {
+        if (const char* old = std::getenv(name_.c_str())) previous_ = old;
+        assign(value);
+    }
+    ~ScopedEnvironment() { assign(previous_); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    void assign(const std::optional<std::string>& value) {
+        if (value) {
+            ::setenv(name_.c_str(), value->c_str(), 1);
+        } else {
+            ::unsetenv(name_.c_str());
+        }
+        ::tzset();
+    }
+
+    std::string name_;
+    std::optional<std::string> previous_;
+};
+
+}  // namespace tessaline
