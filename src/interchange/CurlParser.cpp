@@ -4,7 +4,7 @@
 #include "interchange/FormEncoding.hpp"
 #include "interchange/ImportError.hpp"
 #include "interchange/ShellWords.hpp"
-#include "interchange/URLText.hpp"
+#include "interchange/RequestName.hpp"
 #include "support/AtomicFile.hpp"
 
 #include <nlohmann/json.hpp>
@@ -245,8 +245,7 @@ RequestBody Command::body(std::vector<KeyValue>& headers) const {
 
 APIRequest Command::request() const {
     APIRequest request{.method = method(), .url = url(), .headers = headerRows(), .followRedirects = followRedirects_};
-    const auto path = URLText::parse(request.url).path;
-    request.name = std::string(rawValue(request.method)) + " " + (path.empty() ? "/" : path);
+    request.name = requestName(request.method, request.url);
     if (allowsBody(request.method)) request.body = body(request.headers);
     if (user_) {
         const auto colon = user_->find(':');
