@@ -1,5 +1,7 @@
 #include "interchange/FormEncoding.hpp"
 
+#include "http/RequestBuilder.hpp"
+
 namespace tessaline::formEncoding {
 namespace {
 
@@ -33,8 +35,6 @@ int hexValue(char c) {
 
 }  // namespace
 
-std::string encoded(std::string_view text) { return escaped(text, "-._*"); }
-
 std::string curlEscaped(std::string_view text) { return escaped(text, "-._~"); }
 
 std::string decoded(std::string_view text, bool plusIsSpace) {
@@ -59,12 +59,11 @@ std::optional<std::vector<KeyValue>> rowsIfExact(std::string_view body) {
         const auto pair = body.substr(start, end - start);
         const auto equals = pair.find('=');
         if (equals == std::string_view::npos) return std::nullopt;
-        KeyValue row{.key = decoded(pair.substr(0, equals), true), .value = decoded(pair.substr(equals + 1), true)};
-        if (encoded(row.key) + "=" + encoded(row.value) != pair) return std::nullopt;
-        rows.push_back(std::move(row));
+        rows.push_back({.key = decoded(pair.substr(0, equals), true), .value = decoded(pair.substr(equals + 1), true)});
         start = end + 1;
-        if (start == body.size()) return std::nullopt;  // a trailing "&" would be lost
     }
+    const APIRequest probe{.method = HTTPMethod::post, .url = "http://localhost/", .body = {.kind = BodyKind::formURLEncoded, .form = rows}};
+    if (RequestBuilder::resolve(probe, std::nullopt, VariableResolver{}).body != body) return std::nullopt;
     return rows;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mcp/ConversionTools.hpp"
 #include "mcp/WorkspaceTools.hpp"
 #include "storage/WorkspaceStore.hpp"
 
@@ -45,6 +46,7 @@ private:
     nlohmann::json callToolResult(const nlohmann::json& params);
 
     WorkspaceTools workspaceTools;
+    ConversionTools conversionTools;
     // Tool name to handler; a catalogue tool missing here is not available in this build.
     std::map<std::string, Handler, std::less<>> handlers;
 };
