@@ -43,10 +43,10 @@ Headers withoutContentType(const Headers& headers) {
 // header maps hold one value per name.
 Headers merged(const Headers& headers) {
     Headers result;
-    for (const auto& [name, value] : headers) {
-        const auto found = std::find_if(result.begin(), result.end(), [&](const auto& pair) { return caseInsensitive::equal(pair.first, name); });
-        if (found == result.end()) result.emplace_back(name, value);
-        else found->second += ", " + value;
+    for (const auto& header : headers) {
+        const auto found = std::find_if(result.begin(), result.end(), [&](const auto& pair) { return caseInsensitive::equal(pair.first, header.first); });
+        if (found == result.end()) result.push_back(header);
+        else found->second += ", " + header.second;
     }
     return result;
 }

@@ -6,10 +6,12 @@
 #include "interchange/ShellWords.hpp"
 #include "interchange/RequestName.hpp"
 #include "support/AtomicFile.hpp"
+#include "support/FileError.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 namespace tessaline {
@@ -31,9 +33,14 @@ std::string trimmed(std::string_view text) {
     return std::string(text.substr(first, text.find_last_not_of(" \t") - first + 1));
 }
 
-// "@-" names standard input, which a saved request cannot read: it reads as nothing.
-std::string fileContent(std::string_view path) {
-    return path == "-" ? std::string() : atomicFile::read(std::filesystem::path(std::string(path)));
+// "@-" names standard input, which a saved request cannot read: it reads as nothing. Only
+// regular files are read, so that a device or a pipe cannot stall the import.
+std::string fileContent(std::string_view name) {
+    if (name == "-") return {};
+    const std::filesystem::path path{std::string(name)};
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) throw FileError("read", path, EINVAL);
+    return atomicFile::read(path);
 }
 
 std::string withoutLineBreaks(std::string text) {

@@ -142,11 +142,18 @@ TEST_F(CurlParserFiles, ReadsFilesAsCurlDoes) {
 }
 
 TEST_F(CurlParserFiles, ReportsAFileItCannotRead) {
-    try {
-        CurlParser::parse("curl -d @" + path("missing") + " https://x");
-        FAIL();
-    } catch (const FileError& error) {
-        EXPECT_EQ("Could not read “" + path("missing") + "”: No such file or directory", error.what());
+    const std::pair<std::string, std::string> cases[] = {
+        {"curl -d @" + path("missing") + " https://x", "Could not read “" + path("missing") + "”: No such file or directory"},
+        {"curl --data-binary @/dev/zero https://x", "Could not read “/dev/zero”: Invalid argument"},
+        {"curl -F 'f=<" + folder.string() + "' https://x", "Could not read “" + folder.string() + "”: Invalid argument"},
+    };
+    for (const auto& [command, message] : cases) {
+        try {
+            CurlParser::parse(command);
+            ADD_FAILURE() << command;
+        } catch (const FileError& error) {
+            EXPECT_EQ(message, error.what());
+        }
     }
 }
 
