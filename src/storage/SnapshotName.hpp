@@ -25,8 +25,7 @@ struct Parsed {
 // The reason read back when a name has none, or the encoding fails.
 inline constexpr std::string_view autosave = "Autosave";
 
-// The date is rounded down to whole milliseconds. Throws tessaline::Error only when ICU lacks
-// its date data.
+// The date is rounded down to whole milliseconds; it must lie within the clock's range.
 std::string make(Date date, std::string_view reason);
 
 // Only names ending in ".json" whose part before the first "~" is a valid stamp parse. A

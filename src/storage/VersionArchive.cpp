@@ -3,7 +3,7 @@
 #include "model/WorkspaceCoding.hpp"
 #include "storage/SnapshotName.hpp"
 #include "support/Error.hpp"
-#include "support/Files.hpp"
+#include "support/AtomicFile.hpp"
 
 #include <algorithm>
 #include <memory>
@@ -25,32 +25,17 @@ void sortNewestFirst(std::vector<WorkspaceVersion>& versions) {
     });
 }
 
-// Reads calendar fields of one date; the calendar is the caller's own copy.
-class CalendarFields {
-public:
-    CalendarFields(icu::Calendar& calendar, VersionArchive::Date date) : calendar_(calendar) {
-        const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch()).count();
-        calendar_.setTime(static_cast<UDate>(milliseconds), status_);
-    }
-
-    std::string key(std::initializer_list<UCalendarDateFields> fields) {
-        std::string text;
-        for (const auto field : fields) text += std::to_string(calendar_.get(field, status_)) + "-";
-        return text;
-    }
-
-private:
-    icu::Calendar& calendar_;
-    UErrorCode status_ = U_ZERO_ERROR;
-};
-
-// The text of the bucket the version is thinned in, or nothing when it is young enough to stay.
+// The text of the bucket the version is thinned in, or nothing when it is young enough to
+// stay. `calendar` is the caller's own copy, moved to the version's date.
 std::optional<std::string> bucketKey(icu::Calendar& calendar, VersionArchive::Date date, VersionArchive::Date now) {
     const auto age = now - date;
     if (age < day) return std::nullopt;
-    CalendarFields fields(calendar, date);
-    if (age < month) return "day " + fields.key({UCAL_YEAR, UCAL_MONTH, UCAL_DATE});
-    return "week " + fields.key({UCAL_YEAR_WOY, UCAL_WEEK_OF_YEAR});
+    UErrorCode status = U_ZERO_ERROR;
+    calendar.setTime(static_cast<UDate>(std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch()).count()),
+                     status);
+    const auto field = [&](UCalendarDateFields name) { return std::to_string(calendar.get(name, status)); };
+    if (age < month) return "day " + field(UCAL_YEAR) + "-" + field(UCAL_MONTH) + "-" + field(UCAL_DATE);
+    return "week " + field(UCAL_YEAR_WOY) + "-" + field(UCAL_WEEK_OF_YEAR);
 }
 
 std::unique_ptr<icu::Calendar> currentCalendar() {
@@ -65,13 +50,12 @@ std::unique_ptr<icu::Calendar> currentCalendar() {
 }  // namespace
 
 std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std::string_view reason, Date date) const {
+    if (newestHolds(data)) return std::nullopt;
     try {
-        const auto versions = list();
-        if (!versions.empty() && files::read(versions.front().url) == data) return std::nullopt;
         std::error_code ignored;
         std::filesystem::create_directories(folderURL_, ignored);
         const auto url = folderURL_ / snapshotName::make(date, reason);
-        files::writeAtomically(url, data);
+        atomicFile::write(url, data);
         return parse(url);
     } catch (const std::exception&) {
         return std::nullopt;
@@ -91,10 +75,18 @@ std::vector<WorkspaceVersion> VersionArchive::list() const {
     return versions;
 }
 
+// A newest snapshot that cannot be read holds nothing: the save goes ahead.
+bool VersionArchive::newestHolds(std::string_view data) const {
+    const auto versions = list();
+    try {
+        return !versions.empty() && atomicFile::read(versions.front().url) == data;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
 Workspace VersionArchive::load(const WorkspaceVersion& version) const {
-    const auto bytes = files::read(version.url);
-    if (!bytes) throw Error("Couldn't read the version “" + version.url.filename().string() + "”.");
-    return decodeWorkspace(*bytes);
+    return decodeWorkspace(atomicFile::read(version.url));
 }
 
 std::optional<WorkspaceVersion> VersionArchive::parse(const std::filesystem::path& url) {

@@ -40,7 +40,7 @@ public:
     // Every snapshot, newest first; empty when the folder is missing or unreadable.
     std::vector<WorkspaceVersion> list() const;
 
-    // Throws DecodingError for a damaged snapshot, tessaline::Error for an unreadable one.
+    // Throws DecodingError for a damaged snapshot, FileError for an unreadable one.
     Workspace load(const WorkspaceVersion& version) const;
 
     // The snapshot a file stands for, if its name is a snapshot's.
@@ -62,6 +62,8 @@ public:
     void prune(Date now, const icu::Calendar& calendar) const;
 
 private:
+    bool newestHolds(std::string_view data) const;
+
     std::filesystem::path folderURL_;
 };
 

@@ -150,6 +150,32 @@ std::optional<std::pair<Folder, Uuid>> WorkspaceStore::folderWithCollection(cons
     return std::nullopt;
 }
 
+VariableResolver WorkspaceStore::resolver() {
+    Lock lock(mutex);
+    VariableResolver result;
+    if (const auto* active = live.activeEnvironment()) result.scopes.push_back(active->variables);
+    result.now = clock;
+    return result;
+}
+
+VariableResolver WorkspaceStore::resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment) {
+    Lock lock(mutex);
+    VariableResolver result = resolver();
+    if (environment) result.scopes = {environment->variables};
+    if (const auto collection = collectionContaining(request.id)) {
+        result.scopes.push_back(collection->effectiveVariables());
+        result.responseLookup = [this, items = collection->items](const std::string& name) -> std::optional<StoredResponse> {
+            const auto named = itemTree::firstRequestNamed(items, name);
+            if (!named) return std::nullopt;
+            for (const auto& response : responses(named->id)) {
+                if (!response.error) return response;
+            }
+            return std::nullopt;
+        };
+    }
+    return result;
+}
+
 std::vector<StoredResponse> WorkspaceStore::responses(const Uuid& requestID) {
     Lock lock(mutex);
     return history.responses(requestID);

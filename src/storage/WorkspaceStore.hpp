@@ -2,6 +2,7 @@
 
 #include "model/Workspace.hpp"
 #include "model/StoredResponse.hpp"
+#include "pipeline/VariableResolver.hpp"
 #include "storage/ResponseHistory.hpp"
 #include "storage/UndoHistory.hpp"
 #include "storage/VersionArchive.hpp"
@@ -60,6 +61,12 @@ public:
     std::optional<APICollection> collectionContaining(const Uuid& requestID) const;
     // The folder with the id of the collection that holds it.
     std::optional<std::pair<Folder, Uuid>> folderWithCollection(const Uuid& id) const;
+    // The variables a saved request sees: the environment (the active one unless another is
+    // given), then its collection's variables with the base URL; chained references read the
+    // newest completed response of the first request of that collection with the name.
+    VariableResolver resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment = std::nullopt);
+    // Only the active environment, for a request that belongs to no collection.
+    VariableResolver resolver();
     std::vector<StoredResponse> responses(const Uuid& requestID);
     std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID) const;
     std::optional<std::string> lastError() const;

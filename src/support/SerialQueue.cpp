@@ -43,7 +43,8 @@ void SerialQueue::run() {
             continue;
         }
         if (nothingDue) {
-            wake.wait_until(lock, tasks.begin()->first.first);
+            const auto due = tasks.begin()->first.first;  // a copy: cancel() may erase the entry while we wait
+            wake.wait_until(lock, due);
             continue;
         }
         auto task = std::move(tasks.begin()->second);

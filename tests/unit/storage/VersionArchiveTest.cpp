@@ -136,6 +136,7 @@ TEST(VersionArchiveParseTest, NamesAndWhatTheyReadAs) {
         {"20251301T142233.045Z~bad-month.json", std::nullopt},
         {"2025031T142233.045Z~short.json", std::nullopt},
         {"+2025031T142233.045Z~sign.json", std::nullopt},
+        {"28250301T142233.045Z~beyond-the-clock.json", std::nullopt},
         {"notes.json", std::nullopt},
         {".json", std::nullopt},
     };
@@ -194,7 +195,7 @@ TEST_F(VersionArchiveTest, LoadReadsTheWorkspaceAndThrowsOnDamage) {
         archive.load(*good);
         FAIL() << "a missing snapshot loaded";
     } catch (const Error& error) {
-        EXPECT_EQ("Couldn't read the version “20250301T142233.045Z~Autosave.json”.", std::string(error.what()));
+        EXPECT_EQ("Could not read “" + good->url.string() + "”: No such file or directory", std::string(error.what()));
     }
 }
 

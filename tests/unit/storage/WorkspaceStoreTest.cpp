@@ -277,6 +277,39 @@ TEST_F(WorkspaceStoreTest, SeesResponsesRecordedByAnotherProcess) {
     EXPECT_EQ(201, ours->responses(requestID).front().status);
 }
 
+TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollection) {
+    auto store = open();
+    APICollection collection = collectionNamed("API");
+    collection.baseURL = "https://api.test";
+    collection.variables = {KeyValue{.key = "region", .value = "collection"}, KeyValue{.key = "only", .value = "c"}};
+    store->addCollection(collection);
+    const APIRequest request = requestNamed("r");
+    store->addRequest(request, collection.id, std::nullopt);
+    APIEnvironment staging{.name = "Staging", .variables = {KeyValue{.key = "region", .value = "env"}}};
+    APIEnvironment other{.name = "Other", .variables = {KeyValue{.key = "region", .value = "other"}}};
+    store->addEnvironment(staging);
+    store->setActiveEnvironment(staging.id);
+
+    EXPECT_EQ("env c https://api.test", store->resolver(request).resolve("{{region}} {{only}} {{baseUrl}}"));
+    EXPECT_EQ("other", store->resolver(request, other).resolve("{{region}}"));
+    EXPECT_EQ("env {{only}}", store->resolver().resolve("{{region}} {{only}}"));
+}
+
+TEST_F(WorkspaceStoreTest, ChainedReferencesReadTheNewestCompletedResponse) {
+    std::filesystem::remove(folder / "workspace.json");
+    auto store = open();  // the sample
+    const auto items = store->workspace().collections.at(0).items;
+    const auto details = *itemTree::firstRequestNamed(items, "First product details");
+    const auto list = *itemTree::firstRequestNamed(items, "List products");
+    EXPECT_EQ(details.url, store->resolver(details).resolve(details.url));
+
+    StoredResponse completed{.requestID = list.id, .status = 200, .body = R"({"products":[{"id":7},{"id":8}]})"};
+    StoredResponse failed{.requestID = list.id, .error = "The request timed out."};
+    store->recordAndFlush(completed);
+    store->recordAndFlush(failed);
+    EXPECT_EQ("/products/7", store->resolver(details).resolve(details.url));
+}
+
 TEST_F(WorkspaceStoreTest, RestoringAVersionBringsItBack) {
     auto store = open();
     store->addCollection(collectionNamed("Old"));
