@@ -51,11 +51,7 @@ std::string ConversionTools::importCurl(const json& arguments) {
 std::string ConversionTools::generateCode(const json& arguments) {
     const auto request = lookup.findRequest(args::text(arguments, "request"));
     const auto target = targetOrFail(args::text(arguments, "language").value_or("cURL"));
-    const auto collection = store.collectionContaining(request.id);
-    VariableResolver resolver;
-    if (const auto environment = store.activeEnvironment()) resolver.scopes.push_back(environment->variables);
-    if (collection) resolver.scopes.push_back(collection->effectiveVariables());
-    return CodeGenerator::generate(target, RequestBuilder::resolve(request, collection, resolver));
+    return CodeGenerator::generate(target, RequestBuilder::resolve(request, store.collectionContaining(request.id), store.resolver(request)));
 }
 
 std::string ConversionTools::exportPostman(const json& arguments) {
