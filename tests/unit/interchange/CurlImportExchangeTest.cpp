@@ -16,6 +16,8 @@
 #include <mutex>
 #include <regex>
 
+#include <unistd.h>
+
 namespace tessaline {
 namespace {
 
@@ -103,7 +105,8 @@ class CurlImportExchange : public ::testing::TestWithParam<ExchangeCase> {
 protected:
     static void SetUpTestSuite() {
         echo = new EchoServer;
-        folder = std::filesystem::temp_directory_path() / "curl-import-exchange";
+        // One folder per process: ctest runs the cases in parallel processes.
+        folder = std::filesystem::temp_directory_path() / ("curl-import-exchange-" + std::to_string(::getpid()));
         std::filesystem::create_directories(folder);
         std::ofstream(folder / "report.txt", std::ios::binary) << "quarterly report\nline two\n";
         std::ofstream(folder / "meta.json", std::ios::binary) << "{\"kind\": \"meta\"}";

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 namespace tessaline {
 namespace {
 
@@ -119,7 +121,7 @@ TEST(CurlParserTest, SetsAuthRedirectsAndTimeout) {
 class CurlParserFiles : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder = std::filesystem::temp_directory_path() / ("curl-parser-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+        folder = std::filesystem::temp_directory_path() / ("curl-parser-" + std::to_string(::getpid()));
         std::filesystem::create_directories(folder);
         std::ofstream(folder / "data.txt", std::ios::binary) << "a=1\r\nb=2\n";
         std::ofstream(folder / "headers.txt", std::ios::binary) << "X-One: 1\r\n\nX-Two: 2\n";
