@@ -6,7 +6,9 @@
 #include "interchange/ShellWords.hpp"
 #include "interchange/RequestName.hpp"
 #include "support/AtomicFile.hpp"
+#include "support/CaseInsensitive.hpp"
 #include "support/FileError.hpp"
+#include "support/UnicodeText.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -16,16 +18,6 @@
 
 namespace tessaline {
 namespace {
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y)); });
-}
-
-std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 std::string trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
@@ -165,7 +157,7 @@ private:
     std::string url() const;
     std::vector<KeyValue> headerRows() const;
     bool hasHeader(std::string_view name) const {
-        return std::any_of(headers_.begin(), headers_.end(), [&](const auto& header) { return equalsIgnoringCase(header.first, name); });
+        return std::any_of(headers_.begin(), headers_.end(), [&](const auto& header) { return caseInsensitive::equal(header.first, name); });
     }
     bool sendsBody() const { return !form_.empty() || (data_ && !get_); }
     RequestBody body(std::vector<KeyValue>& headers) const;
@@ -231,9 +223,9 @@ RequestBody Command::body(std::vector<KeyValue>& headers) const {
     if (!form_.empty()) return {.kind = BodyKind::multipart, .form = form_};
     if (!data_ || get_) return {};
     const auto contentType = std::find_if(headers.begin(), headers.end(), [](const KeyValue& row) {
-        return equalsIgnoringCase(row.key, "Content-Type");
+        return caseInsensitive::equal(row.key, "Content-Type");
     });
-    const std::string type = contentType != headers.end() ? lowercased(contentType->value) : "application/x-www-form-urlencoded";
+    const std::string type = contentType != headers.end() ? unicodeText::lowercased(contentType->value) : "application/x-www-form-urlencoded";
     RequestBody body{.raw = *data_};
     if (type.find("json") != std::string::npos) body.kind = BodyKind::json;
     else if (type.find("xml") != std::string::npos) body.kind = BodyKind::xml;

@@ -2,6 +2,8 @@
 
 #include "http/RequestBuilder.hpp"
 
+#include <charconv>
+
 namespace tessaline::formEncoding {
 namespace {
 
@@ -26,11 +28,14 @@ std::string escaped(std::string_view text, std::string_view keep) {
     return result;
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
+// The byte that two hexadecimal digits at `at` spell, if they do.
+std::optional<char> escapedByte(std::string_view text, std::size_t at) {
+    if (at + 2 > text.size()) return std::nullopt;
+    unsigned value = 0;
+    const auto* end = text.data() + at + 2;
+    const auto [stop, error] = std::from_chars(text.data() + at, end, value, 16);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return static_cast<char>(value);
 }
 
 }  // namespace
@@ -42,8 +47,9 @@ std::string decoded(std::string_view text, bool plusIsSpace) {
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        if (c == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 && hexValue(text[i + 2]) >= 0) {
-            result += static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2]));
+        const auto byte = c == '%' ? escapedByte(text, i + 1) : std::nullopt;
+        if (byte) {
+            result += *byte;
             i += 2;
         } else {
             result += plusIsSpace && c == '+' ? ' ' : c;

@@ -6,6 +6,7 @@
 #include "interchange/PostmanValue.hpp"
 #include "interchange/RequestName.hpp"
 #include "interchange/URLText.hpp"
+#include "support/CaseInsensitive.hpp"
 #include "support/JSONWriter.hpp"
 #include "support/Overloaded.hpp"
 #include "support/Utf8.hpp"
@@ -286,9 +287,7 @@ BodyKind rawKind(const json& body, const std::vector<KeyValue>& headers) {
     auto language = postmanValue::text(postmanValue::member(postmanValue::member(body, "options"), "raw"), "language");
     if (language.empty()) {
         const auto contentType = std::find_if(headers.begin(), headers.end(), [](const KeyValue& row) {
-            auto key = row.key;
-            std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-            return key == "content-type";
+            return caseInsensitive::equal(row.key, "Content-Type");
         });
         if (contentType != headers.end()) language = contentType->value;
     }
