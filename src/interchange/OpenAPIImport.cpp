@@ -168,7 +168,9 @@ Auth Importer::scheme(const json& definition, const std::vector<std::string>& sc
 std::optional<Auth> Importer::auth(const json& requirements) const {
     if (!requirements.is_array()) return std::nullopt;
     if (requirements.empty() || !requirements[0].is_object() || requirements[0].empty()) return Auth{};
-    const auto& [name, scopeList] = *requirements[0].items().begin();
+    const auto first = requirements[0].begin();
+    const auto& name = first.key();
+    const auto& scopeList = first.value();
     std::vector<std::string> scopes;
     if (scopeList.is_array()) {
         for (const auto& scope : scopeList) scopes.push_back(text(scope));
