@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mcp/ConversionTools.hpp"
 #include "http/HTTPRunner.hpp"
 #include "mcp/SendingTools.hpp"
 #include "mcp/WorkspaceTools.hpp"
@@ -49,6 +50,7 @@ private:
     HTTPRunner runner;
     WorkspaceTools workspaceTools;
     SendingTools sendingTools;
+    ConversionTools conversionTools;
     // Tool name to handler; a catalogue tool missing here is not available in this build.
     std::map<std::string, Handler, std::less<>> handlers;
 };
