@@ -1,0 +1,28 @@
+#pragma once
+
+#include "http/ResolvedRequest.hpp"
+#include "model/APIRequest.hpp"
+#include "model/StoredResponse.hpp"
+
+#include <string_view>
+
+namespace tessaline {
+
+// Sends one built request over HTTP(S) on a fresh connection (no cookies, no cache, nothing
+// shared between sends) and records the exchange. A transport failure (DNS, TLS, refused
+// connection, time-out) is not thrown: it comes back as a response with status 0, no headers,
+// an empty body and `error` set, so that every send leaves a history entry.
+class HTTPRunner {
+public:
+    // Sent when the request has no User-Agent of its own (compared ignoring case).
+    static constexpr std::string_view userAgent = "Tessaline/1.0";
+
+    // Blocks until the exchange ends; separate sends may run on separate threads at once.
+    // Redirects are followed when `original.followRedirects` says so, and `original.timeout`
+    // bounds connecting and any stretch in which no data moves (non-positive: 60 s). The
+    // response keeps the final answer's headers, a repeated name merged into one value joined
+    // with ", ", sorted by lower-cased name, and its body decoded from its Content-Encoding.
+    StoredResponse send(const ResolvedRequest& resolved, const APIRequest& original) const;
+};
+
+}  // namespace tessaline

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace tessaline {
+
+// A TCP server on 127.0.0.1 at a free port that answers every connection with the same bytes,
+// written as given once the request has arrived (its header block and as many bytes as its
+// "Content-Length: " line announces), then closes it: for answers
+// an HTTP library would not produce, such as interim responses with fields, and for seeing
+// the exact bytes of a request's header block.
+class CannedHTTPServer {
+public:
+    explicit CannedHTTPServer(std::string answer) : answer_(std::move(answer)) {
+        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), length);
+        ::listen(listener_, 8);
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
+        port_ = ntohs(address.sin_port);
+        thread_ = std::thread([this] { serve(); });
+    }
+
+    CannedHTTPServer(const CannedHTTPServer&) = delete;
+    CannedHTTPServer& operator=(const CannedHTTPServer&) = delete;
+
+    ~CannedHTTPServer() {
+        ::shutdown(listener_, SHUT_RDWR);  // wakes accept()
+        thread_.join();
+        ::close(listener_);
+    }
+
+    std::string url(std::string_view path = "/") const {
+        return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+    }
+
+    // The last request received, header block and body.
+    std::string lastRequest() const {
+        const std::lock_guard lock(mutex_);
+        return lastRequest_;
+    }
+
+private:
+    void serve() {
+        while (true) {
+            const int connection = ::accept(listener_, nullptr, nullptr);
+            if (connection < 0) return;
+            std::string request;
+            char buffer[65536];
+            while (!complete(request)) {
+                const auto count = ::read(connection, buffer, sizeof buffer);
+                if (count <= 0) break;
+                request.append(buffer, static_cast<std::size_t>(count));
+            }
+            {
+                const std::lock_guard lock(mutex_);
+                lastRequest_ = request;
+            }
+            for (std::string_view rest = answer_; !rest.empty();) {
+                const auto count = ::write(connection, rest.data(), rest.size());
+                if (count <= 0) break;
+                rest.remove_prefix(static_cast<std::size_t>(count));
+            }
+            ::close(connection);
+        }
+    }
+
+    static bool complete(const std::string& request) {
+        const auto end = request.find("\r\n\r\n");
+        if (end == std::string::npos) return false;
+        const auto length = request.find("Content-Length: ");
+        if (length == std::string::npos || length > end) return true;
+        return request.size() >= end + 4 + std::stoul(request.substr(length + 16));
+    }
+
+    std::string answer_;
+    mutable std::mutex mutex_;
+    std::string lastRequest_;
+    int listener_ = -1;
+    unsigned short port_ = 0;
+    std::thread thread_;
+};
+
+}  // namespace tessaline
