@@ -2,7 +2,6 @@
 
 #include "model/WorkspaceCoding.hpp"
 #include "support/Base64.hpp"
-#include "support/JSONWriter.hpp"
 #include "support/Utf8.hpp"
 
 #include <unicode/uchar.h>
@@ -55,22 +54,27 @@ bool StoredResponse::isJSON() const {
     return startsWithJSONBracket(body);
 }
 
+void write(JSONWriter& writer, const StoredResponse& response) {
+    writer.beginObject();
+    writer.key("body"), writer.value(base64::encode(response.body));
+    writer.key("duration"), writer.value(response.duration);
+    if (response.error) writer.key("error"), writer.value(*response.error);
+    writer.key("headers"), write(writer, response.headers);
+    writer.key("id"), writer.value(response.id.text());
+    writer.key("method"), writer.value(rawValue(response.method));
+    if (response.requestBody) writer.key("requestBody"), writer.value(*response.requestBody);
+    writer.key("requestHeaders"), write(writer, response.requestHeaders);
+    writer.key("requestID"), writer.value(response.requestID.text());
+    writer.key("sentAt"), writer.value(iso8601(response.sentAt));
+    writer.key("status"), writer.value(response.status);
+    writer.key("url"), writer.value(response.url);
+    writer.endObject();
+}
+
 nlohmann::json toJSON(const StoredResponse& response) {
-    nlohmann::json object{
-        {"id", response.id.text()},
-        {"requestID", response.requestID.text()},
-        {"sentAt", iso8601(response.sentAt)},
-        {"method", std::string(rawValue(response.method))},
-        {"url", response.url},
-        {"requestHeaders", toJSON(response.requestHeaders)},
-        {"status", response.status},
-        {"headers", toJSON(response.headers)},
-        {"body", base64::encode(response.body)},
-        {"duration", response.duration},
-    };
-    if (response.requestBody) object["requestBody"] = *response.requestBody;
-    if (response.error) object["error"] = *response.error;
-    return object;
+    JSONWriter writer;
+    write(writer, response);
+    return nlohmann::json::parse(std::move(writer).text());
 }
 
 StoredResponse decodeStoredResponse(const JSONReader& reader) {
@@ -95,13 +99,15 @@ StoredResponse decodeStoredResponse(const JSONReader& reader) {
 }
 
 std::string encodeHistory(const std::vector<StoredResponse>& responses) {
-    nlohmann::json list = nlohmann::json::array();
-    for (const auto& response : responses) list.push_back(toJSON(response));
-    return jsonWriter::write(std::move(list));
+    JSONWriter writer;
+    writer.beginArray();
+    for (const auto& response : responses) write(writer, response);
+    writer.endArray();
+    return std::move(writer).text();
 }
 
 std::vector<StoredResponse> decodeHistory(std::string_view bytes) {
-    const auto document = JSONReader::parse(bytes);
+    const auto document = JSONDocument::parse(bytes);
     return JSONReader(document).array(decodeStoredResponse);
 }
 

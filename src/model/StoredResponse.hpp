@@ -4,6 +4,7 @@
 #include "model/KeyValue.hpp"
 #include "support/Date.hpp"
 #include "support/JSONReader.hpp"
+#include "support/JSONWriter.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -45,6 +46,7 @@ struct StoredResponse {
 
 // The persisted form: keys are the field names, `sentAt` ISO 8601, `body` standard Base64,
 // absent optionals left out.
+void write(JSONWriter& writer, const StoredResponse& response);
 nlohmann::json toJSON(const StoredResponse& response);
 StoredResponse decodeStoredResponse(const JSONReader& reader);
 

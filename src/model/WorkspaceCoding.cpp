@@ -1,24 +1,27 @@
 #include "model/WorkspaceCoding.hpp"
 
-#include "support/JSONWriter.hpp"
 #include "support/Overloaded.hpp"
 
 namespace tessaline {
 namespace {
 
-using json = nlohmann::json;
-
 template <class Enum>
-json rawText(Enum value) {
-    return json(std::string(rawValue(value)));
+void writeRaw(JSONWriter& writer, Enum value) {
+    writer.value(rawValue(value));
 }
 
 template <class Record>
-json array(const std::vector<Record>& records) {
-    json result = json::array();
-    result.get_ref<json::array_t&>().reserve(records.size());
-    for (const auto& record : records) result.push_back(toJSON(record));
-    return result;
+void writeArray(JSONWriter& writer, const std::vector<Record>& records) {
+    writer.beginArray();
+    for (const auto& record : records) write(writer, record);
+    writer.endArray();
+}
+
+template <class Record>
+nlohmann::json treeOf(const Record& record) {
+    JSONWriter writer;
+    write(writer, record);
+    return nlohmann::json::parse(std::move(writer).text());
 }
 
 // Overwrites `field` with the member under key when it is there and not null.
@@ -34,118 +37,152 @@ std::vector<CollectionItem> decodeItems(const JSONReader& reader) { return reade
 
 }  // namespace
 
-// MARK: encoding
+// MARK: encoding (keys in ascending byte order, as the writer requires)
 
-std::string encodeWorkspace(const Workspace& workspace) { return jsonWriter::write(toJSON(workspace)); }
-
-json toJSON(const Workspace& workspace) {
-    json object{
-        {"version", workspace.version},
-        {"collections", array(workspace.collections)},
-        {"environments", array(workspace.environments)},
-    };
-    if (workspace.activeEnvironmentID) object["activeEnvironmentID"] = workspace.activeEnvironmentID->text();
-    return object;
+std::string encodeWorkspace(const Workspace& workspace) {
+    JSONWriter writer;
+    write(writer, workspace);
+    return std::move(writer).text();
 }
 
-json toJSON(const APICollection& collection) {
-    return {
-        {"id", collection.id.text()},
-        {"name", collection.name},
-        {"items", array(collection.items)},
-        {"variables", toJSON(collection.variables)},
-        {"auth", toJSON(collection.auth)},
-        {"notes", collection.notes},
-        {"baseURL", collection.baseURL},
-        {"icon", collection.icon},
-        {"color", collection.color},
-    };
+void write(JSONWriter& writer, const Workspace& workspace) {
+    writer.beginObject();
+    if (workspace.activeEnvironmentID) writer.key("activeEnvironmentID"), writer.value(workspace.activeEnvironmentID->text());
+    writer.key("collections"), writeArray(writer, workspace.collections);
+    writer.key("environments"), writeArray(writer, workspace.environments);
+    writer.key("version"), writer.value(workspace.version);
+    writer.endObject();
 }
 
-json toJSON(const CollectionItem& item) {
-    return std::visit(Overloaded{
-                          [](const Folder& folder) { return json{{"folder", {{"_0", toJSON(folder)}}}}; },
-                          [](const APIRequest& request) { return json{{"request", {{"_0", toJSON(request)}}}}; },
-                      },
-                      item.payload);
+void write(JSONWriter& writer, const APICollection& collection) {
+    writer.beginObject();
+    writer.key("auth"), write(writer, collection.auth);
+    writer.key("baseURL"), writer.value(collection.baseURL);
+    writer.key("color"), writer.value(collection.color);
+    writer.key("icon"), writer.value(collection.icon);
+    writer.key("id"), writer.value(collection.id.text());
+    writer.key("items"), writeArray(writer, collection.items);
+    writer.key("name"), writer.value(collection.name);
+    writer.key("notes"), writer.value(collection.notes);
+    writer.key("variables"), writeArray(writer, collection.variables);
+    writer.endObject();
 }
 
-json toJSON(const Folder& folder) {
-    return {{"id", folder.id.text()}, {"name", folder.name}, {"items", array(folder.items)}};
+void write(JSONWriter& writer, const CollectionItem& item) {
+    writer.beginObject();
+    std::visit(Overloaded{
+                   [&writer](const Folder& folder) { writer.key("folder"), writer.beginObject(), writer.key("_0"), write(writer, folder); },
+                   [&writer](const APIRequest& request) { writer.key("request"), writer.beginObject(), writer.key("_0"), write(writer, request); },
+               },
+               item.payload);
+    writer.endObject();
+    writer.endObject();
 }
 
-json toJSON(const APIRequest& request) {
-    return {
-        {"id", request.id.text()},
-        {"name", request.name},
-        {"method", rawText(request.method)},
-        {"url", request.url},
-        {"query", toJSON(request.query)},
-        {"headers", toJSON(request.headers)},
-        {"body", toJSON(request.body)},
-        {"auth", toJSON(request.auth)},
-        {"notes", request.notes},
-        {"followRedirects", request.followRedirects},
-        {"timeout", request.timeout},
-    };
+void write(JSONWriter& writer, const Folder& folder) {
+    writer.beginObject();
+    writer.key("id"), writer.value(folder.id.text());
+    writer.key("items"), writeArray(writer, folder.items);
+    writer.key("name"), writer.value(folder.name);
+    writer.endObject();
 }
 
-json toJSON(const KeyValue& row) {
-    return {{"id", row.id.text()}, {"key", row.key}, {"value", row.value}, {"enabled", row.enabled}};
+void write(JSONWriter& writer, const APIRequest& request) {
+    writer.beginObject();
+    writer.key("auth"), write(writer, request.auth);
+    writer.key("body"), write(writer, request.body);
+    writer.key("followRedirects"), writer.value(request.followRedirects);
+    writer.key("headers"), writeArray(writer, request.headers);
+    writer.key("id"), writer.value(request.id.text());
+    writer.key("method"), writeRaw(writer, request.method);
+    writer.key("name"), writer.value(request.name);
+    writer.key("notes"), writer.value(request.notes);
+    writer.key("query"), writeArray(writer, request.query);
+    writer.key("timeout"), writer.value(request.timeout);
+    writer.key("url"), writer.value(request.url);
+    writer.endObject();
 }
 
-json toJSON(const std::vector<KeyValue>& rows) { return array(rows); }
-
-json toJSON(const RequestBody& body) {
-    return {{"kind", rawText(body.kind)}, {"raw", body.raw}, {"form", toJSON(body.form)}};
+void write(JSONWriter& writer, const KeyValue& row) {
+    writer.beginObject();
+    writer.key("enabled"), writer.value(row.enabled);
+    writer.key("id"), writer.value(row.id.text());
+    writer.key("key"), writer.value(row.key);
+    writer.key("value"), writer.value(row.value);
+    writer.endObject();
 }
 
-json toJSON(const Auth& auth) {
-    json object{
-        {"kind", rawText(auth.kind)},
-        {"token", auth.token},
-        {"username", auth.username},
-        {"password", auth.password},
-        {"apiKeyName", auth.apiKeyName},
-        {"apiKeyValue", auth.apiKeyValue},
-        {"apiKeyIn", rawText(auth.apiKeyIn)},
-    };
-    if (auth.oauth2) object["oauth2"] = toJSON(*auth.oauth2);
-    return object;
+void write(JSONWriter& writer, const std::vector<KeyValue>& rows) { writeArray(writer, rows); }
+
+void write(JSONWriter& writer, const RequestBody& body) {
+    writer.beginObject();
+    writer.key("form"), writeArray(writer, body.form);
+    writer.key("kind"), writeRaw(writer, body.kind);
+    writer.key("raw"), writer.value(body.raw);
+    writer.endObject();
 }
 
-json toJSON(const OAuth2Config& config) {
-    return {
-        {"grant", rawText(config.grant)},
-        {"authURL", config.authURL},
-        {"tokenURL", config.tokenURL},
-        {"deviceAuthURL", config.deviceAuthURL},
-        {"clientID", config.clientID},
-        {"clientSecret", config.clientSecret},
-        {"scope", config.scope},
-        {"redirectURI", config.redirectURI},
-        {"usePKCE", config.usePKCE},
-        {"clientAuth", rawText(config.clientAuth)},
-        {"username", config.username},
-        {"password", config.password},
-        {"refreshToken", config.refreshToken},
-        {"authParams", toJSON(config.authParams)},
-        {"tokenParams", toJSON(config.tokenParams)},
-        {"placement", rawText(config.placement)},
-        {"headerPrefix", config.headerPrefix},
-        {"queryParamName", config.queryParamName},
-        {"useIDToken", config.useIDToken},
-    };
+void write(JSONWriter& writer, const Auth& auth) {
+    writer.beginObject();
+    writer.key("apiKeyIn"), writeRaw(writer, auth.apiKeyIn);
+    writer.key("apiKeyName"), writer.value(auth.apiKeyName);
+    writer.key("apiKeyValue"), writer.value(auth.apiKeyValue);
+    writer.key("kind"), writeRaw(writer, auth.kind);
+    if (auth.oauth2) writer.key("oauth2"), write(writer, *auth.oauth2);
+    writer.key("password"), writer.value(auth.password);
+    writer.key("token"), writer.value(auth.token);
+    writer.key("username"), writer.value(auth.username);
+    writer.endObject();
 }
 
-json toJSON(const APIEnvironment& environment) {
-    return {{"id", environment.id.text()}, {"name", environment.name}, {"variables", toJSON(environment.variables)}};
+void write(JSONWriter& writer, const OAuth2Config& config) {
+    writer.beginObject();
+    writer.key("authParams"), writeArray(writer, config.authParams);
+    writer.key("authURL"), writer.value(config.authURL);
+    writer.key("clientAuth"), writeRaw(writer, config.clientAuth);
+    writer.key("clientID"), writer.value(config.clientID);
+    writer.key("clientSecret"), writer.value(config.clientSecret);
+    writer.key("deviceAuthURL"), writer.value(config.deviceAuthURL);
+    writer.key("grant"), writeRaw(writer, config.grant);
+    writer.key("headerPrefix"), writer.value(config.headerPrefix);
+    writer.key("password"), writer.value(config.password);
+    writer.key("placement"), writeRaw(writer, config.placement);
+    writer.key("queryParamName"), writer.value(config.queryParamName);
+    writer.key("redirectURI"), writer.value(config.redirectURI);
+    writer.key("refreshToken"), writer.value(config.refreshToken);
+    writer.key("scope"), writer.value(config.scope);
+    writer.key("tokenParams"), writeArray(writer, config.tokenParams);
+    writer.key("tokenURL"), writer.value(config.tokenURL);
+    writer.key("useIDToken"), writer.value(config.useIDToken);
+    writer.key("usePKCE"), writer.value(config.usePKCE);
+    writer.key("username"), writer.value(config.username);
+    writer.endObject();
 }
+
+void write(JSONWriter& writer, const APIEnvironment& environment) {
+    writer.beginObject();
+    writer.key("id"), writer.value(environment.id.text());
+    writer.key("name"), writer.value(environment.name);
+    writer.key("variables"), writeArray(writer, environment.variables);
+    writer.endObject();
+}
+
+nlohmann::json toJSON(const Workspace& workspace) { return treeOf(workspace); }
+nlohmann::json toJSON(const APICollection& collection) { return treeOf(collection); }
+nlohmann::json toJSON(const CollectionItem& item) { return treeOf(item); }
+nlohmann::json toJSON(const Folder& folder) { return treeOf(folder); }
+nlohmann::json toJSON(const APIRequest& request) { return treeOf(request); }
+nlohmann::json toJSON(const KeyValue& row) { return treeOf(row); }
+nlohmann::json toJSON(const std::vector<KeyValue>& rows) { return treeOf(rows); }
+nlohmann::json toJSON(const RequestBody& body) { return treeOf(body); }
+nlohmann::json toJSON(const Auth& auth) { return treeOf(auth); }
+nlohmann::json toJSON(const OAuth2Config& config) { return treeOf(config); }
+nlohmann::json toJSON(const APIEnvironment& environment) { return treeOf(environment); }
 
 // MARK: decoding
 
 Workspace decodeWorkspace(std::string_view bytes) {
-    const json document = JSONReader::parse(bytes);
+    const auto document = JSONDocument::parse(bytes);
     return decodeWorkspace(JSONReader(document));
 }
 
@@ -173,9 +210,8 @@ APICollection decodeAPICollection(const JSONReader& reader) {
 }
 
 CollectionItem decodeCollectionItem(const JSONReader& reader) {
-    const auto& members = reader.object();
-    const bool isFolder = members.contains("folder");
-    if (isFolder == members.contains("request")) {
+    const bool isFolder = reader.contains("folder");
+    if (isFolder == reader.contains("request")) {
         reader.fail(DecodingError::Kind::typeMismatch, "Invalid number of keys found, expected one.");
     }
     if (isFolder) return decodeFolder(reader.member("folder").member("_0"));
@@ -239,7 +275,7 @@ Auth decodeAuth(const JSONReader& reader) {
 }
 
 OAuth2Config decodeOAuth2Config(const JSONReader& reader) {
-    reader.object();
+    reader.requireObject();
     OAuth2Config config;
     readOptional(reader, "grant", config.grant, decodeEnum<OAuth2Grant>);
     readOptional(reader, "authURL", config.authURL, readString);

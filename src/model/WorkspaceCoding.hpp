@@ -2,6 +2,7 @@
 
 #include "model/Workspace.hpp"
 #include "support/JSONReader.hpp"
+#include "support/JSONWriter.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -22,6 +23,20 @@ std::string encodeWorkspace(const Workspace& workspace);
 // Throws DecodingError.
 Workspace decodeWorkspace(std::string_view bytes);
 
+// Each record streamed into a writer, as part of a larger persisted document.
+void write(JSONWriter& writer, const Workspace& workspace);
+void write(JSONWriter& writer, const APICollection& collection);
+void write(JSONWriter& writer, const CollectionItem& item);
+void write(JSONWriter& writer, const Folder& folder);
+void write(JSONWriter& writer, const APIRequest& request);
+void write(JSONWriter& writer, const KeyValue& row);
+void write(JSONWriter& writer, const std::vector<KeyValue>& rows);
+void write(JSONWriter& writer, const RequestBody& body);
+void write(JSONWriter& writer, const Auth& auth);
+void write(JSONWriter& writer, const OAuth2Config& config);
+void write(JSONWriter& writer, const APIEnvironment& environment);
+
+// The same JSON as a tree, for embedding a record in another document.
 nlohmann::json toJSON(const Workspace& workspace);
 nlohmann::json toJSON(const APICollection& collection);
 nlohmann::json toJSON(const CollectionItem& item);

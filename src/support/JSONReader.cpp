@@ -3,61 +3,36 @@
 #include "support/Base64.hpp"
 
 #include <cmath>
-#include <limits>
 
 namespace tessaline {
 namespace {
 
-using Type = nlohmann::json::value_t;
+using Type = JSONDocument::Type;
 
-std::string_view describe(const nlohmann::json& value) {
-    switch (value.type()) {
+std::string_view describe(Type type) {
+    switch (type) {
     case Type::null: return "null";
     case Type::object: return "an object";
     case Type::array: return "an array";
     case Type::string: return "a string";
     case Type::boolean: return "a boolean";
-    case Type::number_integer:
-    case Type::number_unsigned:
-    case Type::number_float: return "a number";
-    case Type::binary: return "binary data";
-    case Type::discarded: break;
+    case Type::integer:
+    case Type::number: return "a number";
     }
-    return "nothing";
-}
-
-std::string_view describe(Type type) {
-    switch (type) {
-    case Type::object: return "an object";
-    case Type::array: return "an array";
-    case Type::string: return "a string";
-    case Type::boolean: return "a boolean";
-    default: return "a number";
-    }
+    return {};
 }
 
 }  // namespace
 
-JSONReader::JSONReader(const nlohmann::json& value, const JSONReader& parent, std::string_view key, std::size_t index)
-    : value_(&value), parent_(&parent), key_(key), index_(index), depth_(parent.depth_ + 1) {
+JSONReader::JSONReader(const JSONReader& parent, std::uint32_t node, std::string_view key, std::size_t index)
+    : document_(parent.document_), node_(node), parent_(&parent), key_(key), index_(index), depth_(parent.depth_ + 1) {
     if (depth_ > maximumDepth) fail(DecodingError::Kind::dataCorrupted, "The document is nested too deeply.");
-}
-
-nlohmann::json JSONReader::parse(std::string_view bytes) {
-    try {
-        return nlohmann::json::parse(bytes);
-    } catch (const nlohmann::json::parse_error& error) {
-        // The parser counts bytes read, one past the offending byte's zero-based offset.
-        const auto offset = error.byte > 0 ? error.byte - 1 : 0;
-        throw DecodingError(DecodingError::Kind::dataCorrupted, "",
-                            "The data is not valid JSON (error at offset " + std::to_string(offset) + ").");
-    }
 }
 
 void JSONReader::appendPath(std::string& path) const {
     if (parent_ == nullptr) return;
     parent_->appendPath(path);
-    if (key_.empty() && parent_->value_->is_array()) {
+    if (parent_->value().type == Type::array) {
         path += '[' + std::to_string(index_) + ']';
     } else {
         if (!path.empty()) path += '.';
@@ -76,55 +51,60 @@ void JSONReader::fail(DecodingError::Kind kind, std::string description) const {
 }
 
 void JSONReader::failType(std::string_view expected) const {
-    const auto kind = value_->is_null() ? DecodingError::Kind::valueNotFound : DecodingError::Kind::typeMismatch;
-    fail(kind, "Expected " + std::string(expected) + " but found " + std::string(describe(*value_)) + ".");
+    const auto found = value().type;
+    const auto kind = found == Type::null ? DecodingError::Kind::valueNotFound : DecodingError::Kind::typeMismatch;
+    fail(kind, "Expected " + std::string(expected) + " but found " + std::string(describe(found)) + ".");
 }
 
-const nlohmann::json& JSONReader::checked(Type type) const {
-    if (value_->type() != type) failType(describe(type));
-    return *value_;
+const JSONDocument::Node& JSONReader::checked(Type type) const {
+    if (value().type != type) failType(describe(type));
+    return value();
 }
 
-const nlohmann::json::object_t& JSONReader::object() const {
-    return checked(Type::object).get_ref<const nlohmann::json::object_t&>();
+std::uint32_t JSONReader::find(std::string_view key) const {
+    const auto end = checked(Type::object).end;
+    // Members are key, value pairs; with a repeated key, the last one counts.
+    std::uint32_t found = 0;
+    for (auto child = node_ + 1; child < end;) {
+        const auto valueIndex = child + 1;
+        if (document_->text(child) == key) found = valueIndex;
+        child = document_->node(valueIndex).end;
+    }
+    return found;
 }
+
+void JSONReader::requireObject() const { checked(Type::object); }
+
+bool JSONReader::contains(std::string_view key) const { return find(key) != 0; }
 
 JSONReader JSONReader::member(std::string_view key) const {
-    const auto& members = object();
-    const auto found = members.find(key);
-    if (found == members.end()) {
-        const JSONReader missing(*value_, *this, key, 0);
-        missing.fail(DecodingError::Kind::keyNotFound, "Key not found.");
-    }
-    return {found->second, *this, found->first, 0};
+    const auto found = find(key);
+    if (found == 0) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::keyNotFound, "Key not found.");
+    return {*this, found, key, 0};
 }
 
 std::optional<JSONReader> JSONReader::optionalMember(std::string_view key) const {
-    const auto& members = object();
-    const auto found = members.find(key);
-    if (found == members.end() || found->second.is_null()) return std::nullopt;
-    return JSONReader(found->second, *this, found->first, 0);
+    const auto found = find(key);
+    if (found == 0 || document_->node(found).type == Type::null) return std::nullopt;
+    return JSONReader(*this, found, key, 0);
 }
 
-std::string JSONReader::string() const { return checked(Type::string).get<std::string>(); }
+std::string JSONReader::string() const {
+    checked(Type::string);
+    return std::string(document_->text(node_));
+}
 
-bool JSONReader::boolean() const { return checked(Type::boolean).get<bool>(); }
+bool JSONReader::boolean() const { return checked(Type::boolean).flag; }
 
 double JSONReader::number() const {
-    if (!value_->is_number()) failType("a number");
-    const double number = value_->get<double>();
-    if (!std::isfinite(number)) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
-    return number;
+    const auto& node = value();
+    if (node.type != Type::integer && node.type != Type::number) failType("a number");
+    if (!std::isfinite(node.number)) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
+    return node.number;
 }
 
 std::int64_t JSONReader::integer() const {
-    if (value_->is_number_integer() && !value_->is_number_unsigned()) return value_->get<std::int64_t>();
-    if (value_->is_number_unsigned()) {
-        if (value_->get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
-            return value_->get<std::int64_t>();
-        }
-        fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
-    }
+    if (value().type == Type::integer) return value().integer;
     const double number = this->number();
     constexpr double bound = 9223372036854775808.0;  // 2^63
     if (std::trunc(number) != number) fail(DecodingError::Kind::dataCorrupted, "Expected an integer but found a fraction.");

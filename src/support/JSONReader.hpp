@@ -2,9 +2,8 @@
 
 #include "support/Date.hpp"
 #include "support/DecodingError.hpp"
+#include "support/JSONDocument.hpp"
 #include "support/Uuid.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -27,14 +26,15 @@ public:
     // exhausting the stack of the recursive decoders.
     static constexpr int maximumDepth = 512;
 
-    explicit JSONReader(const nlohmann::json& root) : value_(&root) {}
+    // A reader of the document's root value.
+    explicit JSONReader(const JSONDocument& document) : document_(&document) {}
 
-    // Parses a whole document; text that is not JSON throws with an empty coding path.
-    static nlohmann::json parse(std::string_view bytes);
-
-    const nlohmann::json& value() const { return *value_; }
     std::string codingPath() const;
 
+    // Throws unless this is an object.
+    void requireObject() const;
+    // Whether this object has a member under key (null or not).
+    bool contains(std::string_view key) const;
     // The member under key of this object; a missing key throws keyNotFound. A null member
     // is returned as it is and rejected by the typed reads as valueNotFound.
     JSONReader member(std::string_view key) const;
@@ -49,30 +49,33 @@ public:
     Date date() const;         // ISO 8601 text
     std::string data() const;  // standard Base64 text, read back to its bytes
 
-    const nlohmann::json::object_t& object() const;
-
     // Each element of this array, in order, read by read(const JSONReader&).
     template <class Read>
     auto array(Read&& read) const {
         using Element = std::decay_t<std::invoke_result_t<Read&, const JSONReader&>>;
-        const auto& elements = checked(nlohmann::json::value_t::array).template get_ref<const nlohmann::json::array_t&>();
+        const auto end = checked(JSONDocument::Type::array).end;
         std::vector<Element> result;
-        result.reserve(elements.size());
-        for (std::size_t i = 0; i < elements.size(); ++i) result.push_back(read(element(elements[i], i)));
+        std::size_t index = 0;
+        for (auto child = node_ + 1; child < end; child = document_->node(child).end) {
+            result.push_back(read(JSONReader(*this, child, {}, index++)));
+        }
         return result;
     }
 
     [[noreturn]] void fail(DecodingError::Kind kind, std::string description) const;
 
 private:
-    JSONReader(const nlohmann::json& value, const JSONReader& parent, std::string_view key, std::size_t index);
+    JSONReader(const JSONReader& parent, std::uint32_t node, std::string_view key, std::size_t index);
 
-    JSONReader element(const nlohmann::json& value, std::size_t index) const { return {value, *this, {}, index}; }
-    const nlohmann::json& checked(nlohmann::json::value_t type) const;
+    const JSONDocument::Node& value() const { return document_->node(node_); }
+    const JSONDocument::Node& checked(JSONDocument::Type type) const;
+    // The index of the value under key, or 0 (never a member) when there is none.
+    std::uint32_t find(std::string_view key) const;
     [[noreturn]] void failType(std::string_view expected) const;
     void appendPath(std::string& path) const;
 
-    const nlohmann::json* value_;
+    const JSONDocument* document_;
+    std::uint32_t node_ = 0;
     const JSONReader* parent_ = nullptr;
     std::string_view key_;  // empty for an array element
     std::size_t index_ = 0;

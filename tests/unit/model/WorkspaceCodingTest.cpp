@@ -131,7 +131,7 @@ TEST(WorkspaceCodingTest, CollectionWithOnlyIdAndNameTakesDefaultsAndIsWrittenIn
 TEST(WorkspaceCodingTest, EmptyOAuth2ObjectIsTheDefaultConfiguration) {
     auto auth = toJSON(Auth{});
     auth["oauth2"] = nlohmann::json::object();
-    const nlohmann::json document = auth;
+    const auto document = JSONDocument::parse(auth.dump());
     const auto config = decodeAuth(JSONReader(document)).oauth2;
     ASSERT_TRUE(config.has_value());
     EXPECT_EQ(OAuth2Config{}, *config);
