@@ -2,17 +2,16 @@
 
 namespace tessaline {
 
-nlohmann::json toJSON(const OAuth2Token& token) {
-    nlohmann::json object{
-        {"accessToken", token.accessToken},
-        {"tokenType", token.tokenType},
-        {"obtainedAt", iso8601(token.obtainedAt)},
-    };
-    if (token.refreshToken) object["refreshToken"] = *token.refreshToken;
-    if (token.idToken) object["idToken"] = *token.idToken;
-    if (token.scope) object["scope"] = *token.scope;
-    if (token.expiresAt) object["expiresAt"] = iso8601(*token.expiresAt);
-    return object;
+void write(JSONWriter& writer, const OAuth2Token& token) {
+    writer.beginObject();
+    writer.key("accessToken"), writer.value(token.accessToken);
+    if (token.expiresAt) writer.key("expiresAt"), writer.value(iso8601(*token.expiresAt));
+    if (token.idToken) writer.key("idToken"), writer.value(*token.idToken);
+    writer.key("obtainedAt"), writer.value(iso8601(token.obtainedAt));
+    if (token.refreshToken) writer.key("refreshToken"), writer.value(*token.refreshToken);
+    if (token.scope) writer.key("scope"), writer.value(*token.scope);
+    writer.key("tokenType"), writer.value(token.tokenType);
+    writer.endObject();
 }
 
 OAuth2Token decodeOAuth2Token(const JSONReader& reader) {

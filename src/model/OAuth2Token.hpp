@@ -2,8 +2,7 @@
 
 #include "support/Date.hpp"
 #include "support/JSONReader.hpp"
-
-#include <nlohmann/json.hpp>
+#include "support/JSONWriter.hpp"
 
 #include <optional>
 #include <string>
@@ -31,7 +30,7 @@ struct OAuth2Token {
 };
 
 // Keys are the field names, dates ISO 8601, absent optionals left out.
-nlohmann::json toJSON(const OAuth2Token& token);
+void write(JSONWriter& writer, const OAuth2Token& token);
 OAuth2Token decodeOAuth2Token(const JSONReader& reader);
 
 }  // namespace tessaline

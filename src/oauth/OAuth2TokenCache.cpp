@@ -1,7 +1,6 @@
 #include "oauth/OAuth2TokenCache.hpp"
 
 #include "support/AtomicFile.hpp"
-#include "support/JSONWriter.hpp"
 
 #include <sys/stat.h>
 
@@ -22,18 +21,31 @@ OAuth2TokenCache::Entry decodeEntry(const JSONReader& reader) {
 }  // namespace
 
 std::string encodeTokenCacheFile(const OAuth2TokenCache::Entries& entries) {
-    nlohmann::json tokens = nlohmann::json::object();
-    for (const auto& [key, entry] : entries) tokens[key] = {{"label", entry.label}, {"token", toJSON(entry.token)}};
-    return jsonWriter::write({{"version", 1}, {"tokens", std::move(tokens)}});
+    JSONWriter writer;
+    writer.beginObject();
+    writer.key("tokens");
+    writer.beginObject();
+    for (const auto& [key, entry] : entries) {
+        writer.key(key);
+        writer.beginObject();
+        writer.key("label"), writer.value(entry.label);
+        writer.key("token"), write(writer, entry.token);
+        writer.endObject();
+    }
+    writer.endObject();
+    writer.key("version"), writer.value(std::int64_t{1});
+    writer.endObject();
+    return std::move(writer).text();
 }
 
 OAuth2TokenCache::Entries decodeTokenCacheFile(std::string_view bytes) {
-    const auto document = JSONReader::parse(bytes);
+    const auto document = JSONDocument::parse(bytes);
     const JSONReader root(document);
     root.member("version").integer();
-    const auto tokens = root.member("tokens");
     OAuth2TokenCache::Entries entries;
-    for (const auto& [key, value] : tokens.object()) entries.emplace(key, decodeEntry(tokens.member(key)));
+    root.member("tokens").forEachMember([&entries](std::string_view key, const JSONReader& entry) {
+        entries[std::string(key)] = decodeEntry(entry);
+    });
     return entries;
 }
 

@@ -10,7 +10,7 @@ namespace {
 VariableResolver resolverWith(std::vector<KeyValue> variables) { return VariableResolver{.scopes = {std::move(variables)}}; }
 
 TEST(OAuth2ResolvedConfigTest, AnEmptyObjectDecodesToTheDefaultConfiguration) {
-    const nlohmann::json empty = nlohmann::json::object();
+    const auto empty = JSONDocument::parse("{}");
     const auto config = decodeOAuth2Config(JSONReader(empty));
     EXPECT_EQ(OAuth2Config{}, config);
     EXPECT_EQ(OAuth2Grant::authorizationCode, config.grant);
