@@ -4,12 +4,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
+
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static tessaline::MCPServer server;
+    // One workspace for the whole run, so that tool calls the fuzzer finds edit real files.
+    static tessaline::WorkspaceStore store(std::filesystem::temp_directory_path() / "tessaline-fuzz-workspace");
+    static tessaline::MCPServer server(store);
     const auto reply = server.handle(std::string_view(reinterpret_cast<const char*>(data), size));
     if (reply && !nlohmann::json::parse(*reply, nullptr, false).is_object()) std::abort();
     return 0;

@@ -1,6 +1,7 @@
 #include "app/CommandLine.hpp"
 #include "mcp/MCPServer.hpp"
 #include "mcp/ToolCatalog.hpp"
+#include "storage/WorkspaceStore.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -21,14 +22,16 @@ std::string_view trimBlanksAndTabs(std::string_view line) {
     return line.substr(first, line.find_last_not_of(" \t") - first + 1);
 }
 
-// Reads lines until the end of input and answers each before reading the next.
-void serve(tessaline::MCPServer& server) {
+// Reads lines until the end of input and answers each before reading the next. What the
+// desktop client wrote meanwhile is taken in before every line, empty ones included.
+void serve(tessaline::WorkspaceStore& store, tessaline::MCPServer& server) {
     char* buffer = nullptr;
     size_t capacity = 0;
     ssize_t length;
     while ((length = ::getline(&buffer, &capacity, stdin)) >= 0) {
         std::string_view line(buffer, static_cast<size_t>(length));
         if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+        store.reloadIfChanged();
         line = trimBlanksAndTabs(line);
         if (line.empty()) continue;
         if (const auto reply = server.handle(line)) writeLine(*reply);
@@ -49,11 +52,13 @@ int main(int argc, char** argv) {
         writeLine(commandLine.usage());
         return 0;
     }
-    tessaline::MCPServer server;
+    tessaline::WorkspaceStore store(commandLine.workspace ? std::filesystem::path(*commandLine.workspace)
+                                                          : tessaline::WorkspaceStore::defaultFolder());
+    tessaline::MCPServer server(store);
     if (commandLine.tools) {
         writeLine(tessaline::ToolCatalog::listing());
         return 0;
     }
-    serve(server);
+    serve(store, server);
     return 0;
 }

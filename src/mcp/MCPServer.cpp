@@ -28,6 +28,24 @@ bool isKnownTool(const std::string& name) {
 
 }  // namespace
 
+MCPServer::MCPServer(WorkspaceStore& store) : workspaceTools(store) {
+    const auto bind = [](auto* tools, std::string (std::remove_pointer_t<decltype(tools)>::*member)(const json&)) {
+        return [tools, member](const json& arguments) { return (tools->*member)(arguments); };
+    };
+    handlers = {
+        {"list_collections", bind(&workspaceTools, &WorkspaceTools::listCollections)},
+        {"list_requests", bind(&workspaceTools, &WorkspaceTools::listRequests)},
+        {"get_request", bind(&workspaceTools, &WorkspaceTools::getRequest)},
+        {"create_request", bind(&workspaceTools, &WorkspaceTools::createRequest)},
+        {"update_request", bind(&workspaceTools, &WorkspaceTools::updateRequest)},
+        {"delete_request", bind(&workspaceTools, &WorkspaceTools::deleteRequest)},
+        {"list_environments", bind(&workspaceTools, &WorkspaceTools::listEnvironments)},
+        {"set_active_environment", bind(&workspaceTools, &WorkspaceTools::setActiveEnvironment)},
+        {"set_variable", bind(&workspaceTools, &WorkspaceTools::setVariable)},
+        {"update_collection", bind(&workspaceTools, &WorkspaceTools::updateCollection)},
+    };
+}
+
 std::optional<std::string> MCPServer::handle(std::string_view line) {
     // A raw NUL byte is never valid JSON, but nlohmann's reader would take it for the end of
     // the input and accept what stands before it.
@@ -90,9 +108,11 @@ json MCPServer::callToolResult(const json& params) {
     }
 }
 
-std::string MCPServer::callTool(const std::string& name, const json& /*arguments*/) {
+std::string MCPServer::callTool(const std::string& name, const json& arguments) {
     if (!isKnownTool(name)) throw MCPError::unknownTool(name);
-    throw Error("The " + name + " tool is not available in this build yet.");
+    const auto handler = handlers.find(name);
+    if (handler == handlers.end()) throw Error("The " + name + " tool is not available in this build yet.");
+    return handler->second(arguments);
 }
 
 std::string MCPServer::encode(const json& reply) {

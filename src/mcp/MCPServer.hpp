@@ -1,7 +1,12 @@
 #pragma once
 
+#include "mcp/WorkspaceTools.hpp"
+#include "storage/WorkspaceStore.hpp"
+
 #include <nlohmann/json.hpp>
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +24,8 @@ public:
     static constexpr std::string_view serverVersion = "0.4.0";
     static constexpr int defaultBodyLimit = 20000;
 
+    explicit MCPServer(WorkspaceStore& store);
+
     // The reply line without its line feed, or nothing for a notification.
     std::optional<std::string> handle(std::string_view line);
 
@@ -33,7 +40,13 @@ public:
     static std::string encode(const nlohmann::json& reply);
 
 private:
+    using Handler = std::function<std::string(const nlohmann::json&)>;
+
     nlohmann::json callToolResult(const nlohmann::json& params);
+
+    WorkspaceTools workspaceTools;
+    // Tool name to handler; a catalogue tool missing here is not available in this build.
+    std::map<std::string, Handler, std::less<>> handlers;
 };
 
 }  // namespace tessaline

@@ -38,7 +38,9 @@ std::filesystem::path temporaryPath(const std::filesystem::path& path) {
         suffix += "0123456789abcdef"[byte >> 4];
         suffix += "0123456789abcdef"[byte & 0x0F];
     }
-    return path.parent_path() / ("." + path.filename().string() + "." + suffix + ".tmp");
+    // The name is cut so that the temporary's own name stays within the 255-byte limit
+    // that the target's may already touch.
+    return path.parent_path() / ("." + path.filename().string().substr(0, 200) + "." + suffix + ".tmp");
 }
 
 int writeAll(int fd, std::string_view bytes) {

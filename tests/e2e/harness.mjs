@@ -29,6 +29,7 @@ export function run(args, input = '', env = {}) {
     child.on('close', (status) =>
       resolve({ status, stdout: Buffer.concat(stdout).toString('utf8'), stderr: Buffer.concat(stderr).toString('utf8') }),
     );
+    child.stdin.on('error', () => {});  // a program that exits without reading closes the pipe
     child.stdin.end(input);
   });
 }

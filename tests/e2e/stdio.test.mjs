@@ -82,7 +82,7 @@ test('--help prints the four usage lines ending in the invocation path', async (
   );
 });
 
-test('--tools opens the workspace folder, then lists the tools', { todo: 'the workspace store opens the folder' }, async (t) => {
+test('--tools opens the workspace folder, then lists the tools', async (t) => {
   const workspace = join(temporaryFolder(t), 'nested', 'folder');
   const { status, stdout, stderr } = await run(['--workspace', workspace, '--tools', '--unknown-switch']);
   assert.equal(status, 0);
@@ -94,7 +94,7 @@ test('--tools opens the workspace folder, then lists the tools', { todo: 'the wo
   assert.ok(existsSync(workspace), 'the workspace folder is created before the list is printed');
 });
 
-test('--workspace without a value falls back to the default folder', { todo: 'the workspace store opens the folder' }, async (t) => {
+test('--workspace without a value falls back to the default folder', async (t) => {
   const home = temporaryFolder(t);
   const { status, stdout } = await run(['--workspace'], '{"id":1,"method":"ping"}\n', { HOME: home, XDG_DATA_HOME: '' });
   assert.equal(status, 0);

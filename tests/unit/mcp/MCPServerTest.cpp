@@ -1,5 +1,7 @@
 #include "mcp/MCPServer.hpp"
 
+#include "TemporaryFolder.hpp"
+
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -16,7 +18,9 @@ protected:
         EXPECT_TRUE(result.has_value()) << line;
         return result.value_or("");
     }
-    MCPServer server;
+    TemporaryFolder folder{"tessaline-server"};
+    WorkspaceStore store{folder.path};
+    MCPServer server{store};
 };
 
 TEST_F(MCPServerTest, AnswersPingWithSortedKeys) {

@@ -1,0 +1,98 @@
+#include "mcp/ToolLookup.hpp"
+
+#include "mcp/MCPError.hpp"
+#include "model/ItemTree.hpp"
+#include "support/CaseInsensitive.hpp"
+#include "support/UnicodeText.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace tessaline {
+
+APIRequest ToolLookup::findRequest(const std::optional<std::string>& argument) const {
+    if (!argument) throw MCPError::invalid("request is required (id or name)");
+    const std::string& text = *argument;
+    if (const auto id = Uuid::parse(text)) {
+        if (auto request = store.request(*id)) return *request;
+    }
+    std::vector<APIRequest> all;
+    for (const auto& collection : store.workspace().collections) {
+        for (auto& request : itemTree::allRequests(collection.items)) all.push_back(std::move(request));
+    }
+    std::vector<const APIRequest*> named;
+    for (const auto& request : all) {
+        if (caseInsensitive::equal(request.name, text)) named.push_back(&request);
+    }
+    if (named.size() == 1) return *named.front();
+    if (named.size() > 1) {
+        std::string ids;
+        for (const auto* request : named) ids += (ids.empty() ? "" : ", ") + request->id.text();
+        throw MCPError::invalid(std::to_string(named.size()) + " requests are named " + text + "; use an id: " + ids);
+    }
+    const std::string needle = unicodeText::lowercased(text);
+    const APIRequest* partial = nullptr;
+    int partialMatches = 0;
+    for (const auto& request : all) {
+        if (unicodeText::lowercased(request.name).find(needle) != std::string::npos) {
+            partial = &request;
+            ++partialMatches;
+        }
+    }
+    if (partialMatches == 1) return *partial;
+    throw MCPError::invalid("No request matches " + text + ". Use list_requests.");
+}
+
+APICollection ToolLookup::findCollection(const std::string& text) const {
+    if (const auto id = Uuid::parse(text)) {
+        if (auto collection = store.collection(*id)) return *collection;
+    }
+    for (auto& collection : store.workspace().collections) {
+        if (caseInsensitive::equal(collection.name, text)) return collection;
+    }
+    throw MCPError::invalid("No collection named " + text + ". Use list_collections.");
+}
+
+APICollection ToolLookup::findOrCreateCollection(const std::string& text) const {
+    try {
+        return findCollection(text);
+    } catch (const MCPError&) {
+        APICollection collection;  // with the default icon and colour
+        collection.name = text;
+        store.addCollection(collection);
+        return collection;
+    }
+}
+
+APIEnvironment ToolLookup::findEnvironment(const std::string& name) const {
+    for (auto& environment : store.workspace().environments) {
+        if (caseInsensitive::equal(environment.name, name)) return environment;
+    }
+    throw MCPError::invalid("No environment named " + name);
+}
+
+std::optional<Uuid> ToolLookup::folderIDNamed(const std::string& name, const std::vector<CollectionItem>& items) {
+    for (const auto& item : items) {
+        if (item.folder() && caseInsensitive::equal(item.name(), name)) return item.id();
+    }
+    return std::nullopt;
+}
+
+bool ToolLookup::looksSecret(const std::string& name) {
+    static constexpr std::array<std::string_view, 9> hints = {
+        "token", "secret", "password", "passwd", "apikey", "api_key", "api-key", "auth", "credential"};
+    const std::string lower = unicodeText::lowercased(name);
+    return std::any_of(hints.begin(), hints.end(), [&](std::string_view hint) { return lower.find(hint) != std::string::npos; }) ||
+           lower.ends_with("key");
+}
+
+void ToolLookup::upsert(std::vector<KeyValue>& rows, const std::string& key, const std::string& value) {
+    const auto found = std::find_if(rows.begin(), rows.end(), [&](const KeyValue& row) { return row.key == key; });
+    if (found != rows.end()) {
+        found->value = value;
+    } else {
+        rows.push_back(KeyValue{Uuid::random(), key, value, true});
+    }
+}
+
+}  // namespace tessaline

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Text operations that follow Unicode rather than bytes: lower-casing by the root locale's
+// rules, and counting user-perceived characters (grapheme clusters: "\r\n" is one, so is
+// an emoji family). Ill-formed UTF-8 is read as U+FFFD.
+namespace tessaline::unicodeText {
+
+std::string lowercased(std::string_view text);
+
+std::size_t characterCount(std::string_view text);
+
+// The first `count` characters of the text (all of it when it has fewer).
+std::string_view characterPrefix(std::string_view text, std::size_t count);
+
+}  // namespace tessaline::unicodeText
