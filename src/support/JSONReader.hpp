@@ -62,6 +62,17 @@ public:
         return result;
     }
 
+    // Calls read(key, member) for each member of this object in document order; a repeated
+    // key is read each time.
+    template <class Read>
+    void forEachMember(Read&& read) const {
+        const auto end = checked(JSONDocument::Type::object).end;
+        for (auto child = node_ + 1; child < end; child = document_->node(child + 1).end) {
+            const auto key = document_->text(child);
+            read(key, JSONReader(*this, child + 1, key, 0));
+        }
+    }
+
     [[noreturn]] void fail(DecodingError::Kind kind, std::string description) const;
 
 private:

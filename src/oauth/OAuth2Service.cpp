@@ -1,0 +1,118 @@
+#include "oauth/OAuth2Service.hpp"
+
+#include "oauth/AuthorizationCodeFlow.hpp"
+#include "oauth/DeviceFlow.hpp"
+#include "oauth/OAuth2Error.hpp"
+#include "oauth/TokenEndpoint.hpp"
+#include "pipeline/RequestBuildError.hpp"
+
+#include <thread>
+
+namespace tessaline {
+
+OAuth2Service::OAuth2Service(OAuth2TokenCache& cache, OAuth2Timing timing) : cache_(cache), timing_(std::move(timing)) {}
+
+OAuth2Service::~OAuth2Service() {
+    std::unique_lock guard(lock_);
+    finished_.wait(guard, [this] { return running_ == 0; });
+}
+
+std::optional<OAuth2Token> OAuth2Service::prepare(const Auth& auth, const VariableResolver& resolver, Mode mode,
+                                                  OAuth2Interaction* interaction) {
+    if (auth.kind != AuthKind::oauth2) return std::nullopt;
+    return token(auth.oauth2.value_or(OAuth2Config{}), resolver, mode, interaction);
+}
+
+OAuth2Token OAuth2Service::token(const OAuth2Config& config, const VariableResolver& resolver, Mode mode,
+                                 OAuth2Interaction* interaction) {
+    if (auto names = unresolvedNames(config, resolver); !names.empty()) {
+        throw RequestBuildError::unresolvedVariables(std::move(names));
+    }
+    return token(resolved(config, resolver), mode, interaction);
+}
+
+OAuth2Token OAuth2Service::token(const OAuth2ResolvedConfig& config, Mode mode, OAuth2Interaction* interaction) {
+    const auto key = config.cacheKey();
+    auto cached = cache_.tokenForKey(key);
+    if (mode == Mode::reuse && cached && cached->isUsable(timing_.now(), leeway)) return *cached;
+    if (mode == Mode::renew) cached.reset();
+    return acquisition(key, config, std::move(cached), interaction).get();
+}
+
+std::shared_future<OAuth2Token> OAuth2Service::acquisition(const std::string& key, const OAuth2ResolvedConfig& config,
+                                                           std::optional<OAuth2Token> cached,
+                                                           OAuth2Interaction* interaction) {
+    const std::lock_guard guard(lock_);
+    if (const auto running = inFlight_.find(key); running != inFlight_.end()) return running->second;
+
+    std::promise<OAuth2Token> promise;
+    auto future = promise.get_future().share();
+    inFlight_.emplace(key, future);
+    ++running_;
+    auto run = [this, key, config, cached = std::move(cached), interaction,
+                promise = std::move(promise)]() mutable {
+        try {
+            auto token = obtain(config, cached, interaction);
+            cache_.set(token, key, config.label());
+            finish(key);
+            promise.set_value(std::move(token));
+        } catch (...) {
+            finish(key);
+            promise.set_exception(std::current_exception());
+        }
+    };
+    try {
+        std::thread(std::move(run)).detach();
+    } catch (...) {
+        inFlight_.erase(key);
+        --running_;
+        throw;
+    }
+    return future;
+}
+
+// The last the acquisition's thread does with the service: callers are released only after,
+// so none can destroy the service before.
+void OAuth2Service::finish(const std::string& key) {
+    const std::lock_guard guard(lock_);
+    inFlight_.erase(key);
+    --running_;
+    finished_.notify_all();
+}
+
+OAuth2Token OAuth2Service::obtain(const OAuth2ResolvedConfig& config, const std::optional<OAuth2Token>& cached,
+                                  OAuth2Interaction* interaction) const {
+    if (cached && cached->canRefresh()) {
+        try {
+            return TokenEndpoint(config, timing_.now).refresh(*cached->refreshToken);
+        } catch (const OAuth2Error& error) {
+            // A refresh token the server no longer takes: run the grant instead.
+            if (error.kind() == OAuth2Error::Kind::invalidConfig) throw;
+        }
+    }
+    return runGrant(config, interaction);
+}
+
+OAuth2Token OAuth2Service::runGrant(const OAuth2ResolvedConfig& config, OAuth2Interaction* interaction) const {
+    const TokenEndpoint endpoint(config, timing_.now);
+    formEncoding::Fields fields;
+    switch (config.grant) {
+    case OAuth2Grant::clientCredentials: fields = {{"grant_type", "client_credentials"}}; break;
+    case OAuth2Grant::password:
+        fields = {{"grant_type", "password"}, {"username", config.username}, {"password", config.password}};
+        break;
+    case OAuth2Grant::refreshToken:
+        if (config.refreshToken.empty()) throw OAuth2Error::invalidConfig("Enter a refresh token to exchange.");
+        return endpoint.refresh(config.refreshToken);
+    case OAuth2Grant::authorizationCode:
+        if (!interaction) throw OAuth2Error::interactionRequired(config.grant);
+        return authorizationCodeFlow::run(endpoint, *interaction, timing_);
+    case OAuth2Grant::deviceCode:
+        if (!interaction) throw OAuth2Error::interactionRequired(config.grant);
+        return deviceFlow::run(endpoint, *interaction, timing_);
+    }
+    if (!config.scope.empty()) fields.emplace_back("scope", config.scope);
+    return endpoint.requestToken(std::move(fields));
+}
+
+}  // namespace tessaline

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "model/OAuth2Token.hpp"
+#include "support/FileStamp.hpp"
+
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace tessaline {
+
+// The tokens obtained so far, one per cache key (OAuth2ResolvedConfig::cacheKey), kept in a
+// file that the desktop client and the server share without notifying each other: every
+// operation first re-reads the file if it changed on disk, and every change is written out at
+// once (atomically, permissions 0600, for the file holds live credentials). Between
+// processes the last writer wins.
+//
+// Nothing here throws: a missing, unreadable or damaged file reads as an empty cache, and a
+// failed write keeps the in-memory entries, which the next successful write saves. Whether a
+// token is still usable is the caller's question. Safe to use from any thread.
+class OAuth2TokenCache {
+public:
+    struct Entry {
+        OAuth2Token token{};
+        std::string label{};  // the configuration's label when the token was stored
+        bool operator==(const Entry&) const = default;
+    };
+    using Entries = std::map<std::string, Entry>;
+
+    static constexpr std::string_view fileName = "oauth-tokens.json";
+
+    // Without a file the cache lives in memory only.
+    explicit OAuth2TokenCache(std::optional<std::filesystem::path> file);
+    OAuth2TokenCache(const OAuth2TokenCache&) = delete;
+    OAuth2TokenCache& operator=(const OAuth2TokenCache&) = delete;
+
+    std::optional<OAuth2Token> tokenForKey(const std::string& key);
+    // Replaces any entry under the key, and saves.
+    void set(const OAuth2Token& token, const std::string& key, const std::string& label);
+    // Saves even when there was no such entry.
+    void remove(const std::string& key);
+    // Empties the cache and saves, without reading the file first.
+    void removeAll();
+    Entries allEntries();
+    // Takes in a change another program made to the file; every operation above does this first.
+    void reloadIfChanged();
+
+private:
+    void reloadIfChangedLocked();
+    void saveLocked();
+
+    const std::optional<std::filesystem::path> file_;
+    std::mutex lock_;
+    Entries entries_;
+    // What the file held when it was last read or written, and when that was.
+    std::optional<FileStamp> loadedStamp_;
+    std::optional<std::string> loadedBytes_;
+    Date loadedAt_{};
+};
+
+// The file's content: {"version": 1, "tokens": {key: {"label": ..., "token": {...}}}}.
+std::string encodeTokenCacheFile(const OAuth2TokenCache::Entries& entries);
+// Throws DecodingError; both keys are required.
+OAuth2TokenCache::Entries decodeTokenCacheFile(std::string_view bytes);
+
+}  // namespace tessaline

@@ -1,0 +1,47 @@
+#include "oauth/TokenEndpoint.hpp"
+
+#include "oauth/OAuth2Error.hpp"
+#include "support/Base64.hpp"
+#include "support/CurlEasy.hpp"
+#include "support/URLComponents.hpp"
+
+namespace tessaline {
+
+TokenEndpoint::TokenEndpoint(const OAuth2ResolvedConfig& config, Clock now) : config_(config), now_(std::move(now)) {}
+
+OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formEncoding::Fields fields) const {
+    for (const auto& row : config_.tokenParams) fields.emplace_back(row.key, row.value);
+    CurlEasy::Request request{
+        .method = "POST",
+        .url = url,
+        .headers = {{"Content-Type", "application/x-www-form-urlencoded"},
+                    {"Accept", "application/json"},
+                    {"User-Agent", "Tessaline/1.0"}},
+        .timeout = 60,
+    };
+    if (config_.clientAuth == OAuth2ClientAuth::basicHeader && !config_.clientSecret.empty()) {
+        request.headers.emplace_back("Authorization",
+                                     "Basic " + base64::encode(config_.clientID + ":" + config_.clientSecret));
+    } else {
+        fields.emplace_back("client_id", config_.clientID);
+        if (!config_.clientSecret.empty()) fields.emplace_back("client_secret", config_.clientSecret);
+    }
+    request.body = formEncoding::encoded(fields);
+
+    auto response = CurlEasy().perform(request);
+    if (response.error) throw Error(*response.error);
+    return {response.status, std::move(response.body)};
+}
+
+OAuth2Token TokenEndpoint::requestToken(formEncoding::Fields fields) const {
+    if (!URLComponents::parse(config_.tokenURL)) throw OAuth2Error::invalidConfig("The token URL is missing or invalid.");
+    return post(config_.tokenURL, std::move(fields)).token(now_());
+}
+
+OAuth2Token TokenEndpoint::refresh(const std::string& refreshToken) const {
+    auto token = requestToken({{"grant_type", "refresh_token"}, {"refresh_token", refreshToken}});
+    if (!token.canRefresh()) token.refreshToken = refreshToken;
+    return token;
+}
+
+}  // namespace tessaline

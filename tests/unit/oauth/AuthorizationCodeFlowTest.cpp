@@ -1,0 +1,166 @@
+#include "oauth/AuthorizationCodeFlow.hpp"
+
+#include "AuthorizationServer.hpp"
+#include "ScriptedBrowser.hpp"
+#include "oauth/LoopbackReceiver.hpp"
+#include "oauth/OAuth2Error.hpp"
+#include "oauth/OAuth2Service.hpp"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace tessaline {
+namespace {
+
+using Mode = OAuth2Service::Mode;
+
+std::vector<std::string> names(const formEncoding::Fields& fields) {
+    std::vector<std::string> result;
+    for (const auto& [name, value] : fields) result.push_back(name);
+    return result;
+}
+
+std::string valueOf(const formEncoding::Fields& fields, const std::string& name) {
+    for (const auto& [key, value] : fields) {
+        if (key == name) return value;
+    }
+    return "(missing)";
+}
+
+class AuthorizationCodeFlowTest : public testing::Test {
+protected:
+    OAuth2ResolvedConfig config(std::string redirectURI) const {
+        return {.grant = OAuth2Grant::authorizationCode,
+                .authURL = server.url("/authorize?tenant=t"),
+                .tokenURL = server.url("/token"),
+                .clientID = "app",
+                .scope = "openid profile",
+                .redirectURI = std::move(redirectURI),
+                .authParams = {{.key = "prompt", .value = "consent"}},
+                .tokenParams = {{.key = "resource", .value = "r"}}};
+    }
+
+    std::string signInFailure(const OAuth2ResolvedConfig& configuration) {
+        try {
+            service.token(configuration, Mode::renew, &browser);
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "no failure";
+    }
+
+    AuthorizationServer server;
+    ScriptedBrowser browser;
+    OAuth2TokenCache cache{std::nullopt};
+    OAuth2Service service{cache, OAuth2Timing{.loopbackTimeout = std::chrono::seconds(10)}};
+};
+
+TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
+    browser.askForIconFirst = true;
+    EXPECT_EQ("token-1", service.token(config("http://127.0.0.1/callback"), Mode::reuse, &browser).accessToken);
+
+    ASSERT_EQ(1u, server.authorizationQueries().size());
+    const auto query = formEncoding::decoded(server.authorizationQueries()[0]);
+    EXPECT_EQ((std::vector<std::string>{"tenant", "response_type", "client_id", "redirect_uri", "state", "scope",
+                                        "code_challenge", "code_challenge_method", "prompt"}),
+              names(query));
+    EXPECT_EQ("code", valueOf(query, "response_type"));
+    EXPECT_EQ("openid profile", valueOf(query, "scope"));
+    EXPECT_EQ("S256", valueOf(query, "code_challenge_method"));
+    EXPECT_EQ(22u, valueOf(query, "state").size());
+    const auto redirectURI = valueOf(query, "redirect_uri");
+    EXPECT_TRUE(std::regex_match(redirectURI, std::regex(R"(http://127\.0\.0\.1:[1-9][0-9]*/callback)"))) << redirectURI;
+
+    ASSERT_EQ(2u, browser.loopbackPages.size());
+    EXPECT_EQ(404, browser.loopbackPages[0].status);
+    EXPECT_EQ(200, browser.loopbackPages[1].status);
+    EXPECT_EQ(LoopbackReceiver::page(true), browser.loopbackPages[1].body);
+    ASSERT_EQ(1u, browser.prompts.size());
+    EXPECT_TRUE(std::get<OAuth2BrowserPrompt>(browser.prompts[0]).authorizationURL.ends_with(server.authorizationQueries()[0]));
+    EXPECT_EQ(1, browser.dismissals);
+
+    // The server has checked the code, the redirect URI and the verifier against the challenge.
+    const auto exchange = server.tokenRequests().at(0);
+    EXPECT_EQ((std::vector<std::string>{"grant_type", "code", "redirect_uri", "code_verifier", "resource", "client_id"}),
+              names(exchange.fields));
+    EXPECT_EQ("authorization_code", exchange.field("grant_type"));
+    EXPECT_EQ(43u, exchange.field("code_verifier").size());
+}
+
+TEST_F(AuthorizationCodeFlowTest, WithoutPKCENeitherChallengeNorVerifierIsSent) {
+    auto configuration = config("http://localhost/cb");
+    configuration.usePKCE = false;
+    EXPECT_EQ("token-1", service.token(configuration, Mode::renew, &browser).accessToken);
+    EXPECT_EQ(std::string::npos, server.authorizationQueries()[0].find("code_challenge"));
+    EXPECT_FALSE(server.tokenRequests()[0].has("code_verifier"));
+}
+
+TEST_F(AuthorizationCodeFlowTest, AFixedPortIsUsedAndTheRedirectURIKeptAsWritten) {
+    std::uint16_t port = 0;
+    {
+        const auto probe = LoopbackReceiver::start(std::nullopt, "/");
+        port = probe->port();
+    }
+    const auto redirectURI = "http://localhost:" + std::to_string(port);
+    EXPECT_EQ("token-1", service.token(config(redirectURI), Mode::renew, &browser).accessToken);
+    EXPECT_EQ(redirectURI, server.tokenRequests()[0].field("redirect_uri"));
+}
+
+TEST_F(AuthorizationCodeFlowTest, RedirectsThatCarryNoUsableCodeFail) {
+    const std::pair<std::function<std::string(const std::map<std::string, std::string>&)>, std::string> cases[] = {
+        {[](const auto& q) { return q.at("redirect_uri") + "?error=access_denied&error_description=Nope&state=" + q.at("state"); },
+         "OAuth 2 error access_denied: Nope"},
+        {[](const auto& q) { return q.at("redirect_uri") + "?code=c&state=forged"; },
+         "The authorization response's state didn't match the request — sign-in was not completed."},
+        {[](const auto& q) { return q.at("redirect_uri") + "?code=c"; },
+         "The authorization response's state didn't match the request — sign-in was not completed."},
+        {[](const auto& q) { return q.at("redirect_uri") + "?state=" + q.at("state"); },
+         "Unexpected token response: the redirect carried no authorization code"},
+    };
+    for (const auto& [redirect, message] : cases) {
+        server.onAuthorize = redirect;
+        EXPECT_EQ(message, signInFailure(config("http://127.0.0.1/cb")));
+    }
+    EXPECT_EQ(LoopbackReceiver::page(false), browser.loopbackPages.at(0).body);
+    EXPECT_EQ(LoopbackReceiver::page(true), browser.loopbackPages.at(1).body);
+    EXPECT_TRUE(server.tokenRequests().empty());
+}
+
+TEST_F(AuthorizationCodeFlowTest, CustomSchemeRedirectsGoThroughTheInteractionsBrowser) {
+    server.onAuthorize = [](const auto& q) {
+        return q.at("redirect_uri") + "?state=" + q.at("state") + "#code=code-1&state=ignored";
+    };
+    EXPECT_EQ("token-1", service.token(config("tessaline://oauth/callback"), Mode::renew, &browser).accessToken);
+    ASSERT_EQ(1u, browser.signIns.size());
+    EXPECT_EQ("tessaline://oauth/callback", browser.signIns[0].first);
+    EXPECT_EQ(OAuth2RedirectMode(OAuth2RedirectMode::CustomScheme{"tessaline"}), browser.signIns[0].second);
+    EXPECT_TRUE(browser.prompts.empty());
+    EXPECT_EQ("tessaline://oauth/callback", server.tokenRequests()[0].field("redirect_uri"));
+}
+
+TEST_F(AuthorizationCodeFlowTest, TheLoopbackWaitEndsWithTheTimeOutOrTheCancellation) {
+    OAuth2Service impatient(cache, OAuth2Timing{.loopbackTimeout = std::chrono::milliseconds(100)});
+    browser.followsLinks = false;
+    try {
+        impatient.token(config("http://127.0.0.1/cb"), Mode::renew, &browser);
+        FAIL() << "no time-out";
+    } catch (const OAuth2Error& error) {
+        EXPECT_EQ("Timed out waiting for the sign-in to finish.", std::string(error.what()));
+    }
+    browser.cancelOnPrompt = true;
+    EXPECT_EQ("Sign-in was cancelled.", signInFailure(config("http://127.0.0.1/cb")));
+    EXPECT_EQ(2, browser.dismissals);
+}
+
+TEST_F(AuthorizationCodeFlowTest, AnAuthorizationURLWithoutHostIsRefused) {
+    for (const char* url : {"", "not a url", "file:///authorize"}) {
+        auto configuration = config("http://127.0.0.1/cb");
+        configuration.authURL = url;
+        EXPECT_EQ("The authorization URL is missing or invalid.", signInFailure(configuration)) << url;
+    }
+    EXPECT_TRUE(browser.prompts.empty());
+}
+
+}  // namespace
+}  // namespace tessaline

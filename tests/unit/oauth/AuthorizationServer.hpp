@@ -1,0 +1,158 @@
+#pragma once
+
+#include "oauth/PKCE.hpp"
+#include "support/Clock.hpp"
+#include "support/FormEncoding.hpp"
+#include "support/LocalHTTPServer.hpp"
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tessaline {
+
+// An OAuth 2 authorization server on 127.0.0.1 for the token service's tests. It records
+// every post to its token ("/token") and device authorization ("/device") endpoints and
+// answers as scripted; by default the token endpoint issues "token-1", "token-2", ... with
+// refresh tokens and, for an authorization code, first checks the code, the redirect URI and
+// the PKCE verifier against the authorization request. Its authorization endpoint
+// ("/authorize") redirects to the redirect URI with a code and the state.
+class AuthorizationServer {
+public:
+    struct Received {
+        std::string body{};
+        formEncoding::Fields fields{};
+        std::map<std::string, std::string> headers{};  // the few the tests look at
+        Date at{};  // by the test's clock
+
+        // The value of a field, "" when it is missing; has() tells the two apart.
+        std::string field(const std::string& name) const {
+            for (const auto& [key, value] : fields) {
+                if (key == name) return value;
+            }
+            return {};
+        }
+        bool has(const std::string& name) const {
+            for (const auto& [key, value] : fields) {
+                if (key == name) return true;
+            }
+            return false;
+        }
+    };
+    struct Reply {
+        int status = 200;
+        std::string body{};
+        std::string contentType = "application/json";
+    };
+    using Script = std::function<Reply(const Received&)>;
+    // The Location an authorization request is redirected to, from its decoded query.
+    using Redirect = std::function<std::string(const std::map<std::string, std::string>& query)>;
+
+    explicit AuthorizationServer(Clock clock = systemClock()) : clock_(std::move(clock)) {
+        server_.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
+            if (onToken) return answer(tokenRequests_, onToken, request, response);
+            answer(tokenRequests_, [this](const Received& received) { return issue(received); }, request, response);
+        });
+        server_.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
+            answer(deviceRequests_, onDevice, request, response);
+        });
+        server_.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) {
+            authorize(request, response);
+        });
+        server_.start();
+    }
+
+    std::string url(std::string_view path) const { return server_.url(path); }
+
+    std::vector<Received> tokenRequests() const {
+        const std::lock_guard guard(lock_);
+        return tokenRequests_;
+    }
+    std::vector<Received> deviceRequests() const {
+        const std::lock_guard guard(lock_);
+        return deviceRequests_;
+    }
+    // The query texts of the authorization requests, as they arrived.
+    std::vector<std::string> authorizationQueries() const {
+        const std::lock_guard guard(lock_);
+        return authorizationQueries_;
+    }
+
+    // Set before the service runs.
+    Script onToken;
+    Script onDevice;
+    Redirect onAuthorize;
+
+    static Reply json(int status, const std::string& body) { return {status, body}; }
+
+private:
+    void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request,
+                httplib::Response& response) {
+        Received received{.body = request.body, .fields = formEncoding::decoded(request.body), .at = clock_()};
+        for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
+            if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
+        }
+        {
+            const std::lock_guard guard(lock_);
+            log.push_back(received);
+        }
+        const auto reply = script(received);
+        response.status = reply.status;
+        response.set_content(reply.body, reply.contentType);
+    }
+
+    Reply issue(const Received& request) {
+        if (request.field("grant_type") == "authorization_code" && !redeems(request)) {
+            return json(400, R"({"error":"invalid_grant","error_description":"code, redirect or verifier mismatch"})");
+        }
+        const std::lock_guard guard(lock_);
+        const auto n = std::to_string(++issued_);
+        return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,)" +
+                             R"("refresh_token":"refresh-)" + n + R"("})");
+    }
+
+    bool redeems(const Received& request) {
+        const std::lock_guard guard(lock_);
+        const auto found = codes_.find(request.field("code"));
+        if (found == codes_.end() || found->second.redirectURI != request.field("redirect_uri")) return false;
+        const auto& challenge = found->second.challenge;
+        return challenge.empty() ? !request.has("code_verifier")
+                                 : pkce::challenge(request.field("code_verifier")) == challenge;
+    }
+
+    void authorize(const httplib::Request& request, httplib::Response& response) {
+        const auto queryStart = request.target.find('?');
+        const auto query = queryStart == std::string::npos ? std::string() : request.target.substr(queryStart + 1);
+        std::map<std::string, std::string> parameters;
+        for (auto& [name, value] : formEncoding::decoded(query)) parameters.emplace(name, value);
+        std::string code;
+        {
+            const std::lock_guard guard(lock_);
+            authorizationQueries_.push_back(query);
+            code = "code-" + std::to_string(authorizationQueries_.size());
+            codes_[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
+        }
+        response.status = 302;
+        response.set_header("Location", onAuthorize ? onAuthorize(parameters)
+                                                    : parameters["redirect_uri"] + "?code=" + code + "&state=" +
+                                                          formEncoding::percentEncoded(parameters["state"]));
+    }
+
+    struct IssuedCode {
+        std::string redirectURI;
+        std::string challenge;
+    };
+
+    Clock clock_;
+    mutable std::mutex lock_;
+    std::vector<Received> tokenRequests_;
+    std::vector<Received> deviceRequests_;
+    std::vector<std::string> authorizationQueries_;
+    std::map<std::string, IssuedCode> codes_;
+    int issued_ = 0;
+    LocalHTTPServer server_;  // last: stops serving before the rest goes
+};
+
+}  // namespace tessaline

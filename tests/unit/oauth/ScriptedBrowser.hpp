@@ -1,0 +1,102 @@
+#pragma once
+
+#include "oauth/OAuth2Interaction.hpp"
+#include "support/URLComponents.hpp"
+
+#include <httplib.h>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tessaline {
+
+// An OAuth2Interaction standing in for a person with a browser. Shown an authorization URL,
+// it visits it on its own thread, as a browser would (unless told not to), and follows the redirect (asking for
+// the site's icon first when told to); asked to sign in through its own browser, it visits the
+// URL and returns the redirect's location. It records every prompt, and when told to, cancels
+// the prompt instead.
+class ScriptedBrowser : public OAuth2Interaction {
+public:
+    struct Page {
+        int status = 0;
+        std::string body;
+    };
+
+    ~ScriptedBrowser() override { joinVisit(); }
+
+    void showPrompt(const OAuth2Prompt& prompt, std::shared_ptr<CancelFlag> cancel) override {
+        const std::lock_guard guard(lock_);
+        prompts.push_back(prompt);
+        if (cancelOnPrompt) cancel->set();
+        const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt);
+        if (browser && followsLinks) {
+            visit_ = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
+        }
+    }
+
+    void dismissPrompt() override {
+        joinVisit();
+        const std::lock_guard guard(lock_);
+        ++dismissals;
+    }
+
+    std::string signIn(const std::string& authorizationURL, const std::string& redirectURI,
+                       const OAuth2RedirectMode& mode) override {
+        const std::lock_guard guard(lock_);
+        signIns.push_back({redirectURI, mode});
+        return location(authorizationURL);
+    }
+
+    // Script, set before the sign-in.
+    bool followsLinks = true;
+    bool askForIconFirst = false;
+    bool cancelOnPrompt = false;
+
+    // What happened, read after the sign-in.
+    std::vector<OAuth2Prompt> prompts;
+    int dismissals = 0;
+    std::vector<std::pair<std::string, OAuth2RedirectMode>> signIns;
+    std::vector<Page> loopbackPages;  // the loopback receiver's answers, in order
+
+private:
+    static std::optional<httplib::Response> fetch(const std::string& url) {
+        const auto parts = URLComponents::parse(url);
+        if (!parts) return std::nullopt;
+        httplib::Client client("127.0.0.1", parts->port().value_or(80));
+        const auto query = parts->query();
+        auto result = client.Get(parts->path() + (query ? "?" + *query : ""));
+        if (!result) return std::nullopt;
+        return *result;
+    }
+
+    static Page get(const std::string& url) {
+        const auto response = fetch(url);
+        return response ? Page{response->status, response->body} : Page{};
+    }
+
+    static std::string location(const std::string& url) {
+        const auto response = fetch(url);
+        return response ? response->get_header_value("Location") : std::string();
+    }
+
+    void followToLoopback(const std::string& authorizationURL) {
+        const auto redirect = location(authorizationURL);
+        std::vector<Page> pages;
+        if (askForIconFirst) pages.push_back(get(redirect.substr(0, redirect.find('/', 7)) + "/favicon.ico"));
+        pages.push_back(get(redirect));
+        const std::lock_guard guard(lock_);
+        loopbackPages.insert(loopbackPages.end(), pages.begin(), pages.end());
+    }
+
+    void joinVisit() {
+        if (visit_.joinable()) visit_.join();
+    }
+
+    std::mutex lock_;
+    std::thread visit_;
+};
+
+}  // namespace tessaline

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "oauth/OAuth2Timing.hpp"
+
+#include <mutex>
+
+namespace tessaline {
+
+// A clock that stands still until something sleeps, and then moves on by exactly the time
+// slept: waits of any length take no real time.
+class SteppedClock {
+public:
+    explicit SteppedClock(Date start) : now_(start) {}
+
+    Date now() const {
+        const std::lock_guard guard(lock_);
+        return now_;
+    }
+    void advance(OAuth2Timing::Seconds duration) {
+        const std::lock_guard guard(lock_);
+        now_ += std::chrono::duration_cast<Date::duration>(duration);
+    }
+
+    OAuth2Timing timing() {
+        return {.now = [this] { return now(); }, .sleep = [this](OAuth2Timing::Seconds d) { advance(d); }};
+    }
+
+private:
+    mutable std::mutex lock_;
+    Date now_;
+};
+
+}  // namespace tessaline
