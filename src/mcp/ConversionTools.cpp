@@ -6,6 +6,7 @@
 #include "interchange/PostmanFormat.hpp"
 #include "mcp/MCPError.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "oauth/CachedTokenLookup.hpp"
 
 namespace tessaline {
 
@@ -51,7 +52,10 @@ std::string ConversionTools::importCurl(const json& arguments) {
 std::string ConversionTools::generateCode(const json& arguments) {
     const auto request = lookup.findRequest(args::text(arguments, "request"));
     const auto target = targetOrFail(args::text(arguments, "language").value_or("cURL"));
-    return CodeGenerator::generate(target, RequestBuilder::resolve(request, store.collectionContaining(request.id), store.resolver(request)));
+    // The snippet carries a cached OAuth 2 token like a send would; none is obtained for it.
+    return CodeGenerator::generate(target, RequestBuilder::resolve(request, store.collectionContaining(request.id),
+                                                                   store.resolver(request),
+                                                                   cachedTokenLookup(store.oauthTokens())));
 }
 
 std::string ConversionTools::exportPostman(const json& arguments) {

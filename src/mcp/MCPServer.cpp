@@ -29,7 +29,7 @@ bool isKnownTool(const std::string& name) {
 }  // namespace
 
 MCPServer::MCPServer(WorkspaceStore& store)
-    : workspaceTools(store), sendingTools(store, runner), conversionTools(store) {
+    : workspaceTools(store), sendingTools(store, runner), conversionTools(store), oauthTools(store) {
     const auto bind = [](auto* tools, std::string (std::remove_pointer_t<decltype(tools)>::*member)(const json&)) {
         return [tools, member](const json& arguments) { return (tools->*member)(arguments); };
     };
@@ -50,6 +50,7 @@ MCPServer::MCPServer(WorkspaceStore& store)
         {"import_curl", bind(&conversionTools, &ConversionTools::importCurl)},
         {"generate_code", bind(&conversionTools, &ConversionTools::generateCode)},
         {"export_postman", bind(&conversionTools, &ConversionTools::exportPostman)},
+        {"oauth_token", bind(&oauthTools, &OAuthTools::oauthToken)},
     };
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mcp/ConversionTools.hpp"
+#include "mcp/OAuthTools.hpp"
 #include "http/HTTPRunner.hpp"
 #include "mcp/SendingTools.hpp"
 #include "mcp/WorkspaceTools.hpp"
@@ -51,6 +52,7 @@ private:
     WorkspaceTools workspaceTools;
     SendingTools sendingTools;
     ConversionTools conversionTools;
+    OAuthTools oauthTools;
     // Tool name to handler; a catalogue tool missing here is not available in this build.
     std::map<std::string, Handler, std::less<>> handlers;
 };

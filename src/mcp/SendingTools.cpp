@@ -6,6 +6,7 @@
 #include "mcp/MCPServer.hpp"
 #include "mcp/RequestFields.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "oauth/CachedTokenLookup.hpp"
 #include "pipeline/HTTPStatus.hpp"
 #include "support/UnicodeText.hpp"
 
@@ -79,7 +80,15 @@ std::string SendingTools::sendRequest(const json& arguments) {
         request, environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt);
     if (auto overrides = args::rows(arguments, "variables")) resolver.scopes.insert(resolver.scopes.begin(), std::move(*overrides));
 
-    const ResolvedRequest resolved = RequestBuilder::resolve(request, store.collectionContaining(request.id), resolver);
+    const auto collection = store.collectionContaining(request.id);
+    // An OAuth 2 token is obtained first, without a person: from the cache, by refreshing it,
+    // or by a grant that needs no browser.
+    const Auth auth = RequestBuilder::effectiveAuth(request, collection);
+    if (auth.kind == AuthKind::oauth2) {
+        blocking([&] { return store.oauth().prepare(auth, resolver, OAuth2Service::Mode::reuse); });
+    }
+    const ResolvedRequest resolved =
+        RequestBuilder::resolve(request, collection, resolver, cachedTokenLookup(store.oauthTokens()));
     const StoredResponse response = sendBlocking(resolved, request);
     store.recordAndFlush(response);
     return args::pretty(describe(response, bodyLimit(arguments)));
@@ -100,7 +109,7 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
     if (const auto body = args::text(arguments, "body")) {
         request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
     }
-    const ResolvedRequest resolved = RequestBuilder::resolve(request, std::nullopt, store.resolver());
+    const ResolvedRequest resolved = RequestBuilder::resolve(request, std::nullopt, store.resolver(std::nullopt));
     return args::pretty(describe(sendBlocking(resolved, request), bodyLimit(arguments)));
 }
 

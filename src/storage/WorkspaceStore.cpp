@@ -79,7 +79,11 @@ std::filesystem::path WorkspaceStore::defaultFolder() {
 }
 
 WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
-    : folder(std::move(folderURL)), clock(std::move(now)), history(folder / "history"), archive(folder / "versions") {
+    : folder(std::move(folderURL)),
+      clock(std::move(now)),
+      history(folder / "history"),
+      archive(folder / "versions"),
+      tokens(folder / OAuth2TokenCache::fileName) {
     open();
 }
 
@@ -155,19 +159,21 @@ std::optional<std::pair<Folder, Uuid>> WorkspaceStore::folderWithCollection(cons
     return std::nullopt;
 }
 
-VariableResolver WorkspaceStore::resolver() {
-    Lock lock(mutex);
-    VariableResolver result;
-    if (const auto* active = live.activeEnvironment()) result.scopes.push_back(active->variables);
-    result.now = clock;
-    return result;
+VariableResolver WorkspaceStore::resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment) {
+    return resolver(collectionContaining(request.id), environment);
 }
 
-VariableResolver WorkspaceStore::resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment) {
+VariableResolver WorkspaceStore::resolver(const std::optional<APICollection>& collection,
+                                          const std::optional<APIEnvironment>& environment) {
     Lock lock(mutex);
-    VariableResolver result = resolver();
-    if (environment) result.scopes = {environment->variables};
-    if (const auto collection = collectionContaining(request.id)) {
+    VariableResolver result;
+    result.now = clock;
+    if (environment) {
+        result.scopes.push_back(environment->variables);
+    } else if (const auto* active = live.activeEnvironment()) {
+        result.scopes.push_back(active->variables);
+    }
+    if (collection) {
         result.scopes.push_back(collection->effectiveVariables());
         result.responseLookup = [this, items = collection->items](const std::string& name) -> std::optional<StoredResponse> {
             const auto named = itemTree::firstRequestNamed(items, name);

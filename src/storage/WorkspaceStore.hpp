@@ -2,6 +2,8 @@
 
 #include "model/Workspace.hpp"
 #include "model/StoredResponse.hpp"
+#include "oauth/OAuth2Service.hpp"
+#include "oauth/OAuth2TokenCache.hpp"
 #include "pipeline/VariableResolver.hpp"
 #include "storage/ResponseHistory.hpp"
 #include "storage/UndoHistory.hpp"
@@ -72,11 +74,16 @@ public:
     // given), then its collection's variables with the base URL; chained references read the
     // newest completed response of the first request of that collection with the name.
     VariableResolver resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment = std::nullopt);
-    // Only the active environment, for a request that belongs to no collection.
-    VariableResolver resolver();
+    // The same for a collection's own settings, or with no collection only the environment.
+    VariableResolver resolver(const std::optional<APICollection>& collection,
+                              const std::optional<APIEnvironment>& environment = std::nullopt);
     std::vector<StoredResponse> responses(const Uuid& requestID);
     std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID) const;
     std::optional<std::string> lastError() const;
+    // The OAuth 2 tokens shared with the other process through "oauth-tokens.json", and the
+    // service that obtains them. Both are safe to use from any thread.
+    OAuth2TokenCache& oauthTokens() { return tokens; }
+    OAuth2Service& oauth() { return service; }
     std::vector<WorkspaceVersion> versions() const;
     int versionsRevision() const;
     bool canUndo() const;
@@ -159,6 +166,8 @@ private:
     std::optional<Date> lastVersionAt;
     std::optional<Workspace> lastVersionWorkspace;
     int revision = 0;
+    OAuth2TokenCache tokens;
+    OAuth2Service service{tokens};
     std::optional<SerialQueue::Ticket> pendingSave;
     bool watching = false;
     // Last, so that its thread stops before the state its tasks use goes away.

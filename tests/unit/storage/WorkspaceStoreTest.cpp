@@ -292,7 +292,7 @@ TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollection) {
 
     EXPECT_EQ("env c https://api.test", store->resolver(request).resolve("{{region}} {{only}} {{baseUrl}}"));
     EXPECT_EQ("other", store->resolver(request, other).resolve("{{region}}"));
-    EXPECT_EQ("env {{only}}", store->resolver().resolve("{{region}} {{only}}"));
+    EXPECT_EQ("env {{only}}", store->resolver(std::nullopt).resolve("{{region}} {{only}}"));
 }
 
 TEST_F(WorkspaceStoreTest, ChainedReferencesReadTheNewestCompletedResponse) {
