@@ -27,4 +27,4 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 \
   TESSALINE_BIN="$PWD/build/asan/tessaline-mcp" node --test tests/e2e/
 
 step "fuzzing"
-FUZZ_SECONDS="${FUZZ_SECONDS:-20}" scripts/fuzz.sh
+FUZZ_SECONDS="${FUZZ_SECONDS:-15}" scripts/fuzz.sh
