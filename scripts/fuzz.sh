@@ -3,7 +3,7 @@
 # in fuzz/corpus/<target>. A crash, leak or time-out fails the run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-seconds="${FUZZ_SECONDS:-20}"
+seconds="${FUZZ_SECONDS:-15}"
 
 cmake --preset asan >/dev/null
 cmake --build --preset asan
