@@ -5,6 +5,7 @@
 #include "support/FormEncoding.hpp"
 #include "support/LocalHTTPServer.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -29,16 +30,12 @@ public:
 
         // The value of a field, "" when it is missing; has() tells the two apart.
         std::string field(const std::string& name) const {
-            for (const auto& [key, value] : fields) {
-                if (key == name) return value;
-            }
-            return {};
+            const auto found = find(name);
+            return found == fields.end() ? std::string() : found->second;
         }
-        bool has(const std::string& name) const {
-            for (const auto& [key, value] : fields) {
-                if (key == name) return true;
-            }
-            return false;
+        bool has(const std::string& name) const { return find(name) != fields.end(); }
+        formEncoding::Fields::const_iterator find(const std::string& name) const {
+            return std::find_if(fields.begin(), fields.end(), [&name](const auto& field) { return field.first == name; });
         }
     };
     struct Reply {
