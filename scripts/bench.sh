@@ -8,6 +8,14 @@ trap 'rm -rf "$workspace"' EXIT
 
 cc -O2 -o "$out/startup-floor" bench/startup.c
 node bench/protocol.mjs "$out/tessaline-mcp" "$out/startup-floor" "$workspace"
+
+# The peer for the sending benchmark: a generic REST MCP server from npm.
+peer="$out/peer"
+[ -d "$peer/node_modules/dkmaker-mcp-rest-api" ] ||
+  npm install --prefix "$peer" --no-audit --no-fund --loglevel=error dkmaker-mcp-rest-api@0.4.0 >/dev/null
+(cd tests/e2e && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
+node bench/sending.mjs "$out/tessaline-mcp" "$peer/node_modules/dkmaker-mcp-rest-api/build/index.js" "$workspace"
+
 for b in "$out"/bench/*Bench; do
   [ -x "$b" ] || continue
   echo "== $(basename "$b")"

@@ -8,6 +8,7 @@ packages=(
   nlohmann-json3-dev libcurl4-openssl-dev libssl-dev libicu-dev libasio-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
   zlib1g-dev libbrotli-dev libzstd-dev curl
+  python3-requests httpie golang-go
 )
 # Node and npm drive the end-to-end tests; a machine that already has them (from any
 # source) keeps its own.

@@ -2,6 +2,7 @@
 
 #include "support/CaseInsensitive.hpp"
 #include "support/CurlEasy.hpp"
+#include "support/UnicodeText.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -23,19 +24,22 @@ CurlEasy::Request exchange(const ResolvedRequest& resolved, const APIRequest& or
     return request;
 }
 
-char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// Field names are ASCII tokens, so ASCII lower-casing is the whole of it.
-bool precedes(const KeyValue& header, const KeyValue& other) {
-    return std::lexicographical_compare(header.key.begin(), header.key.end(), other.key.begin(), other.key.end(),
-                                        [](char c, char d) { return asciiLower(c) < asciiLower(d); });
-}
-
 std::vector<KeyValue> keyValues(const std::vector<CurlEasy::Header>& headers) {
     std::vector<KeyValue> rows;
     rows.reserve(headers.size());
     for (const auto& [name, value] : headers) rows.push_back({.key = name, .value = value});
     return rows;
+}
+
+// Ordered by lower-cased name, a stable sort.
+std::vector<KeyValue> sorted(std::vector<KeyValue> headers) {
+    std::vector<std::pair<std::string, KeyValue>> keyed;
+    keyed.reserve(headers.size());
+    for (auto& header : headers) keyed.emplace_back(unicodeText::lowercased(header.key), std::move(header));
+    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
+    headers.clear();
+    for (auto& [key, header] : keyed) headers.push_back(std::move(header));
+    return headers;
 }
 
 }  // namespace
@@ -47,8 +51,6 @@ StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIReques
     auto answer = CurlEasy().perform(request);
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 
-    auto headers = keyValues(answer.headers);
-    std::stable_sort(headers.begin(), headers.end(), precedes);
     return {
         .requestID = original.id,
         .sentAt = sentAt,
@@ -57,7 +59,7 @@ StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIReques
         .requestHeaders = keyValues(resolved.headers),
         .requestBody = resolved.bodyText,
         .status = answer.status,
-        .headers = std::move(headers),
+        .headers = sorted(keyValues(answer.headers)),
         .body = std::move(answer.body),
         .duration = duration.count(),
         .error = std::move(answer.error),

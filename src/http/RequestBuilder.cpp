@@ -4,6 +4,7 @@
 #include "support/AtomicFile.hpp"
 #include "support/Base64.hpp"
 #include "support/CaseInsensitive.hpp"
+#include "support/PercentEncoding.hpp"
 #include "support/Uuid.hpp"
 
 #include <curl/curl.h>
@@ -128,47 +129,23 @@ void addAuth(const Auth& auth, const VariableResolver& resolver, const RequestBu
     }
 }
 
-bool isASCIIAlphanumeric(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
-bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-bool isUnreserved(unsigned char c) { return isASCIIAlphanumeric(c) || c == '-' || c == '.' || c == '_' || c == '~'; }
-bool isKeptInURL(unsigned char c) { return isUnreserved(c) || std::string_view(":/?#[]@!$&'()*+,;=").find(c) != std::string_view::npos; }
+// What a URL may hold besides letters and digits: the unreserved and reserved punctuation.
+constexpr std::string_view urlPunctuation = "-._~:/?#[]@!$&'()*+,;=";
 // What may stand in a query's name or value unescaped: no "&", "=", ";" or "+", which form
-// decoders read as structure or as a space.
-bool isKeptInQuery(unsigned char c) { return isUnreserved(c) || std::string_view("!$'()*,:@/?").find(c) != std::string_view::npos; }
-bool isKeptInForm(unsigned char c) { return isASCIIAlphanumeric(c) || c == '-' || c == '.' || c == '_' || c == '*'; }
+// decoders read as structure or as a space, nor "#" or "%".
+constexpr std::string_view queryPunctuation = "-._~!$'()*,:@/?";
+constexpr std::string_view formPunctuation = "-._*";
 
-void appendEscaped(std::string& out, unsigned char byte) {
-    constexpr std::string_view hexDigits = "0123456789ABCDEF";
-    out += '%';
-    out += hexDigits[byte >> 4];
-    out += hexDigits[byte & 0xF];
-}
-
-std::string percentEncoded(std::string_view text, bool (*isKept)(unsigned char)) {
-    std::string encoded;
-    for (const char c : text) {
-        if (isKept(static_cast<unsigned char>(c))) {
-            encoded += c;
-        } else {
-            appendEscaped(encoded, static_cast<unsigned char>(c));
-        }
-    }
-    return encoded;
-}
+bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 // Every byte that may not stand in a URL escaped: spaces, controls, non-ASCII, quotes, "{"
 // and the like. A "%" that already starts an escape is kept.
 std::string withDisallowedEscaped(std::string_view text) {
     std::string escaped;
     for (std::size_t index = 0; index < text.size(); ++index) {
-        const auto byte = static_cast<unsigned char>(text[index]);
         const bool startsEscape =
-            byte == '%' && index + 2 < text.size() && isHexDigit(text[index + 1]) && isHexDigit(text[index + 2]);
-        if (isKeptInURL(byte) || startsEscape) {
-            escaped += text[index];
-        } else {
-            appendEscaped(escaped, byte);
-        }
+            text[index] == '%' && index + 2 < text.size() && isHexDigit(text[index + 1]) && isHexDigit(text[index + 2]);
+        escaped += startsEscape ? "%" : percentEncoding::encode(text.substr(index, 1), urlPunctuation);
     }
     return escaped;
 }
@@ -183,26 +160,31 @@ std::string pairsText(const std::vector<Pair>& pairs, std::string (*encoded)(std
     return text;
 }
 
-std::string queryComponent(std::string_view text) { return percentEncoded(text, isKeptInQuery); }
+std::string queryComponent(std::string_view text) { return percentEncoding::encode(text, queryPunctuation); }
 
 // Escaped with spaces as "+".
 std::string formComponent(std::string_view text) {
-    std::string encoded = percentEncoded(text, isKeptInForm);
-    for (auto found = encoded.find("%20"); found != std::string::npos; found = encoded.find("%20", found + 1)) {
-        encoded.replace(found, 3, "+");
+    std::string encoded;
+    while (true) {
+        const auto space = text.find(' ');
+        encoded += percentEncoding::encode(text.substr(0, space), formPunctuation);
+        if (space == std::string_view::npos) return encoded;
+        encoded += '+';
+        text.remove_prefix(space + 1);
     }
-    return encoded;
 }
 
 // The query items after the URL's own query, before its fragment. (Setting the query through
 // libcurl would rewrite every escape in lower case.)
-std::string withQuery(std::string url, const std::vector<Pair>& items) {
+std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
     if (items.empty()) return url;
     const auto fragment = std::min(url.find('#'), url.size());
     const auto query = url.find('?');
-    const char* separator = query >= fragment ? "?" : query + 1 == fragment ? "" : "&";
-    url.insert(fragment, separator + pairsText(items, queryComponent));
-    return url;
+    std::string joined = url.substr(0, fragment);
+    joined += query >= fragment ? "?" : query + 1 == fragment ? "" : "&";
+    joined += pairsText(items, queryComponent);
+    joined.append(url, fragment);
+    return joined;
 }
 
 // The URL (a text with "://") with the query items added; absent when it is not a valid URL.

@@ -28,7 +28,8 @@ bool isKnownTool(const std::string& name) {
 
 }  // namespace
 
-MCPServer::MCPServer(WorkspaceStore& store) : workspaceTools(store) {
+MCPServer::MCPServer(WorkspaceStore& store)
+    : workspaceTools(store), sendingTools(store, runner), conversionTools(store) {
     const auto bind = [](auto* tools, std::string (std::remove_pointer_t<decltype(tools)>::*member)(const json&)) {
         return [tools, member](const json& arguments) { return (tools->*member)(arguments); };
     };
@@ -43,6 +44,12 @@ MCPServer::MCPServer(WorkspaceStore& store) : workspaceTools(store) {
         {"set_active_environment", bind(&workspaceTools, &WorkspaceTools::setActiveEnvironment)},
         {"set_variable", bind(&workspaceTools, &WorkspaceTools::setVariable)},
         {"update_collection", bind(&workspaceTools, &WorkspaceTools::updateCollection)},
+        {"send_request", bind(&sendingTools, &SendingTools::sendRequest)},
+        {"send_adhoc", bind(&sendingTools, &SendingTools::sendAdhoc)},
+        {"get_last_response", bind(&sendingTools, &SendingTools::getLastResponse)},
+        {"import_curl", bind(&conversionTools, &ConversionTools::importCurl)},
+        {"generate_code", bind(&conversionTools, &ConversionTools::generateCode)},
+        {"export_postman", bind(&conversionTools, &ConversionTools::exportPostman)},
     };
 }
 

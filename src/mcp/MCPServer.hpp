@@ -1,5 +1,8 @@
 #pragma once
 
+#include "mcp/ConversionTools.hpp"
+#include "http/HTTPRunner.hpp"
+#include "mcp/SendingTools.hpp"
 #include "mcp/WorkspaceTools.hpp"
 #include "storage/WorkspaceStore.hpp"
 
@@ -44,7 +47,10 @@ private:
 
     nlohmann::json callToolResult(const nlohmann::json& params);
 
+    HTTPRunner runner;
     WorkspaceTools workspaceTools;
+    SendingTools sendingTools;
+    ConversionTools conversionTools;
     // Tool name to handler; a catalogue tool missing here is not available in this build.
     std::map<std::string, Handler, std::less<>> handlers;
 };

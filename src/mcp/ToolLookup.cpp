@@ -16,41 +16,37 @@ APIRequest ToolLookup::findRequest(const std::optional<std::string>& argument) c
     if (const auto id = Uuid::parse(text)) {
         if (auto request = store.request(*id)) return *request;
     }
-    std::vector<APIRequest> all;
-    for (const auto& collection : store.workspace().collections) {
-        for (auto& request : itemTree::allRequests(collection.items)) all.push_back(std::move(request));
-    }
-    std::vector<const APIRequest*> named;
-    for (const auto& request : all) {
-        if (caseInsensitive::equal(request.name, text)) named.push_back(&request);
-    }
-    if (named.size() == 1) return *named.front();
-    if (named.size() > 1) {
-        std::string ids;
-        for (const auto* request : named) ids += (ids.empty() ? "" : ", ") + request->id.text();
-        throw MCPError::invalid(std::to_string(named.size()) + " requests are named " + text + "; use an id: " + ids);
-    }
     const std::string needle = unicodeText::lowercased(text);
-    const APIRequest* partial = nullptr;
-    int partialMatches = 0;
-    for (const auto& request : all) {
-        if (unicodeText::lowercased(request.name).find(needle) != std::string::npos) {
-            partial = &request;
-            ++partialMatches;
+    std::vector<const APIRequest*> named;
+    std::vector<const APIRequest*> partial;
+    return store.read([&](const Workspace& workspace) -> APIRequest {
+        for (const auto& collection : workspace.collections) {
+            itemTree::forEachRequest(collection.items, [&](const APIRequest& request, const auto&) {
+                if (caseInsensitive::equal(request.name, text)) named.push_back(&request);
+                if (unicodeText::lowercased(request.name).find(needle) != std::string::npos) partial.push_back(&request);
+            });
         }
-    }
-    if (partialMatches == 1) return *partial;
-    throw MCPError::invalid("No request matches " + text + ". Use list_requests.");
+        if (named.size() == 1) return *named.front();
+        if (named.size() > 1) {
+            std::string ids;
+            for (const auto* request : named) ids += (ids.empty() ? "" : ", ") + request->id.text();
+            throw MCPError::invalid(std::to_string(named.size()) + " requests are named " + text + "; use an id: " + ids);
+        }
+        if (partial.size() == 1) return *partial.front();
+        throw MCPError::invalid("No request matches " + text + ". Use list_requests.");
+    });
 }
 
 APICollection ToolLookup::findCollection(const std::string& text) const {
     if (const auto id = Uuid::parse(text)) {
         if (auto collection = store.collection(*id)) return *collection;
     }
-    for (auto& collection : store.workspace().collections) {
-        if (caseInsensitive::equal(collection.name, text)) return collection;
-    }
-    throw MCPError::invalid("No collection named " + text + ". Use list_collections.");
+    return store.read([&](const Workspace& workspace) {
+        for (const auto& collection : workspace.collections) {
+            if (caseInsensitive::equal(collection.name, text)) return collection;
+        }
+        throw MCPError::invalid("No collection named " + text + ". Use list_collections.");
+    });
 }
 
 APICollection ToolLookup::findOrCreateCollection(const std::string& text) const {
@@ -65,10 +61,12 @@ APICollection ToolLookup::findOrCreateCollection(const std::string& text) const 
 }
 
 APIEnvironment ToolLookup::findEnvironment(const std::string& name) const {
-    for (auto& environment : store.workspace().environments) {
-        if (caseInsensitive::equal(environment.name, name)) return environment;
-    }
-    throw MCPError::invalid("No environment named " + name);
+    return store.read([&](const Workspace& workspace) {
+        for (const auto& environment : workspace.environments) {
+            if (caseInsensitive::equal(environment.name, name)) return environment;
+        }
+        throw MCPError::invalid("No environment named " + name);
+    });
 }
 
 std::optional<Uuid> ToolLookup::folderIDNamed(const std::string& name, const std::vector<CollectionItem>& items) {

@@ -98,40 +98,39 @@ json WorkspaceTools::describe(const APIRequest& request) {
 
 std::string WorkspaceTools::listCollections(const json&) {
     json list = json::array();
-    for (const auto& collection : store.workspace().collections) {
-        json variables = json::array();
-        for (const auto& row : collection.variables) variables.push_back(row.key);
-        list.push_back({{"id", collection.id.text()},
-                        {"name", collection.name},
-                        {"requests", itemTree::allRequests(collection.items).size()},
-                        {"baseUrl", collection.baseURL},
-                        {"variables", std::move(variables)},
-                        {"defaultAuth", rawValue(collection.auth.kind)}});
-    }
+    store.read([&](const Workspace& workspace) {
+        for (const auto& collection : workspace.collections) {
+            json variables = json::array();
+            for (const auto& row : collection.variables) variables.push_back(row.key);
+            list.push_back({{"id", collection.id.text()},
+                            {"name", collection.name},
+                            {"requests", itemTree::requestCount(collection.items)},
+                            {"baseUrl", collection.baseURL},
+                            {"variables", std::move(variables)},
+                            {"defaultAuth", rawValue(collection.auth.kind)}});
+        }
+    });
     return args::pretty(list);
 }
 
 std::string WorkspaceTools::listRequests(const json& arguments) {
-    std::vector<APICollection> collections;
-    if (const auto filter = args::text(arguments, "collection")) {
-        collections.push_back(lookup.findCollection(*filter));
-    } else {
-        collections = store.workspace().collections;
-    }
+    const auto filter = args::text(arguments, "collection");
+    const std::optional<Uuid> only = filter ? std::optional(lookup.findCollection(*filter).id) : std::nullopt;
     json list = json::array();
-    for (const auto& collection : collections) {
-        for (const auto& request : itemTree::allRequests(collection.items)) {
-            std::string path = collection.name;
-            for (const auto& folder : itemTree::folderPathTo(collection.items, request.id).value_or(std::vector<Folder>{})) {
-                path += " / " + folder.name;
-            }
-            list.push_back({{"id", request.id.text()},
-                            {"name", request.name},
-                            {"method", rawValue(request.method)},
-                            {"url", request.url},
-                            {"path", std::move(path)}});
+    store.read([&](const Workspace& workspace) {
+        for (const auto& collection : workspace.collections) {
+            if (only && collection.id != *only) continue;
+            itemTree::forEachRequest(collection.items, [&](const APIRequest& request, const std::vector<const Folder*>& folders) {
+                std::string path = collection.name;
+                for (const auto* folder : folders) path += " / " + folder->name;
+                list.push_back({{"id", request.id.text()},
+                                {"name", request.name},
+                                {"method", rawValue(request.method)},
+                                {"url", request.url},
+                                {"path", std::move(path)}});
+            });
         }
-    }
+    });
     return args::pretty(list);
 }
 

@@ -51,6 +51,18 @@ bool appendFolderPath(const std::vector<CollectionItem>& items, const Uuid& id, 
     return false;
 }
 
+void visitRequests(const std::vector<CollectionItem>& items, std::vector<const Folder*>& path,
+                   const std::function<void(const APIRequest&, const std::vector<const Folder*>&)>& visit) {
+    for (const auto& item : items) {
+        if (const auto* request = item.request()) visit(*request, path);
+        if (const auto* folder = item.folder()) {
+            path.push_back(folder);
+            visitRequests(folder->items, path, visit);
+            path.pop_back();
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<APIRequest> allRequests(const std::vector<CollectionItem>& items) {
@@ -59,6 +71,18 @@ std::vector<APIRequest> allRequests(const std::vector<CollectionItem>& items) {
         if (const auto* request = item.request()) requests.push_back(*request);
     });
     return requests;
+}
+
+void forEachRequest(const std::vector<CollectionItem>& items,
+                    const std::function<void(const APIRequest&, const std::vector<const Folder*>&)>& visit) {
+    std::vector<const Folder*> path;
+    visitRequests(items, path, visit);
+}
+
+std::size_t requestCount(const std::vector<CollectionItem>& items) {
+    std::size_t count = 0;
+    forEach(items, [&](const CollectionItem& item) { count += item.request() != nullptr; });
+    return count;
 }
 
 std::vector<Uuid> allIDs(const std::vector<CollectionItem>& items) {

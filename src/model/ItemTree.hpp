@@ -3,6 +3,7 @@
 #include "model/CollectionItem.hpp"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <unordered_set>
@@ -14,6 +15,11 @@
 namespace tessaline::itemTree {
 
 std::vector<APIRequest> allRequests(const std::vector<CollectionItem>& items);
+// Calls `visit` with every request in walk order and the folders that lead to it, outermost
+// first; nothing is copied.
+void forEachRequest(const std::vector<CollectionItem>& items,
+                    const std::function<void(const APIRequest&, const std::vector<const Folder*>&)>& visit);
+std::size_t requestCount(const std::vector<CollectionItem>& items);
 // The ids of folders and requests alike.
 std::vector<Uuid> allIDs(const std::vector<CollectionItem>& items);
 

@@ -28,11 +28,16 @@ std::filesystem::path homeFolder() {
 
 // The item with that id anywhere in the workspace, with the id of its collection.
 std::optional<std::pair<CollectionItem, Uuid>> findItem(const Workspace& workspace, const Uuid& id) {
+    std::optional<std::pair<CollectionItem, Uuid>> found;
     for (const auto& collection : workspace.collections) {
-        if (auto request = itemTree::firstRequest(collection.items, id)) return std::pair(CollectionItem(*request), collection.id);
-        if (auto folder = itemTree::firstFolder(collection.items, id)) return std::pair(CollectionItem(*folder), collection.id);
+        if (auto request = itemTree::firstRequest(collection.items, id)) {
+            found.emplace(std::move(*request), collection.id);
+        } else if (auto folder = itemTree::firstFolder(collection.items, id)) {
+            found.emplace(std::move(*folder), collection.id);
+        }
+        if (found) break;
     }
-    return std::nullopt;
+    return found;
 }
 
 // The collection with that id, as a pointer of the workspace's constness.

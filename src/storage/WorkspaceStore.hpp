@@ -55,6 +55,13 @@ public:
 
     // Reading.
     Workspace workspace() const;
+    // Calls `reader` with the live workspace under the store's lock, for reads that would
+    // rather not copy it; the reference must not outlive the call.
+    template <typename Reader>
+    auto read(Reader&& reader) const {
+        std::lock_guard lock(mutex);
+        return reader(static_cast<const Workspace&>(live));
+    }
     std::optional<APIEnvironment> activeEnvironment() const;
     std::optional<APIRequest> request(const Uuid& id) const;
     std::optional<APICollection> collection(const Uuid& id) const;

@@ -40,7 +40,10 @@ std::filesystem::path temporaryPath(const std::filesystem::path& path) {
     }
     // The name is cut so that the temporary's own name stays within the 255-byte limit
     // that the target's may already touch.
-    return path.parent_path() / ("." + path.filename().string().substr(0, 200) + "." + suffix + ".tmp");
+    std::string name = ".";
+    name.append(path.filename().string(), 0, 200);
+    name.append(".").append(suffix).append(".tmp");
+    return path.parent_path() / name;
 }
 
 int writeAll(int fd, std::string_view bytes) {

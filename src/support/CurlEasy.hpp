@@ -31,7 +31,6 @@ public:
         // non-positive time-out means 60 s.
         double timeout = 60;
 
-        bool operator==(const Request&) const = default;
     };
 
     struct Response {

@@ -1,0 +1,12 @@
+#include "interchange/RequestName.hpp"
+
+#include "interchange/URLText.hpp"
+
+namespace tessaline {
+
+std::string requestName(HTTPMethod method, std::string_view url) {
+    const auto path = URLText::parse(url).path;
+    return std::string(rawValue(method)) + " " + (path.empty() ? "/" : path);
+}
+
+}  // namespace tessaline

@@ -1,0 +1,63 @@
+#include "mcp/ConversionTools.hpp"
+
+#include "http/RequestBuilder.hpp"
+#include "interchange/CodeGenerator.hpp"
+#include "interchange/CurlParser.hpp"
+#include "interchange/PostmanFormat.hpp"
+#include "mcp/MCPError.hpp"
+#include "mcp/ToolArguments.hpp"
+
+namespace tessaline {
+
+using nlohmann::json;
+namespace args = toolArguments;
+
+namespace {
+
+CodeGenerator::Target targetOrFail(const std::string& language) {
+    if (const auto target = CodeGenerator::targetNamed(language)) return *target;
+    std::string names;
+    for (const auto target : CodeGenerator::targets) names += (names.empty() ? "" : ", ") + std::string(CodeGenerator::displayName(target));
+    throw MCPError::invalid("Unknown language. One of: " + names);
+}
+
+}  // namespace
+
+APICollection ConversionTools::importTarget(const json& arguments) {
+    if (const auto name = args::text(arguments, "collection")) return lookup.findCollection(*name);
+    const auto collections = store.workspace().collections;
+    if (!collections.empty()) return collections.front();
+    APICollection created{.name = std::string(importCollectionName)};
+    store.addCollection(created);
+    return created;
+}
+
+std::string ConversionTools::importCurl(const json& arguments) {
+    const auto command = args::text(arguments, "curl");
+    if (!command) throw MCPError::invalid("curl is required");
+    auto request = CurlParser::parse(*command);
+    if (const auto name = args::text(arguments, "name")) request.name = *name;
+    std::string collectionName;
+    store.group("Import curl", [&] {
+        const auto collection = importTarget(arguments);
+        store.addRequest(request, collection.id, std::nullopt);
+        collectionName = collection.name;
+    });
+    store.saveNow();
+    return "Imported request " + request.name + " (" + std::string(rawValue(request.method)) + " " + request.url + ") into " +
+           collectionName + ". id: " + request.id.text();
+}
+
+std::string ConversionTools::generateCode(const json& arguments) {
+    const auto request = lookup.findRequest(args::text(arguments, "request"));
+    const auto target = targetOrFail(args::text(arguments, "language").value_or("cURL"));
+    return CodeGenerator::generate(target, RequestBuilder::resolve(request, store.collectionContaining(request.id), store.resolver(request)));
+}
+
+std::string ConversionTools::exportPostman(const json& arguments) {
+    const auto name = args::text(arguments, "collection");
+    if (!name) throw MCPError::invalid("collection is required (id or name)");
+    return PostmanFormat::exportCollection(lookup.findCollection(*name));
+}
+
+}  // namespace tessaline

@@ -1,0 +1,114 @@
+#include "mcp/SendingTools.hpp"
+
+#include "http/RequestBuilder.hpp"
+#include "mcp/Blocking.hpp"
+#include "mcp/MCPError.hpp"
+#include "mcp/MCPServer.hpp"
+#include "mcp/RequestFields.hpp"
+#include "mcp/ToolArguments.hpp"
+#include "pipeline/HTTPStatus.hpp"
+#include "support/UnicodeText.hpp"
+
+#include <algorithm>
+
+namespace tessaline {
+
+using nlohmann::json;
+namespace args = toolArguments;
+
+namespace {
+
+// Deeper JSON than this is shown as text: the result is written recursively.
+constexpr int embeddedDepthLimit = 256;
+
+// The body as a JSON value when it parses (top-level scalars too) and is not too deep.
+std::optional<json> embeddable(const std::string& text) {
+    int deepest = 0;
+    json value = json::parse(
+        text,
+        [&](int depth, json::parse_event_t, json&) {
+            deepest = std::max(deepest, depth);
+            return true;
+        },
+        /*allow_exceptions=*/false);
+    if (value.is_discarded() || deepest > embeddedDepthLimit) return std::nullopt;
+    return value;
+}
+
+long long bodyLimit(const json& arguments) {
+    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(MCPServer::defaultBodyLimit));
+}
+
+}  // namespace
+
+json SendingTools::describe(const StoredResponse& response, long long limit) {
+    json headers = json::object();
+    for (const auto& header : response.headers) headers[header.key] = header.value;
+    json summary = {{"status", response.status},
+                    {"statusText", HTTPStatus::reasonPhrase(static_cast<int>(response.status))},
+                    {"durationMs", static_cast<long long>(response.duration * 1000)},
+                    {"bytes", response.body.size()},
+                    {"url", response.url},
+                    {"method", rawValue(response.method)},
+                    {"sentAt", iso8601(response.sentAt)},
+                    {"headers", std::move(headers)}};
+    if (response.error) summary["error"] = *response.error;
+
+    const std::string text = response.bodyText();
+    const std::size_t characters = unicodeText::characterCount(text);
+    if (characters > static_cast<std::size_t>(limit)) {
+        summary["body"] = std::string(unicodeText::characterPrefix(text, static_cast<std::size_t>(limit)));
+        summary["bodyTruncated"] = true;
+        summary["bodyChars"] = characters;
+    } else if (auto value = response.isJSON() ? embeddable(text) : std::nullopt) {
+        summary["body"] = std::move(*value);
+    } else {
+        summary["body"] = text;
+    }
+    return summary;
+}
+
+StoredResponse SendingTools::sendBlocking(const ResolvedRequest& resolved, const APIRequest& original) const {
+    return blocking([&] { return runner.send(resolved, original); });
+}
+
+std::string SendingTools::sendRequest(const json& arguments) {
+    const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
+    const auto environmentName = args::text(arguments, "environment");
+    VariableResolver resolver = store.resolver(
+        request, environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt);
+    if (auto overrides = args::rows(arguments, "variables")) resolver.scopes.insert(resolver.scopes.begin(), std::move(*overrides));
+
+    const ResolvedRequest resolved = RequestBuilder::resolve(request, store.collectionContaining(request.id), resolver);
+    const StoredResponse response = sendBlocking(resolved, request);
+    store.recordAndFlush(response);
+    return args::pretty(describe(response, bodyLimit(arguments)));
+}
+
+std::string SendingTools::sendAdhoc(const json& arguments) {
+    const auto methodName = args::text(arguments, "method");
+    const auto url = args::text(arguments, "url");
+    if (!methodName || !url) throw MCPError::invalid("method and url are required");
+    const auto method = requestFields::method(*methodName);
+    if (!method) throw MCPError::invalid(requestFields::unknownMethod(*methodName));
+
+    APIRequest request;
+    request.name = "adhoc";
+    request.method = *method;
+    request.url = *url;
+    request.headers = args::rows(arguments, "headers").value_or(std::vector<KeyValue>{});
+    if (const auto body = args::text(arguments, "body")) {
+        request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
+    }
+    const ResolvedRequest resolved = RequestBuilder::resolve(request, std::nullopt, store.resolver());
+    return args::pretty(describe(sendBlocking(resolved, request), bodyLimit(arguments)));
+}
+
+std::string SendingTools::getLastResponse(const json& arguments) {
+    const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
+    const auto responses = store.responses(request.id);
+    if (responses.empty()) throw MCPError::invalid("No recorded response for " + request.name);
+    return args::pretty(describe(responses.front(), bodyLimit(arguments)));
+}
+
+}  // namespace tessaline

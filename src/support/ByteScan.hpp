@@ -1,0 +1,78 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+// Byte classes and searches of the JSON readers' inner loops; runs are scanned eight bytes at
+// a time.
+namespace tessaline::bytescan {
+
+static_assert(std::endian::native == std::endian::little, "byte order of the word-at-a-time searches");
+
+namespace detail {
+
+constexpr uint64_t ones = 0x0101010101010101;
+constexpr uint64_t highBits = 0x8080808080808080;
+
+inline uint64_t load(std::string_view text, size_t at) {
+    uint64_t word;
+    std::memcpy(&word, text.data() + at, sizeof word);
+    return word;
+}
+
+// The high bit of every byte of `word` that equals `byte`; exact up to the first match.
+inline uint64_t matches(uint64_t word, unsigned char byte) {
+    const uint64_t difference = word ^ (ones * byte);
+    return (difference - ones) & ~difference & highBits;
+}
+
+}  // namespace detail
+
+// A membership table: table[byte] is true for the bytes of `members`.
+constexpr std::array<bool, 256> byteSet(std::string_view members) {
+    std::array<bool, 256> table{};
+    for (char byte : members) table[static_cast<unsigned char>(byte)] = true;
+    return table;
+}
+
+// JSON's whitespace: space, tab, line feed and carriage return.
+inline constexpr std::array<bool, 256> whitespace = byteSet(" \t\n\r");
+
+// The index of the first '"' or '\\' at or after `from`, or text.size(). Sets `sawNonASCII`
+// when a byte passed over has its high bit set (and leaves it alone otherwise).
+inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& sawNonASCII) {
+    size_t at = from;
+    for (; at + 8 <= text.size(); at += 8) {
+        const uint64_t word = detail::load(text, at);
+        const uint64_t hits = detail::matches(word, '"') | detail::matches(word, '\\');
+        if (hits != 0) {
+            const int passed = std::countr_zero(hits) / 8 * 8;
+            if (word & ((uint64_t{1} << passed) - 1) & detail::highBits) sawNonASCII = true;
+            return at + static_cast<size_t>(passed / 8);
+        }
+        if (word & detail::highBits) sawNonASCII = true;
+    }
+    for (; at < text.size() && text[at] != '"' && text[at] != '\\'; ++at) {
+        if (static_cast<unsigned char>(text[at]) >= 0x80) sawNonASCII = true;
+    }
+    return at;
+}
+
+// The index of the first byte at or after `from` that is not JSON whitespace, or
+// text.size(). Indentation makes long runs of spaces, which are passed a word at a time.
+inline size_t skipWhitespace(std::string_view text, size_t from) {
+    size_t at = from;
+    while (at < text.size() && whitespace[static_cast<unsigned char>(text[at])]) {
+        for (++at; at + 8 <= text.size(); at += 8) {
+            const uint64_t others = detail::load(text, at) ^ (detail::ones * ' ');
+            if (others != 0) break;
+        }
+        while (at < text.size() && text[at] == ' ') ++at;
+    }
+    return at;
+}
+
+}  // namespace tessaline::bytescan

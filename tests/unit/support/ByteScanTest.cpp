@@ -1,0 +1,41 @@
+#include "support/ByteScan.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tessaline {
+namespace {
+
+// Every position of the hit within and across eight-byte words, and non-ASCII bytes only
+// counted when they lie before the hit.
+TEST(ByteScanTest, FindQuoteOrBackslashStopsAtTheFirstAndSeesNonASCIIBeforeIt) {
+    for (size_t length = 0; length < 20; ++length) {
+        for (const char stop : {'"', '\\'}) {
+            const std::string text = std::string(length, 'a') + stop + "\xC3\xA9\"";
+            bool sawNonASCII = false;
+            EXPECT_EQ(length, bytescan::findQuoteOrBackslash(text, 0, sawNonASCII));
+            EXPECT_FALSE(sawNonASCII) << length;
+            for (size_t at = 0; at < length; ++at) {
+                std::string marked = text;
+                marked[at] = '\xE9';
+                sawNonASCII = false;
+                EXPECT_EQ(length, bytescan::findQuoteOrBackslash(marked, 0, sawNonASCII));
+                EXPECT_TRUE(sawNonASCII) << length << " " << at;
+            }
+        }
+        bool sawNonASCII = false;
+        EXPECT_EQ(length, bytescan::findQuoteOrBackslash(std::string(length, 'a'), 0, sawNonASCII));
+    }
+}
+
+TEST(ByteScanTest, SkipWhitespacePassesRunsOfEveryLength) {
+    for (size_t length = 0; length < 20; ++length) {
+        EXPECT_EQ(length, bytescan::skipWhitespace(std::string(length, ' ') + "x  ", 0));
+        EXPECT_EQ(length + 2, bytescan::skipWhitespace("\n" + std::string(length, ' ') + "\tx", 0));
+    }
+    EXPECT_EQ(9u, bytescan::skipWhitespace("x\r\n \t    y", 1));
+}
+
+}  // namespace
+}  // namespace tessaline
