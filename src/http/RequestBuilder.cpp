@@ -5,11 +5,10 @@
 #include "support/Base64.hpp"
 #include "support/CaseInsensitive.hpp"
 #include "support/PercentEncoding.hpp"
+#include "support/Trimmed.hpp"
 #include "support/Uuid.hpp"
 
 #include <curl/curl.h>
-#include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -35,35 +34,13 @@ struct EncodedBody {
     std::string contentType{};  // the default
 };
 
-// The text without Unicode white space and line breaks at either end.
-std::string trimmed(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    auto end = static_cast<std::int32_t>(text.size());
-    std::int32_t start = 0;
-    while (start < end) {
-        std::int32_t next = start;
-        UChar32 scalar = 0;
-        U8_NEXT(bytes, next, end, scalar);
-        if (scalar < 0 || !u_isUWhiteSpace(scalar)) break;
-        start = next;
-    }
-    while (end > start) {
-        std::int32_t previous = end;
-        UChar32 scalar = 0;
-        U8_PREV(bytes, start, previous, scalar);
-        if (scalar < 0 || !u_isUWhiteSpace(scalar)) break;
-        end = previous;
-    }
-    return std::string(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
-}
-
 // A URL text without a scheme is relative to the collection's base URL (its `baseUrl`
 // variable when one is defined, so that an environment can override it), unless it looks
 // like a host name already: no leading "/" and a ".".
 std::string withBaseURL(const std::string& urlText, const std::optional<APICollection>& collection,
                         const VariableResolver& resolver) {
     if (!collection || urlText.find("://") != std::string::npos) return urlText;
-    const auto base = trimmed(resolver.resolve(resolver.lookup("baseUrl").value_or(collection->baseURL)));
+    const std::string base(trimmed(resolver.resolve(resolver.lookup("baseUrl").value_or(collection->baseURL))));
     if (base.empty() || (!urlText.starts_with('/') && urlText.find('.') != std::string::npos)) return urlText;
     const std::string_view stem = base.ends_with('/') ? std::string_view(base).substr(0, base.size() - 1) : base;
     const bool needsSlash = !urlText.empty() && !urlText.starts_with('/');
@@ -261,7 +238,7 @@ Auth RequestBuilder::effectiveAuth(const APIRequest& request, const std::optiona
 
 ResolvedRequest RequestBuilder::resolve(const APIRequest& request, const std::optional<APICollection>& collection,
                                         const VariableResolver& resolver, const OAuth2TokenLookup& tokens) {
-    const auto urlText = withBaseURL(trimmed(resolver.resolve(request.url)), collection, resolver);
+    const auto urlText = withBaseURL(std::string(trimmed(resolver.resolve(request.url))), collection, resolver);
     if (urlText.empty()) throw RequestBuildError::emptyURL();
 
     auto undefinedNames = resolver.unresolvedNames(request.url);

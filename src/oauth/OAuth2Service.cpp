@@ -95,7 +95,7 @@ OAuth2Token OAuth2Service::obtain(const OAuth2ResolvedConfig& config, const std:
 
 OAuth2Token OAuth2Service::runGrant(const OAuth2ResolvedConfig& config, OAuth2Interaction* interaction) const {
     const TokenEndpoint endpoint(config, timing_.now);
-    formEncoding::Fields fields;
+    formFields::Fields fields;
     switch (config.grant) {
     case OAuth2Grant::clientCredentials: fields = {{"grant_type", "client_credentials"}}; break;
     case OAuth2Grant::password:

@@ -15,7 +15,7 @@ namespace {
 
 using Mode = OAuth2Service::Mode;
 
-std::vector<std::string> names(const formEncoding::Fields& fields) {
+std::vector<std::string> names(const formFields::Fields& fields) {
     std::vector<std::string> result;
     for (const auto& [name, value] : fields) result.push_back(name);
     return result;
@@ -54,7 +54,7 @@ TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
     EXPECT_EQ("token-1", service.token(config("http://127.0.0.1/callback"), Mode::reuse, &browser).accessToken);
 
     ASSERT_EQ(1u, server.authorizationQueries().size());
-    const AuthorizationServer::Received query{.fields = formEncoding::decoded(server.authorizationQueries()[0])};
+    const AuthorizationServer::Received query{.fields = formFields::decoded(server.authorizationQueries()[0])};
     EXPECT_EQ((std::vector<std::string>{"tenant", "response_type", "client_id", "redirect_uri", "state", "scope",
                                         "code_challenge", "code_challenge_method", "prompt"}),
               names(query.fields));
