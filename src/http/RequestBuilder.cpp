@@ -40,7 +40,7 @@ struct EncodedBody {
 std::string withBaseURL(const std::string& urlText, const std::optional<APICollection>& collection,
                         const VariableResolver& resolver) {
     if (!collection || urlText.find("://") != std::string::npos) return urlText;
-    const auto base = std::string(trimmed(resolver.resolve(resolver.lookup("baseUrl").value_or(collection->baseURL))));
+    const std::string base(trimmed(resolver.resolve(resolver.lookup("baseUrl").value_or(collection->baseURL))));
     if (base.empty() || (!urlText.starts_with('/') && urlText.find('.') != std::string::npos)) return urlText;
     const std::string_view stem = base.ends_with('/') ? std::string_view(base).substr(0, base.size() - 1) : base;
     const bool needsSlash = !urlText.empty() && !urlText.starts_with('/');

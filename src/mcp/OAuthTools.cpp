@@ -21,10 +21,6 @@ struct Target {
     VariableResolver resolver;
 };
 
-bool needsPerson(OAuth2Grant grant) {
-    return grant == OAuth2Grant::authorizationCode || grant == OAuth2Grant::deviceCode;
-}
-
 json report(const std::string& owner, const OAuth2ResolvedConfig& config, const OAuth2Token& token, bool reveal,
             Date now) {
     const bool valid = token.isUsable(now, OAuth2Service::leeway);
@@ -41,7 +37,7 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
                    {"accessToken", reveal ? token.accessToken : std::string(WorkspaceTools::secretMask)}};
     if (!valid) {
         result["hint"] = token.canRefresh() ? "The token has expired. Use action=refresh."
-                         : needsPerson(config.grant)
+                         : isInteractive(config.grant)
                              ? "The token has expired. Sign in again in the Tessaline app (Auth tab \u2192 Get New Token)."
                              : "The token has expired. Use action=new.";
     }
@@ -77,7 +73,7 @@ std::string OAuthTools::oauthToken(const json& arguments) {
     const Date now = target.resolver.now();
     if (action == "status") {
         if (const auto token = cache.tokenForKey(key)) return args::pretty(report(target.name, config, *token, reveal, now));
-        return needsPerson(config.grant) ? "No token yet. Sign in once in the Tessaline app (Auth tab \u2192 Get New Token)."
+        return isInteractive(config.grant) ? "No token yet. Sign in once in the Tessaline app (Auth tab \u2192 Get New Token)."
                                          : "No token yet. Use action=new.";
     }
     if (action == "refresh" || action == "new") {

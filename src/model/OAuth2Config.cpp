@@ -13,4 +13,8 @@ std::string_view displayName(OAuth2Grant grant) {
     return {};
 }
 
+bool isInteractive(OAuth2Grant grant) {
+    return grant == OAuth2Grant::authorizationCode || grant == OAuth2Grant::deviceCode;
+}
+
 }  // namespace tessaline

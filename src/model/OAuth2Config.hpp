@@ -24,6 +24,9 @@ struct RawValues<OAuth2Grant> {
 // "Authorization Code", "Client Credentials", ...: the grant's name in labels.
 std::string_view displayName(OAuth2Grant grant);
 
+// Whether the grant needs a person: a browser sign-in, or a code entered on another device.
+bool isInteractive(OAuth2Grant grant);
+
 // How the client authenticates at the token endpoint: an HTTP Basic header with client id
 // and secret, or both as form fields.
 enum class OAuth2ClientAuth { basicHeader, body };

@@ -23,7 +23,7 @@ struct OAuth2Token {
 
     // No expiry, or an expiry more than `leeway` seconds after `instant`.
     bool isUsable(Date instant, std::chrono::seconds leeway) const {
-        return !expiresAt || *expiresAt - instant > leeway;
+        return !expiresAt || *expiresAt > instant + leeway;
     }
 
     bool operator==(const OAuth2Token&) const = default;

@@ -19,7 +19,7 @@ struct AuthorizationRequest {
     std::string state = pkce::randomText(16);
 
     std::string url(const std::string& redirectURI) const {
-        formEncoding::Fields fields{
+        formFields::Fields fields{
             {"response_type", "code"}, {"client_id", config.clientID}, {"redirect_uri", redirectURI}, {"state", state}};
         if (!config.scope.empty()) fields.emplace_back("scope", config.scope);
         if (config.usePKCE) {
@@ -30,7 +30,7 @@ struct AuthorizationRequest {
 
         auto url = endpoint;
         const auto existing = url.query().value_or("");
-        url.setQuery(existing + (existing.empty() ? "" : "&") + formEncoding::encoded(fields));
+        url.setQuery(existing + (existing.empty() ? "" : "&") + formFields::encoded(fields));
         const auto text = url.text();
         if (!text) throw OAuth2Error::invalidConfig("The authorization URL is invalid.");
         return *text;
@@ -102,7 +102,7 @@ OAuth2Token run(const TokenEndpoint& endpoint, OAuth2Interaction& interaction, c
     if (!code) throw OAuth2Error::invalidResponse("the redirect carried no authorization code");
     if (parameter("state") != request.state) throw OAuth2Error::stateMismatch();
 
-    formEncoding::Fields fields{
+    formFields::Fields fields{
         {"grant_type", "authorization_code"}, {"code", *code}, {"redirect_uri", redirect.redirectURI}};
     if (config.usePKCE) fields.emplace_back("code_verifier", request.verifier);
     return endpoint.requestToken(std::move(fields));

@@ -63,7 +63,7 @@ OAuth2Token run(const TokenEndpoint& endpoint, OAuth2Interaction& interaction, c
     if (!url || url->host().value_or("").empty()) {
         throw OAuth2Error::invalidConfig("The device authorization URL is missing or invalid.");
     }
-    formEncoding::Fields fields;
+    formFields::Fields fields;
     if (!config.scope.empty()) fields.emplace_back("scope", config.scope);
     const auto authorization = deviceAuthorization(endpoint.post(config.deviceAuthURL, fields), timing.defaultPollInterval);
 

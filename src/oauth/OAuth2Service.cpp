@@ -94,8 +94,9 @@ OAuth2Token OAuth2Service::obtain(const OAuth2ResolvedConfig& config, const std:
 }
 
 OAuth2Token OAuth2Service::runGrant(const OAuth2ResolvedConfig& config, OAuth2Interaction* interaction) const {
+    if (isInteractive(config.grant) && !interaction) throw OAuth2Error::interactionRequired(config.grant);
     const TokenEndpoint endpoint(config, timing_.now);
-    formEncoding::Fields fields;
+    formFields::Fields fields;
     switch (config.grant) {
     case OAuth2Grant::clientCredentials: fields = {{"grant_type", "client_credentials"}}; break;
     case OAuth2Grant::password:
@@ -104,12 +105,8 @@ OAuth2Token OAuth2Service::runGrant(const OAuth2ResolvedConfig& config, OAuth2In
     case OAuth2Grant::refreshToken:
         if (config.refreshToken.empty()) throw OAuth2Error::invalidConfig("Enter a refresh token to exchange.");
         return endpoint.refresh(config.refreshToken);
-    case OAuth2Grant::authorizationCode:
-        if (!interaction) throw OAuth2Error::interactionRequired(config.grant);
-        return authorizationCodeFlow::run(endpoint, *interaction, timing_);
-    case OAuth2Grant::deviceCode:
-        if (!interaction) throw OAuth2Error::interactionRequired(config.grant);
-        return deviceFlow::run(endpoint, *interaction, timing_);
+    case OAuth2Grant::authorizationCode: return authorizationCodeFlow::run(endpoint, *interaction, timing_);
+    case OAuth2Grant::deviceCode: return deviceFlow::run(endpoint, *interaction, timing_);
     }
     if (!config.scope.empty()) fields.emplace_back("scope", config.scope);
     return endpoint.requestToken(std::move(fields));

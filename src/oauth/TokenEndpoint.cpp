@@ -9,7 +9,7 @@ namespace tessaline {
 
 TokenEndpoint::TokenEndpoint(const OAuth2ResolvedConfig& config, Clock now) : config_(config), now_(std::move(now)) {}
 
-OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formEncoding::Fields fields) const {
+OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Fields fields) const {
     for (const auto& row : config_.tokenParams) fields.emplace_back(row.key, row.value);
     CurlEasy::Request request{
         .method = "POST",
@@ -26,14 +26,14 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formEncoding::Fie
         fields.emplace_back("client_id", config_.clientID);
         if (!config_.clientSecret.empty()) fields.emplace_back("client_secret", config_.clientSecret);
     }
-    request.body = formEncoding::encoded(fields);
+    request.body = formFields::encoded(fields);
 
     auto response = CurlEasy().perform(request);
     if (response.error) throw Error(*response.error);
     return {response.status, std::move(response.body)};
 }
 
-OAuth2Token TokenEndpoint::requestToken(formEncoding::Fields fields) const {
+OAuth2Token TokenEndpoint::requestToken(formFields::Fields fields) const {
     if (!URLComponents::parse(config_.tokenURL)) throw OAuth2Error::invalidConfig("The token URL is missing or invalid.");
     return post(config_.tokenURL, std::move(fields)).token(now_());
 }

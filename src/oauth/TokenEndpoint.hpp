@@ -4,7 +4,7 @@
 #include "oauth/OAuth2ResolvedConfig.hpp"
 #include "oauth/OAuth2ResponseBody.hpp"
 #include "support/Clock.hpp"
-#include "support/FormEncoding.hpp"
+#include "support/FormFields.hpp"
 
 #include <string>
 
@@ -23,11 +23,11 @@ public:
 
     const OAuth2ResolvedConfig& config() const { return config_; }
 
-    OAuth2ResponseBody post(const std::string& url, formEncoding::Fields fields) const;
+    OAuth2ResponseBody post(const std::string& url, formFields::Fields fields) const;
 
     // Posts the fields to the token URL and reads the token out of the answer. Throws
     // OAuth2Error (invalidConfig for a missing or invalid token URL).
-    OAuth2Token requestToken(formEncoding::Fields fields) const;
+    OAuth2Token requestToken(formFields::Fields fields) const;
 
     // Exchanges a refresh token for a new token, which keeps the refresh token used when the
     // server issues none (servers that do not rotate them).

@@ -95,6 +95,8 @@ std::optional<Date> parseISO8601(std::string_view text) {
 
     const year_month_day ymd{year(*y), month(static_cast<unsigned>(*mo)), day(static_cast<unsigned>(*d))};
     if (!ymd.ok() || *h > 23 || *mi > 59 || *s > 59) return std::nullopt;
+    // Date counts nanoseconds in 64 bits: from 1677-09-21 to 2262-04-11. Whole years inside.
+    if (*y < 1678 || *y > 2261) return std::nullopt;
     const auto local = sys_days(ymd) + hours(*h) + minutes(*mi) + seconds(*s) + sub;
     return time_point_cast<Date::duration>(local - *zone);
 }

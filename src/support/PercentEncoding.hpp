@@ -11,4 +11,8 @@ namespace tessaline::percentEncoding {
 // form fields are written, before any "%20" becomes "+".
 std::string encode(std::string_view text, std::string_view kept);
 
+// Every "%XX" (hexadecimal digits in either case) turned back into its byte; everything else,
+// "+" and a "%" that begins no such sequence included, kept as it is.
+std::string decode(std::string_view text);
+
 }  // namespace tessaline::percentEncoding

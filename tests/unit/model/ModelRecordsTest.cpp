@@ -29,6 +29,11 @@ TEST(ModelRecordsTest, LabelsAndContentTypes) {
     EXPECT_EQ("Inherit from Collection", label(AuthKind::inherit));
     EXPECT_EQ("OAuth 2.0", label(AuthKind::oauth2));
     EXPECT_EQ("Device Code", displayName(OAuth2Grant::deviceCode));
+    std::vector<OAuth2Grant> interactive;
+    for (const auto grant : allCases<OAuth2Grant>()) {
+        if (isInteractive(grant)) interactive.push_back(grant);
+    }
+    EXPECT_EQ((std::vector<OAuth2Grant>{OAuth2Grant::authorizationCode, OAuth2Grant::deviceCode}), interactive);
     EXPECT_EQ("application/x-www-form-urlencoded", contentType(BodyKind::formURLEncoded));
     EXPECT_EQ("application/xml", contentType(BodyKind::xml));
     EXPECT_FALSE(contentType(BodyKind::multipart));

@@ -25,36 +25,12 @@ TEST(OAuth2TokenTest, CanRefreshOnlyWithANonEmptyRefreshToken) {
     EXPECT_TRUE(OAuth2Token{.refreshToken = "r"}.canRefresh());
 }
 
-std::string encoded(const OAuth2Token& token) {
-    JSONWriter writer;
-    write(writer, token);
-    return std::move(writer).text();
-}
-
-OAuth2Token decoded(std::string_view bytes) {
-    const auto document = JSONDocument::parse(bytes);
-    return decodeOAuth2Token(JSONReader(document));
-}
-
-TEST(OAuth2TokenTest, JSONLeavesOutAbsentFieldsAndReadsBack) {
-    const OAuth2Token minimal{.accessToken = "a", .tokenType = "bearer", .obtainedAt = noon};
-    EXPECT_EQ("{\n  \"accessToken\": \"a\",\n  \"obtainedAt\": \"2026-01-01T12:00:00Z\",\n  \"tokenType\": \"bearer\"\n}",
-              encoded(minimal));
-    EXPECT_EQ(minimal, decoded(encoded(minimal)));
-
-    const OAuth2Token full{.accessToken = "a",
-                           .refreshToken = "r",
-                           .idToken = "i",
-                           .scope = "s",
-                           .expiresAt = noon + seconds(3600),
-                           .obtainedAt = noon};
-    EXPECT_NE(std::string::npos, encoded(full).find("\"expiresAt\": \"2026-01-01T13:00:00Z\""));
-    EXPECT_EQ(full, decoded(encoded(full)));
-}
-
 TEST(OAuth2TokenTest, DecodingNeedsTheRequiredKeys) {
-    EXPECT_THROW(decoded(R"({"accessToken": "a", "obtainedAt": "2026-01-01T12:00:00Z"})"), DecodingError);
-    EXPECT_THROW(decoded(R"({"accessToken": "a", "tokenType": "Bearer"})"), DecodingError);
+    for (const char* text : {R"({"accessToken": "a", "obtainedAt": "2026-01-01T12:00:00Z"})",
+                             R"({"accessToken": "a", "tokenType": "Bearer"})"}) {
+        const auto document = JSONDocument::parse(text);
+        EXPECT_THROW(decodeOAuth2Token(JSONReader(document)), DecodingError) << text;
+    }
 }
 
 }  // namespace

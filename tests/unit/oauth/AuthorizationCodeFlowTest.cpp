@@ -15,17 +15,10 @@ namespace {
 
 using Mode = OAuth2Service::Mode;
 
-std::vector<std::string> names(const formEncoding::Fields& fields) {
+std::vector<std::string> names(const formFields::Fields& fields) {
     std::vector<std::string> result;
     for (const auto& [name, value] : fields) result.push_back(name);
     return result;
-}
-
-std::string valueOf(const formEncoding::Fields& fields, const std::string& name) {
-    for (const auto& [key, value] : fields) {
-        if (key == name) return value;
-    }
-    return "(missing)";
 }
 
 class AuthorizationCodeFlowTest : public testing::Test {
@@ -61,15 +54,15 @@ TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
     EXPECT_EQ("token-1", service.token(config("http://127.0.0.1/callback"), Mode::reuse, &browser).accessToken);
 
     ASSERT_EQ(1u, server.authorizationQueries().size());
-    const auto query = formEncoding::decoded(server.authorizationQueries()[0]);
+    const AuthorizationServer::Received query{.fields = formFields::decoded(server.authorizationQueries()[0])};
     EXPECT_EQ((std::vector<std::string>{"tenant", "response_type", "client_id", "redirect_uri", "state", "scope",
                                         "code_challenge", "code_challenge_method", "prompt"}),
-              names(query));
-    EXPECT_EQ("code", valueOf(query, "response_type"));
-    EXPECT_EQ("openid profile", valueOf(query, "scope"));
-    EXPECT_EQ("S256", valueOf(query, "code_challenge_method"));
-    EXPECT_EQ(22u, valueOf(query, "state").size());
-    const auto redirectURI = valueOf(query, "redirect_uri");
+              names(query.fields));
+    EXPECT_EQ("code", query.field("response_type"));
+    EXPECT_EQ("openid profile", query.field("scope"));
+    EXPECT_EQ("S256", query.field("code_challenge_method"));
+    EXPECT_EQ(22u, query.field("state").size());
+    const auto redirectURI = query.field("redirect_uri");
     EXPECT_TRUE(std::regex_match(redirectURI, std::regex(R"(http://127\.0\.0\.1:[1-9][0-9]*/callback)"))) << redirectURI;
 
     ASSERT_EQ(2u, browser.loopbackPages.size());

@@ -2,9 +2,11 @@
 
 #include "oauth/PKCE.hpp"
 #include "support/Clock.hpp"
-#include "support/FormEncoding.hpp"
+#include "support/FormFields.hpp"
+#include "support/PercentEncoding.hpp"
 #include "support/LocalHTTPServer.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -23,22 +25,18 @@ class AuthorizationServer {
 public:
     struct Received {
         std::string body{};
-        formEncoding::Fields fields{};
+        formFields::Fields fields{};
         std::map<std::string, std::string> headers{};  // the few the tests look at
         Date at{};  // by the test's clock
 
         // The value of a field, "" when it is missing; has() tells the two apart.
         std::string field(const std::string& name) const {
-            for (const auto& [key, value] : fields) {
-                if (key == name) return value;
-            }
-            return {};
+            const auto found = find(name);
+            return found == fields.end() ? std::string() : found->second;
         }
-        bool has(const std::string& name) const {
-            for (const auto& [key, value] : fields) {
-                if (key == name) return true;
-            }
-            return false;
+        bool has(const std::string& name) const { return find(name) != fields.end(); }
+        formFields::Fields::const_iterator find(const std::string& name) const {
+            return std::find_if(fields.begin(), fields.end(), [&name](const auto& field) { return field.first == name; });
         }
     };
     struct Reply {
@@ -90,7 +88,7 @@ public:
 private:
     void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request,
                 httplib::Response& response) {
-        Received received{.body = request.body, .fields = formEncoding::decoded(request.body), .at = clock_()};
+        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = clock_()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
         }
@@ -126,7 +124,7 @@ private:
         const auto queryStart = request.target.find('?');
         const auto query = queryStart == std::string::npos ? std::string() : request.target.substr(queryStart + 1);
         std::map<std::string, std::string> parameters;
-        for (auto& [name, value] : formEncoding::decoded(query)) parameters.emplace(name, value);
+        for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
         std::string code;
         {
             const std::lock_guard guard(lock_);
@@ -137,7 +135,7 @@ private:
         response.status = 302;
         response.set_header("Location", onAuthorize ? onAuthorize(parameters)
                                                     : parameters["redirect_uri"] + "?code=" + code + "&state=" +
-                                                          formEncoding::percentEncoded(parameters["state"]));
+                                                          percentEncoding::encode(parameters["state"], "-._*"));
     }
 
     struct IssuedCode {

@@ -67,16 +67,6 @@ TEST(LoopbackReceiverTest, AnErrorRedirectGetsTheFailurePageAndIsStillTheOutcome
     EXPECT_EQ("http://127.0.0.1:" + std::to_string(port) + "/?error=access_denied&state=s", waiting.get());
 }
 
-TEST(LoopbackReceiverTest, ListensOnTheRequestedPort) {
-    std::uint16_t port = 0;
-    {
-        const auto probe = LoopbackReceiver::start(std::nullopt, "/");
-        port = probe->port();
-    }
-    const auto receiver = LoopbackReceiver::start(port, "/cb");
-    EXPECT_EQ(port, receiver->port());
-}
-
 TEST(LoopbackReceiverTest, APortInUseFailsWithAHint) {
     asio::io_context io;
     tcp::acceptor holder(io, {asio::ip::address_v4::loopback(), 0});

@@ -1,26 +1,11 @@
 #include "oauth/OAuth2ResolvedConfig.hpp"
 
-#include "model/WorkspaceCoding.hpp"
-
 #include <gtest/gtest.h>
 
 namespace tessaline {
 namespace {
 
 VariableResolver resolverWith(std::vector<KeyValue> variables) { return VariableResolver{.scopes = {std::move(variables)}}; }
-
-TEST(OAuth2ResolvedConfigTest, AnEmptyObjectDecodesToTheDefaultConfiguration) {
-    const auto empty = JSONDocument::parse("{}");
-    const auto config = decodeOAuth2Config(JSONReader(empty));
-    EXPECT_EQ(OAuth2Config{}, config);
-    EXPECT_EQ(OAuth2Grant::authorizationCode, config.grant);
-    EXPECT_TRUE(config.usePKCE);
-    EXPECT_EQ(OAuth2ClientAuth::basicHeader, config.clientAuth);
-    EXPECT_EQ(OAuth2TokenPlacement::header, config.placement);
-    EXPECT_EQ("Bearer", config.headerPrefix);
-    EXPECT_EQ("access_token", config.queryParamName);
-    EXPECT_FALSE(config.useIDToken);
-}
 
 TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecrets) {
     const OAuth2Config config{

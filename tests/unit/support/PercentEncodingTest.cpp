@@ -13,5 +13,11 @@ TEST(PercentEncodingTest, KeepsLettersDigitsAndTheGivenCharactersOnly) {
     EXPECT_EQ("%00", percentEncoding::encode(std::string(1, '\0'), "-"));
 }
 
+TEST(PercentEncodingTest, DecodesEscapesAndKeepsEverythingElse) {
+    EXPECT_EQ("a b+c&\xC3\xA9", percentEncoding::decode("a%20b+c%26%c3%A9"));
+    EXPECT_EQ("100% %zz %2", percentEncoding::decode("100% %zz %2"));
+    EXPECT_EQ(std::string(1, '\0'), percentEncoding::decode("%00"));
+}
+
 }  // namespace
 }  // namespace tessaline
