@@ -1,8 +1,9 @@
 #include "interchange/FormEncoding.hpp"
 
 #include "http/RequestBuilder.hpp"
+#include "support/PercentEncoding.hpp"
 
-#include <charconv>
+#include <algorithm>
 
 namespace tessaline::formEncoding {
 namespace {
@@ -28,34 +29,15 @@ std::string escaped(std::string_view text, std::string_view keep) {
     return result;
 }
 
-// The byte that two hexadecimal digits at `at` spell, if they do.
-std::optional<char> escapedByte(std::string_view text, std::size_t at) {
-    if (at + 2 > text.size()) return std::nullopt;
-    unsigned value = 0;
-    const auto* end = text.data() + at + 2;
-    const auto [stop, error] = std::from_chars(text.data() + at, end, value, 16);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return static_cast<char>(value);
-}
-
 }  // namespace
 
 std::string curlEscaped(std::string_view text) { return escaped(text, "-._~"); }
 
 std::string decoded(std::string_view text, bool plusIsSpace) {
-    std::string result;
-    result.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        const auto byte = c == '%' ? escapedByte(text, i + 1) : std::nullopt;
-        if (byte) {
-            result += *byte;
-            i += 2;
-        } else {
-            result += plusIsSpace && c == '+' ? ' ' : c;
-        }
-    }
-    return result;
+    if (!plusIsSpace) return percentEncoding::decode(text);
+    std::string spaced(text);
+    std::replace(spaced.begin(), spaced.end(), '+', ' ');  // before decoding, so that %2B stays "+"
+    return percentEncoding::decode(spaced);
 }
 
 std::optional<std::vector<KeyValue>> rowsIfExact(std::string_view body) {

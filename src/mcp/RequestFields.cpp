@@ -1,31 +1,11 @@
 #include "mcp/RequestFields.hpp"
 
+#include "interchange/FormEncoding.hpp"
 #include "mcp/MCPError.hpp"
 
 #include <algorithm>
-#include <cctype>
 
 namespace tessaline::requestFields {
-namespace {
-
-std::string percentDecoded(std::string_view text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '+') {
-            out += ' ';
-        } else if (c == '%' && i + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
-                   std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
-            out += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
-            i += 2;
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
-
-}  // namespace
 
 std::optional<HTTPMethod> method(const std::string& name) {
     std::string upper = name;
@@ -50,8 +30,8 @@ std::vector<KeyValue> formPairs(const std::string& text) {
         const std::string_view pair = std::string_view(text).substr(start, end - start);
         if (!pair.empty()) {
             const std::size_t equals = pair.find('=');
-            rows.push_back(KeyValue{Uuid::random(), percentDecoded(pair.substr(0, equals)),
-                                    equals == std::string_view::npos ? "" : percentDecoded(pair.substr(equals + 1)),
+            rows.push_back(KeyValue{Uuid::random(), formEncoding::decoded(pair.substr(0, equals), true),
+                                    equals == std::string_view::npos ? "" : formEncoding::decoded(pair.substr(equals + 1), true),
                                     true});
         }
         start = end + 1;
