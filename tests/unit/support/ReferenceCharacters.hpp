@@ -37,15 +37,15 @@ inline std::vector<std::size_t> ends(std::string_view text) {
 }
 
 // Where characterCount or characterPrefix differ from ICU on the text: a description of the
-// first difference, or nothing. Prefixes are compared for every count up to 64 and one past the
-// total, and for ever sparser counts in between, as each costs a scan.
+// first difference, or nothing. Prefixes are compared for every count up to 64, for the powers
+// of two beyond, and for the total and one more, as each costs a scan.
 inline std::optional<std::string> difference(std::string_view text) {
     const std::vector<std::size_t> expected = ends(text);
     if (const std::size_t count = unicodeText::characterCount(text); count != expected.size()) {
         return "characterCount " + std::to_string(count) + ", ICU " + std::to_string(expected.size());
     }
     const auto nextCount = [&](std::size_t count) {
-        return count < expected.size() ? std::min(count + 1 + count / 64, expected.size()) : count + 1;
+        return count < 64 || count >= expected.size() ? count + 1 : std::min(count * 2, expected.size());
     };
     for (std::size_t count = 0; count <= expected.size() + 1; count = nextCount(count)) {
         const std::size_t end = count == 0 ? 0 : count > expected.size() ? text.size() : expected[count - 1];
