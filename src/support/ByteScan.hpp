@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string_view>
 
-// Byte classes and searches of the JSON readers' inner loops; runs are scanned eight bytes at
-// a time.
+// Byte classes and searches of the inner loops over text (the JSON readers, character counting);
+// runs are scanned eight bytes at a time.
 namespace tessaline::bytescan {
 
 static_assert(std::endian::native == std::endian::little, "byte order of the word-at-a-time searches");
@@ -27,6 +27,18 @@ inline uint64_t load(std::string_view text, size_t at) {
 inline uint64_t matches(uint64_t word, unsigned char byte) {
     const uint64_t difference = word ^ (ones * byte);
     return (difference - ones) & ~difference & highBits;
+}
+
+// The index of the first byte at or after `from` that `isHit` accepts, or text.size(). `hits`
+// marks the high bit of each byte of a word that `isHit` accepts, exactly up to the first.
+template <typename WordHits, typename ByteHit>
+size_t findFirst(std::string_view text, size_t from, WordHits hits, ByteHit isHit) {
+    size_t at = from;
+    for (; at + 8 <= text.size(); at += 8) {
+        if (const uint64_t found = hits(load(text, at)); found != 0) return at + static_cast<size_t>(std::countr_zero(found) / 8);
+    }
+    while (at < text.size() && !isHit(static_cast<unsigned char>(text[at]))) ++at;
+    return at;
 }
 
 }  // namespace detail
@@ -59,6 +71,19 @@ inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& saw
         if (static_cast<unsigned char>(text[at]) >= 0x80) sawNonASCII = true;
     }
     return at;
+}
+
+// The index of the first non-ASCII byte at or after `from`, or text.size().
+inline size_t findNonASCII(std::string_view text, size_t from) {
+    return detail::findFirst(
+        text, from, [](uint64_t word) { return word & detail::highBits; }, [](unsigned char byte) { return byte >= 0x80; });
+}
+
+// The index of the first carriage return or non-ASCII byte at or after `from`, or text.size().
+inline size_t findCarriageReturnOrNonASCII(std::string_view text, size_t from) {
+    return detail::findFirst(
+        text, from, [](uint64_t word) { return (word & detail::highBits) | detail::matches(word, '\r'); },
+        [](unsigned char byte) { return byte >= 0x80 || byte == '\r'; });
 }
 
 // The index of the first byte at or after `from` that is not JSON whitespace, or

@@ -37,5 +37,21 @@ TEST(ByteScanTest, SkipWhitespacePassesRunsOfEveryLength) {
     EXPECT_EQ(9u, bytescan::skipWhitespace("x\r\n \t    y", 1));
 }
 
+// Every position within and across eight-byte words, starting anywhere before the stop; a CR
+// stops only the second search, and a byte after the stop never moves it.
+TEST(ByteScanTest, FindNonASCIIAndCarriageReturnStopAtTheFirst) {
+    for (size_t length = 0; length < 20; ++length) {
+        for (size_t from = 0; from <= length; ++from) {
+            const std::string nonASCII = std::string(length, 'a') + "\xC3\xA9\r";
+            EXPECT_EQ(length, bytescan::findNonASCII(nonASCII, from)) << length << " " << from;
+            EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(nonASCII, from)) << length << " " << from;
+            const std::string carriageReturn = std::string(length, 'a') + "\r\xC3\xA9";
+            EXPECT_EQ(length + 1, bytescan::findNonASCII(carriageReturn, from)) << length << " " << from;
+            EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(carriageReturn, from)) << length << " " << from;
+        }
+        EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(std::string(length, '\n'), 0));
+    }
+}
+
 }  // namespace
 }  // namespace tessaline

@@ -33,6 +33,35 @@ TEST(Utf8Test, RepairReplacesEachMaximalSubpart) {
     }
 }
 
+TEST(Utf8Test, CodePointAtReadsOneScalarOrOneMaximalSubpart) {
+    const struct {
+        std::string bytes;
+        char32_t scalar;
+        std::size_t length;
+        bool wellFormed;
+    } cases[] = {
+        {"A", U'A', 1, true},
+        {"\xC3\xA9!", U'\u00E9', 2, true},
+        {"\xE2\x82\xAC", U'\u20AC', 3, true},
+        {"\xF0\x9F\x98\x80", U'\U0001F600', 4, true},
+        {"\xF4\x8F\xBF\xBF", U'\U0010FFFF', 4, true},
+        {"\xEF\xBF\xBD", U'\uFFFD', 3, true},
+        {"\xF0\x9F\x98", U'\uFFFD', 3, false},  // truncated at the end
+        {"\xE2\x82" "A", U'\uFFFD', 2, false},   // cut short by an ASCII byte
+        {"\xED\xA0\x80", U'\uFFFD', 1, false},   // surrogate: the lead byte alone
+        {"\xE0\x80\x80", U'\uFFFD', 1, false},   // overlong
+        {"\xF4\x90\x80\x80", U'\uFFFD', 1, false},
+        {"\xC1\xBF", U'\uFFFD', 1, false},
+        {"\x80", U'\uFFFD', 1, false},
+    };
+    for (const auto& c : cases) {
+        const utf8::CodePoint read = utf8::codePointAt(c.bytes, 0);
+        EXPECT_EQ(c.scalar, read.scalar) << testing::PrintToString(c.bytes);
+        EXPECT_EQ(c.length, read.length) << testing::PrintToString(c.bytes);
+        EXPECT_EQ(c.wellFormed, read.wellFormed) << testing::PrintToString(c.bytes);
+    }
+}
+
 TEST(Utf8Test, AppendScalarEncodesEveryLength) {
     std::string out;
     for (char32_t c : {U'A', U'\u00E9', U'\u20AC', U'\U0001F600'}) utf8::appendScalar(out, c);
