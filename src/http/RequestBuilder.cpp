@@ -8,7 +8,7 @@
 #include "support/Trimmed.hpp"
 #include "support/Uuid.hpp"
 
-#include <curl/curl.h>
+#include "support/CurlLibrary.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -168,14 +168,14 @@ std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
 std::optional<std::string> assembledURL(const std::string& text, const std::vector<Pair>& query) {
     // An empty host: libcurl would take the first segment of the path for it.
     if (const auto scheme = text.find("://"); text.compare(scheme + 3, 1, "/") == 0) return std::nullopt;
-    const URLHandle url(curl_url(), curl_url_cleanup);
+    const URLHandle url(curl().url(), curl().urlCleanup);
     if (!url) throw std::bad_alloc();
     const auto full = withQuery(withDisallowedEscaped(text), query);
-    if (curl_url_set(url.get(), CURLUPART_URL, full.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) return std::nullopt;
+    if (curl().urlSet(url.get(), CURLUPART_URL, full.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) return std::nullopt;
     char* assembled = nullptr;
-    if (curl_url_get(url.get(), CURLUPART_URL, &assembled, 0) != CURLUE_OK) return std::nullopt;
+    if (curl().urlGet(url.get(), CURLUPART_URL, &assembled, 0) != CURLUE_OK) return std::nullopt;
     std::string result(assembled);
-    curl_free(assembled);
+    curl().free(assembled);
     return result;
 }
 

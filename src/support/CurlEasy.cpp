@@ -1,11 +1,10 @@
 #include "support/CurlEasy.hpp"
 
-#include <curl/curl.h>
+#include "support/CurlLibrary.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <mutex>
 #include <new>
 
 namespace tessaline {
@@ -21,22 +20,17 @@ using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
 const std::string noBody;
 
-void initialiseOnce() {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
-
 bool hasHeader(const std::vector<CurlEasy::Header>& headers, const char* name) {
     return std::any_of(headers.begin(), headers.end(),
-                       [name](const CurlEasy::Header& header) { return curl_strequal(header.first.c_str(), name) != 0; });
+                       [name](const CurlEasy::Header& header) { return curl().strequal(header.first.c_str(), name) != 0; });
 }
 
 // "Name: value" lines; an empty value is written "Name;", which libcurl sends as "Name:"
 // (a bare "Name:" would tell it to drop the header instead).
 HeaderList headerList(const std::vector<CurlEasy::Header>& headers) {
-    HeaderList list(nullptr, curl_slist_free_all);
+    HeaderList list(nullptr, curl().slistFreeAll);
     const auto append = [&list](const std::string& line) {
-        curl_slist* head = curl_slist_append(list.get(), line.c_str());
+        curl_slist* head = curl().slistAppend(list.get(), line.c_str());
         if (head == nullptr) throw std::bad_alloc();
         if (!list) list.reset(head);  // later lines go to the end of the same list
     };
@@ -60,41 +54,41 @@ void setMethod(CURL* handle, const CurlEasy::Request& request) {
     // A POST always sends a body, if only an empty one, so that it carries "Content-Length: 0".
     const bool sendsBody = isPost || (request.body && !isHead);
     if (isHead) {
-        curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
+        curl().easySetopt(handle, CURLOPT_NOBODY, 1L);
     } else if (!isPost && (request.method != "GET" || sendsBody)) {
         // POST stays libcurl's own method instead, so that a followed 301, 302 or 303 turns it
         // into GET as browsers do.
-        curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+        curl().easySetopt(handle, CURLOPT_CUSTOMREQUEST, request.method.c_str());
     }
     if (sendsBody) {
         // Never a null pointer here: with none, libcurl would read the body from stdin.
         const std::string& body = request.body ? *request.body : noBody;
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.c_str());
+        curl().easySetopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        curl().easySetopt(handle, CURLOPT_POSTFIELDS, body.c_str());
     }
 }
 
 void setTimeout(CURL* handle, double timeout) {
     const double seconds = std::min(timeout > 0 ? timeout : CurlEasy::defaultTimeout, longestTimeout);
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::ceil(seconds * 1000)));
+    curl().easySetopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::ceil(seconds * 1000)));
     // Less than one byte a second for the whole time-out is the idle limit; libcurl checks it
     // in whole seconds.
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, std::max(1L, static_cast<long>(std::ceil(seconds))));
+    curl().easySetopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl().easySetopt(handle, CURLOPT_LOW_SPEED_TIME, std::max(1L, static_cast<long>(std::ceil(seconds))));
 }
 
 void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* headers, std::string& body, char* errors) {
-    curl_easy_setopt(handle, CURLOPT_URL, request.url.c_str());
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs must not raise signals in a threaded program
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errors);
-    curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "");  // every encoding this libcurl decodes
-    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
-    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, CurlEasy::maximumRedirects);
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, appendBody);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
+    curl().easySetopt(handle, CURLOPT_URL, request.url.c_str());
+    curl().easySetopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl().easySetopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl().easySetopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs must not raise signals in a threaded program
+    curl().easySetopt(handle, CURLOPT_ERRORBUFFER, errors);
+    curl().easySetopt(handle, CURLOPT_ACCEPT_ENCODING, "");  // every encoding this libcurl decodes
+    curl().easySetopt(handle, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
+    curl().easySetopt(handle, CURLOPT_MAXREDIRS, CurlEasy::maximumRedirects);
+    curl().easySetopt(handle, CURLOPT_HTTPHEADER, headers);
+    curl().easySetopt(handle, CURLOPT_WRITEFUNCTION, appendBody);
+    curl().easySetopt(handle, CURLOPT_WRITEDATA, &body);
     setMethod(handle, request);
     setTimeout(handle, request.timeout);
 }
@@ -104,9 +98,9 @@ void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* heade
 std::vector<CurlEasy::Header> finalHeaders(CURL* handle) {
     std::vector<CurlEasy::Header> headers;
     curl_header* field = nullptr;
-    while ((field = curl_easy_nextheader(handle, CURLH_HEADER, -1, field)) != nullptr) {
+    while ((field = curl().easyNextheader(handle, CURLH_HEADER, -1, field)) != nullptr) {
         const auto same = std::find_if(headers.begin(), headers.end(), [field](const CurlEasy::Header& header) {
-            return curl_strequal(header.first.c_str(), field->name) != 0;
+            return curl().strequal(header.first.c_str(), field->name) != 0;
         });
         if (same == headers.end()) {
             headers.emplace_back(field->name, field->value);
@@ -119,22 +113,22 @@ std::vector<CurlEasy::Header> finalHeaders(CURL* handle) {
 
 }  // namespace
 
-CurlEasy::CurlEasy() : handle_((initialiseOnce(), curl_easy_init())) {
+CurlEasy::CurlEasy() : handle_(curl().easyInit()) {
     if (handle_ == nullptr) throw std::bad_alloc();
 }
 
-CurlEasy::~CurlEasy() { curl_easy_cleanup(handle_); }
+CurlEasy::~CurlEasy() { curl().easyCleanup(handle_); }
 
 CurlEasy::Response CurlEasy::perform(const Request& request) {
-    curl_easy_reset(handle_);
+    curl().easyReset(handle_);
     errorBuffer_[0] = '\0';
     Response response;
     const HeaderList headers = headerList(request.headers);
     configure(handle_, request, headers.get(), response.body, errorBuffer_.data());
-    if (const CURLcode result = curl_easy_perform(handle_); result != CURLE_OK) {
-        return {.error = errorBuffer_[0] != '\0' ? std::string(errorBuffer_.data()) : curl_easy_strerror(result)};
+    if (const CURLcode result = curl().easyPerform(handle_); result != CURLE_OK) {
+        return {.error = errorBuffer_[0] != '\0' ? std::string(errorBuffer_.data()) : curl().easyStrerror(result)};
     }
-    curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &response.status);
+    curl().easyGetinfo(handle_, CURLINFO_RESPONSE_CODE, &response.status);
     response.headers = finalHeaders(handle_);
     return response;
 }

@@ -52,7 +52,7 @@ public:
     // Redirects followed before the exchange fails: as many as any browser follows.
     static constexpr long maximumRedirects = 20;
 
-    // Throws std::bad_alloc when libcurl cannot allocate a handle.
+    // Throws std::bad_alloc when libcurl cannot allocate a handle, Error when it cannot be loaded.
     CurlEasy();
     ~CurlEasy();
     CurlEasy(const CurlEasy&) = delete;

@@ -1,6 +1,6 @@
 #include "support/URLComponents.hpp"
 
-#include <curl/curl.h>
+#include "support/CurlLibrary.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -11,16 +11,16 @@ struct URLComponents::Handle {
     explicit Handle(CURLU* parsed) : url(parsed) {}
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
-    ~Handle() { curl_url_cleanup(url); }
+    ~Handle() { curl().urlCleanup(url); }
 
     CURLU* url;
 };
 
 URLComponents::URLComponents(std::unique_ptr<Handle> handle) : handle_(std::move(handle)) {}
 URLComponents::URLComponents(const URLComponents& other)
-    : handle_(std::make_unique<Handle>(curl_url_dup(other.handle_->url))) {}
+    : handle_(std::make_unique<Handle>(curl().urlDup(other.handle_->url))) {}
 URLComponents& URLComponents::operator=(const URLComponents& other) {
-    if (this != &other) handle_ = std::make_unique<Handle>(curl_url_dup(other.handle_->url));
+    if (this != &other) handle_ = std::make_unique<Handle>(curl().urlDup(other.handle_->url));
     return *this;
 }
 URLComponents::URLComponents(URLComponents&&) noexcept = default;
@@ -28,10 +28,10 @@ URLComponents& URLComponents::operator=(URLComponents&&) noexcept = default;
 URLComponents::~URLComponents() = default;
 
 std::optional<URLComponents> URLComponents::parse(std::string_view text) {
-    auto handle = std::make_unique<Handle>(curl_url());
+    auto handle = std::make_unique<Handle>(curl().url());
     if (handle->url == nullptr) return std::nullopt;
     const std::string owned(text);
-    if (curl_url_set(handle->url, CURLUPART_URL, owned.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
+    if (curl().urlSet(handle->url, CURLUPART_URL, owned.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
         return std::nullopt;
     }
     return URLComponents(std::move(handle));
@@ -56,9 +56,9 @@ std::optional<std::string> URLComponents::schemeOf(std::string_view text) {
 
 std::optional<std::string> URLComponents::part(int which) const {
     char* value = nullptr;
-    if (curl_url_get(handle_->url, static_cast<CURLUPart>(which), &value, 0) != CURLUE_OK) return std::nullopt;
+    if (curl().urlGet(handle_->url, static_cast<CURLUPart>(which), &value, 0) != CURLUE_OK) return std::nullopt;
     std::string result(value);
-    curl_free(value);
+    curl().free(value);
     return result;
 }
 
@@ -77,7 +77,7 @@ std::optional<std::uint16_t> URLComponents::port() const {
 
 void URLComponents::setQuery(std::string_view percentEncoded) {
     const std::string owned(percentEncoded);
-    curl_url_set(handle_->url, CURLUPART_QUERY, owned.empty() ? nullptr : owned.c_str(), 0);
+    curl().urlSet(handle_->url, CURLUPART_QUERY, owned.empty() ? nullptr : owned.c_str(), 0);
 }
 
 }  // namespace tessaline

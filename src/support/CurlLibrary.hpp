@@ -1,0 +1,39 @@
+#pragma once
+
+#include <curl/curl.h>
+
+namespace tessaline {
+
+// The libcurl functions this program calls, resolved from the shared library the first time
+// an exchange or a URL needs them. Linked in the usual way, libcurl and its dependency chain
+// (TLS, Kerberos, LDAP, SSH, IDN, ...) would be loaded and relocated at every start, which
+// costs a process several times more than everything else it does before its first reply,
+// and most sessions of an assistant never send anything.
+//
+// The members are named after the functions without their "curl_" prefix.
+struct CurlLibrary {
+    decltype(&::curl_easy_init) easyInit;
+    decltype(&::curl_easy_cleanup) easyCleanup;
+    decltype(&::curl_easy_reset) easyReset;
+    decltype(&::curl_easy_setopt) easySetopt;
+    decltype(&::curl_easy_perform) easyPerform;
+    decltype(&::curl_easy_getinfo) easyGetinfo;
+    decltype(&::curl_easy_nextheader) easyNextheader;
+    decltype(&::curl_easy_strerror) easyStrerror;
+    decltype(&::curl_slist_append) slistAppend;
+    decltype(&::curl_slist_free_all) slistFreeAll;
+    decltype(&::curl_strequal) strequal;
+    decltype(&::curl_url) url;
+    decltype(&::curl_url_dup) urlDup;
+    decltype(&::curl_url_set) urlSet;
+    decltype(&::curl_url_get) urlGet;
+    decltype(&::curl_url_cleanup) urlCleanup;
+    decltype(&::curl_free) free;
+};
+
+// Loads libcurl and runs its global set-up the first time, whichever thread comes first.
+// Throws Error when the library or one of its functions cannot be found; the next call tries
+// again.
+const CurlLibrary& curl();
+
+}  // namespace tessaline
