@@ -111,7 +111,12 @@ void WorkspaceStore::open() {
         const bool migrated = sampleWorkspace::migrateLegacyStarterIfNeeded(live);
         if (sampleWorkspace::resetStarterIfOutdated(live) || migrated) scheduleSave();
     }
-    archive.prune(clock());
+    // Thinning the archive loads the calendar and time zone data: the first reply need not
+    // wait for it.
+    background.post([this] {
+        Lock lock(mutex);
+        archive.prune(clock());
+    });
 }
 
 // Reading

@@ -175,6 +175,17 @@ TEST_F(WorkspaceStoreTest, AutosaveSnapshotsAreTenMinutesApart) {
     EXPECT_EQ((std::vector<std::string>{"Autosave", "Autosave"}), reasons(*store));
 }
 
+TEST_F(WorkspaceStoreTest, OpeningThinsTheArchiveInTheBackground) {
+    const VersionArchive archive(folder / "versions");
+    const Date tenDaysAgo = std::chrono::floor<std::chrono::days>(now) - std::chrono::days(10) + 12h;
+    archive.save("1", "first", tenDaysAgo);
+    archive.save("2", "second", tenDaysAgo + 1s);
+    open().reset();  // a store runs its due background work before it closes
+    const auto kept = archive.list();
+    ASSERT_EQ(1u, kept.size());
+    EXPECT_EQ("second", kept.front().reason);
+}
+
 TEST_F(WorkspaceStoreTest, DuplicateStandsRightAfterTheOriginal) {
     auto store = open();
     APICollection collection = collectionNamed("API");
