@@ -1,0 +1,10 @@
+#include "mcp/Blocking.hpp"
+
+namespace tessaline {
+
+SerialQueue& blockingWorker() {
+    static SerialQueue worker;
+    return worker;
+}
+
+}  // namespace tessaline
