@@ -40,11 +40,11 @@ std::optional<std::size_t> errorOffset(std::string_view bytes) {
 }
 
 bool sameNumber(double expected, const JSONDocument::Node& node) {
-    return node.type == Type::number && std::bit_cast<std::uint64_t>(expected) == std::bit_cast<std::uint64_t>(node.number);
+    return node.type == Type::number && std::bit_cast<std::uint64_t>(expected) == std::bit_cast<std::uint64_t>(node.payload.number);
 }
 
 bool sameInteger(std::int64_t expected, const JSONDocument::Node& node) {
-    return node.type == Type::integer && node.integer == expected && node.number == static_cast<double>(expected);
+    return node.type == Type::integer && node.payload.integer == expected;
 }
 
 // Walks both trees with a heap stack, as deep documents would overflow the call stack.

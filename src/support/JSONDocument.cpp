@@ -9,6 +9,9 @@
 #include <limits>
 
 namespace tessaline {
+
+static_assert(sizeof(JSONDocument::Node) == 16);
+
 namespace {
 
 [[noreturn]] void failAt(std::size_t offset) {
@@ -147,8 +150,7 @@ private:
         if (!container.isObject) return;
         auto& members = document_.members_;
         const auto first = pending_.begin() + container.firstPending;
-        node.offset = static_cast<std::uint32_t>(members.size());
-        node.length = static_cast<std::uint32_t>(pending_.end() - first);
+        node.payload.span = {static_cast<std::uint32_t>(members.size()), static_cast<std::uint32_t>(pending_.end() - first)};
         members.insert(members.end(), first, pending_.end());
         pending_.erase(first, pending_.end());
     }
@@ -159,7 +161,7 @@ private:
         if (!atByte('"')) failAt(pos_);
         readString();
         const auto& key = document_.nodes_.back();
-        pending_.push_back({key.offset, key.length, nextIndex()});
+        pending_.push_back({key.payload.span, nextIndex()});
         skipWhitespace();
         expect(':');
     }
@@ -181,9 +183,8 @@ private:
             readEscape();
         }
         ++pos_;
-        add({.type = Type::string,
-             .offset = static_cast<std::uint32_t>(offset),
-             .length = static_cast<std::uint32_t>(strings.size() - offset)});
+        const Span span{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(strings.size() - offset)};
+        add({.type = Type::string, .payload = {.span = span}});
     }
 
     // The cursor is on a backslash.
@@ -257,7 +258,7 @@ private:
         if (pos_ == integerEnd) {
             std::int64_t integer = 0;
             if (std::from_chars(first, last, integer).ec == std::errc()) {
-                add({.type = Type::integer, .integer = integer, .number = static_cast<double>(integer)});
+                add({.type = Type::integer, .payload = {.integer = integer}});
                 return;
             }
         }
@@ -266,7 +267,7 @@ private:
             if (exceedsDouble(number)) failAt(pos_ - 1);
             value = number.front() == '-' ? -0.0 : 0.0;
         }
-        add({.type = Type::number, .number = value});
+        add({.type = Type::number, .payload = {.number = value}});
     }
 
     // One or more digits.
@@ -302,10 +303,10 @@ JSONDocument JSONDocument::parse(std::string_view bytes) {
 }
 
 std::optional<std::uint32_t> JSONDocument::member(std::uint32_t object, std::string_view key) const {
-    const auto& node = nodes_[object];
-    for (auto index = node.offset + node.length; index-- > node.offset;) {
+    const auto members = nodes_[object].payload.span;
+    for (auto index = members.offset + members.length; index-- > members.offset;) {
         const auto& member = members_[index];
-        if (text(member.keyOffset, member.keyLength) == key) return member.value;
+        if (text(member.key) == key) return member.value;
     }
     return std::nullopt;
 }

@@ -17,14 +17,26 @@ class JSONDocument {
 public:
     enum class Type : std::uint8_t { null, boolean, integer, number, string, array, object };
 
+    // A run of bytes in the string buffer, or of entries in the member table.
+    struct Span {
+        std::uint32_t offset;
+        std::uint32_t length;
+    };
+
+    // One value in 16 bytes. The payload holds what the type needs: `integer` for an integer,
+    // `number` for a number, `span` for a string (its bytes) and for an object (its members).
     struct Node {
         Type type = Type::null;
-        bool flag = false;          // boolean
-        std::uint32_t end = 0;      // one past the last node of this value's subtree
-        std::int64_t integer = 0;   // integer
-        double number = 0;          // integer and number
-        std::uint32_t offset = 0;   // string: its first byte in the buffer; object: its first member in the table
-        std::uint32_t length = 0;   // string: its bytes; object: its members
+        bool flag = false;      // boolean
+        std::uint32_t end = 0;  // one past the last node of this value's subtree
+        union Payload {
+            std::int64_t integer;
+            double number;
+            Span span;
+        } payload{.integer = 0};
+
+        // The value of an integer or a number.
+        double numeric() const { return type == Type::integer ? static_cast<double>(payload.integer) : payload.number; }
     };
 
     // Throws DecodingError (with an empty coding path) when the bytes are not strict JSON
@@ -33,7 +45,7 @@ public:
 
     const Node& node(std::uint32_t index) const { return nodes_[index]; }
     // The text of a string node.
-    std::string_view text(std::uint32_t index) const { return text(nodes_[index].offset, nodes_[index].length); }
+    std::string_view text(std::uint32_t index) const { return text(nodes_[index].payload.span); }
     // The index of the value under key in the object node at `object`; the last one counts
     // when the key repeats.
     std::optional<std::uint32_t> member(std::uint32_t object, std::string_view key) const;
@@ -42,14 +54,11 @@ private:
     class Builder;
 
     struct Member {
-        std::uint32_t keyOffset;
-        std::uint32_t keyLength;
+        Span key;
         std::uint32_t value;
     };
 
-    std::string_view text(std::uint32_t offset, std::uint32_t length) const {
-        return {strings_.data() + offset, length};
-    }
+    std::string_view text(Span span) const { return {strings_.data() + span.offset, span.length}; }
 
     std::vector<Node> nodes_;
     std::string strings_;

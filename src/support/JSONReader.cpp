@@ -89,12 +89,12 @@ bool JSONReader::boolean() const { return checked(Type::boolean).flag; }
 double JSONReader::number() const {
     const auto& node = value();
     if (node.type != Type::integer && node.type != Type::number) failType("a number");
-    if (!std::isfinite(node.number)) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
-    return node.number;
+    if (!std::isfinite(node.numeric())) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
+    return node.numeric();
 }
 
 std::int64_t JSONReader::integer() const {
-    if (value().type == Type::integer) return value().integer;
+    if (value().type == Type::integer) return value().payload.integer;
     const double number = this->number();
     constexpr double bound = 9223372036854775808.0;  // 2^63
     if (std::trunc(number) != number) fail(DecodingError::Kind::dataCorrupted, "Expected an integer but found a fraction.");
