@@ -1,5 +1,5 @@
-// Throughput of the JSON parser, the strict validator and the formatter, beside
-// nlohmann::json::parse on the same bytes, over the usual corpus and a workspace-sized document.
+// Throughput of the JSON parser, the strict validator, the strict document reader and the
+// formatter, beside nlohmann::json::parse on the same bytes, over the usual corpus and a workspace-sized document.
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
@@ -12,9 +12,11 @@
 
 #include "pipeline/JSONFormat.hpp"
 #include "pipeline/JSONParser.hpp"
+#include "support/JSONDocument.hpp"
 
 namespace {
 
+using tessaline::JSONDocument;
 using tessaline::JSONFormat;
 using tessaline::JSONParser;
 
@@ -96,6 +98,7 @@ void registerAll(const std::string& name, const std::string& bytes) {
     };
     add("JSONParser::parse", [](const std::string& b) { return JSONParser::parse(b); });
     add("nlohmann::json::parse", [](const std::string& b) { return nlohmann::json::parse(b); });
+    add("JSONDocument::parse", [](const std::string& b) { return JSONDocument::parse(b); });
     add("JSONFormat::isValid", [](const std::string& b) { return JSONFormat::isValid(b); });
     add("JSONFormat::prettyPrinted", [](const std::string& b) { return JSONFormat::prettyPrinted(b, "  "); });
     add("JSONFormat::minified", [](const std::string& b) { return JSONFormat::minified(b); });

@@ -41,6 +41,29 @@ size_t findFirst(std::string_view text, size_t from, WordHits hits, ByteHit isHi
     return at;
 }
 
+// The high bit of every byte of `word` below `bound` (at most 0x80); exact up to the first match.
+inline uint64_t below(uint64_t word, unsigned char bound) { return (word - ones * bound) & ~word & highBits; }
+
+// findFirst that also sets `sawNonASCII` when a byte passed over has its high bit set (and
+// leaves it alone otherwise).
+template <typename WordHits, typename ByteHit>
+size_t findFirstNotingNonASCII(std::string_view text, size_t from, bool& sawNonASCII, WordHits hits, ByteHit isHit) {
+    size_t at = from;
+    for (; at + 8 <= text.size(); at += 8) {
+        const uint64_t word = load(text, at);
+        if (const uint64_t found = hits(word); found != 0) {
+            const int passed = std::countr_zero(found) / 8 * 8;
+            if (word & ((uint64_t{1} << passed) - 1) & highBits) sawNonASCII = true;
+            return at + static_cast<size_t>(passed / 8);
+        }
+        if (word & highBits) sawNonASCII = true;
+    }
+    for (; at < text.size() && !isHit(static_cast<unsigned char>(text[at])); ++at) {
+        if (static_cast<unsigned char>(text[at]) >= 0x80) sawNonASCII = true;
+    }
+    return at;
+}
+
 }  // namespace detail
 
 // A membership table: table[byte] is true for the bytes of `members`.
@@ -56,21 +79,18 @@ inline constexpr std::array<bool, 256> whitespace = byteSet(" \t\n\r");
 // The index of the first '"' or '\\' at or after `from`, or text.size(). Sets `sawNonASCII`
 // when a byte passed over has its high bit set (and leaves it alone otherwise).
 inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& sawNonASCII) {
-    size_t at = from;
-    for (; at + 8 <= text.size(); at += 8) {
-        const uint64_t word = detail::load(text, at);
-        const uint64_t hits = detail::matches(word, '"') | detail::matches(word, '\\');
-        if (hits != 0) {
-            const int passed = std::countr_zero(hits) / 8 * 8;
-            if (word & ((uint64_t{1} << passed) - 1) & detail::highBits) sawNonASCII = true;
-            return at + static_cast<size_t>(passed / 8);
-        }
-        if (word & detail::highBits) sawNonASCII = true;
-    }
-    for (; at < text.size() && text[at] != '"' && text[at] != '\\'; ++at) {
-        if (static_cast<unsigned char>(text[at]) >= 0x80) sawNonASCII = true;
-    }
-    return at;
+    return detail::findFirstNotingNonASCII(
+        text, from, sawNonASCII, [](uint64_t word) { return detail::matches(word, '"') | detail::matches(word, '\\'); },
+        [](unsigned char byte) { return byte == '"' || byte == '\\'; });
+}
+
+// As findQuoteOrBackslash, and also stops at a control character (a byte below 0x20), which
+// strict JSON does not allow inside a string.
+inline size_t findQuoteBackslashOrControl(std::string_view text, size_t from, bool& sawNonASCII) {
+    return detail::findFirstNotingNonASCII(
+        text, from, sawNonASCII,
+        [](uint64_t word) { return detail::matches(word, '"') | detail::matches(word, '\\') | detail::below(word, 0x20); },
+        [](unsigned char byte) { return byte == '"' || byte == '\\' || byte < 0x20; });
 }
 
 // The index of the first non-ASCII byte at or after `from`, or text.size().

@@ -1,118 +1,292 @@
 #include "support/JSONDocument.hpp"
 
+#include "support/ByteScan.hpp"
 #include "support/DecodingError.hpp"
-
-#include <nlohmann/json.hpp>
+#include "support/Utf8.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
 
 namespace tessaline {
+
+static_assert(sizeof(JSONDocument::Node) == 16);
+
 namespace {
 
-bool isStructural(char c) {
-    return c == '{' || c == '}' || c == '[' || c == ']' || c == ',' || c == ':' || c == '"';
+[[noreturn]] void failAt(std::size_t offset) {
+    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+                        "The data is not valid JSON (error at offset " + std::to_string(offset) + ").");
 }
 
-bool isWhiteSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
+bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-// The text without the white space between tokens, which is most of a pretty-printed file
-// and what nlohmann's lexer is slowest at. A run of white space between two other tokens
-// ("1 2", "tru e") stays as one blank, so that the text is valid exactly when the original
-// is. String contents are copied as they are.
-std::string withoutWhiteSpace(std::string_view text) {
-    std::string compact;
-    compact.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
-        const char c = text[i];
-        if (isWhiteSpace(c)) {
-            std::size_t next = i + 1;
-            while (next < text.size() && isWhiteSpace(text[next])) ++next;
-            const bool joinsTokens =
-                next < text.size() && !compact.empty() && !isStructural(compact.back()) && !isStructural(text[next]);
-            if (joinsTokens) compact += ' ';
-            i = next;
-        } else if (c == '"') {
-            // Copy through the closing quote, stepping over escaped characters.
-            std::size_t end = i + 1;
-            while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
-            end = std::min(end + 1, text.size());
-            compact.append(text.substr(i, end - i));
-            i = end;
-        } else {
-            compact += c;
-            ++i;
-        }
+// Whether a number that a double cannot hold is too large for one, rather than too close to
+// zero: the power of ten of its first significant digit is positive. `number` is valid JSON
+// and not zero.
+bool exceedsDouble(std::string_view number) {
+    if (number.front() == '-') number.remove_prefix(1);
+    const auto exponentAt = std::min(number.find_first_of("eE"), number.size());
+    const auto mantissa = number.substr(0, exponentAt);
+    const auto integerDigits = mantissa.substr(0, mantissa.find('.'));
+    long long scale = integerDigits != "0"
+        ? static_cast<long long>(integerDigits.size())
+        : -static_cast<long long>(mantissa.find_first_not_of('0', 2) - 2);  // zeros after "0."
+    // The exponent's digits, saturated far beyond any double's range.
+    long long exponent = 0;
+    for (const char byte : number.substr(std::min(exponentAt + 1, number.size()))) {
+        if (isDigit(byte)) exponent = std::min(exponent * 10 + (byte - '0'), 1'000'000'000'000LL);
     }
-    return compact;
+    if (number.find('-', exponentAt) != std::string_view::npos) exponent = -exponent;
+    return scale + exponent > 0;
 }
 
 }  // namespace
 
-// Receives the parser's events and appends nodes; open containers wait on a stack for the
-// index where they end.
-class JSONDocument::Builder : public nlohmann::json_sax<nlohmann::json> {
+// One pass of a cursor over the bytes, appending nodes as values complete; open containers
+// wait on a heap stack for the index where they end, so nesting costs no call stack. A
+// failure names the first byte at which the text stops being the beginning of some JSON text
+// (its size when the text is merely cut short).
+//
+// Accepts RFC 8259 JSON text as nlohmann::json::accept does: a leading byte order mark is
+// skipped and a number beyond a double's range is rejected. Unlike nlohmann, a NUL byte after
+// the value is no end of input but an error.
+class JSONDocument::Builder {
 public:
-    explicit Builder(JSONDocument& document) : document_(document) {}
+    Builder(std::string_view text, JSONDocument& document) : text_(text), document_(document) {}
 
-    bool null() override { return add({.type = Type::null}); }
-    bool boolean(bool value) override { return add({.type = Type::boolean, .flag = value}); }
-    bool number_integer(number_integer_t value) override {
-        return add({.type = Type::integer, .integer = value, .number = static_cast<double>(value)});
-    }
-    bool number_unsigned(number_unsigned_t value) override {
-        if (value <= static_cast<number_unsigned_t>(std::numeric_limits<std::int64_t>::max())) {
-            return number_integer(static_cast<number_integer_t>(value));
-        }
-        return number_float(static_cast<double>(value), {});
-    }
-    bool number_float(number_float_t value, const string_t&) override { return add({.type = Type::number, .number = value}); }
-    bool string(string_t& value) override { return addText(value); }
-    bool key(string_t& value) override { return addText(value); }
-    bool binary(binary_t&) override { return add({.type = Type::null}); }  // JSON text holds none
-    bool start_object(std::size_t) override { return open(Type::object); }
-    bool end_object() override { return close(); }
-    bool start_array(std::size_t) override { return open(Type::array); }
-    bool end_array() override { return close(); }
-
-    bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
-        // The parser counts bytes read, one past the offending byte's zero-based offset.
-        const auto offset = position > 0 ? position - 1 : 0;
-        throw DecodingError(DecodingError::Kind::dataCorrupted, "",
-                            "The data is not valid JSON (error at offset " + std::to_string(offset) + ").");
+    void build() {
+        skipByteOrderMark();
+        do {
+            skipWhitespace();
+            if (readValue()) closeEndedContainers();
+        } while (!open_.empty());
+        skipWhitespace();
+        if (!atEnd()) failAt(pos_);
     }
 
 private:
+    bool atEnd() const { return pos_ == text_.size(); }
+    bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
+    void skipWhitespace() { pos_ = bytescan::skipWhitespace(text_, pos_); }
+    bool inObject() const { return open_.back().isObject; }
     std::uint32_t nextIndex() const { return static_cast<std::uint32_t>(document_.nodes_.size()); }
 
-    bool add(Node node) {
-        node.end = nextIndex() + 1;
-        document_.nodes_.push_back(node);
-        return true;
+    void expect(char byte) {
+        if (!atByte(byte)) failAt(pos_);
+        ++pos_;
     }
 
-    bool addText(const std::string& value) {
-        const auto offset = document_.strings_.size();
-        document_.strings_ += value;
-        return add({.type = Type::string,
-                    .textOffset = static_cast<std::uint32_t>(offset),
-                    .textLength = static_cast<std::uint32_t>(value.size())});
+    // Matches `word` at the cursor, failing at the first byte that differs.
+    void expectWord(std::string_view word) {
+        const auto available = text_.substr(pos_, word.size());
+        const auto differs = std::mismatch(available.begin(), available.end(), word.begin()).first;
+        pos_ += static_cast<std::size_t>(differs - available.begin());
+        if (available != word) failAt(pos_);
+    }
+
+    void skipByteOrderMark() {
+        if (atByte('\xEF')) expectWord("\xEF\xBB\xBF");
+    }
+
+    // Reads a value at the cursor: true when it is complete, false when it opened a
+    // non-empty container, with the cursor before the container's first value.
+    bool readValue() {
+        if (atEnd()) failAt(pos_);
+        switch (text_[pos_]) {
+        case '{': return open(Type::object);
+        case '[': return open(Type::array);
+        case '"': readString(); return true;
+        case 't': expectWord("true"); add({.type = Type::boolean, .flag = true}); return true;
+        case 'f': expectWord("false"); add({.type = Type::boolean, .flag = false}); return true;
+        case 'n': expectWord("null"); add({.type = Type::null}); return true;
+        default: readNumber(); return true;
+        }
+    }
+
+    void add(Node node) {
+        node.end = nextIndex() + 1;
+        document_.nodes_.push_back(node);
     }
 
     bool open(Type type) {
-        open_.push_back(nextIndex());
+        ++pos_;
+        open_.push_back({nextIndex(), static_cast<std::uint32_t>(pending_.size()), type == Type::object});
         document_.nodes_.push_back({.type = type});
-        return true;
+        skipWhitespace();
+        if (atByte(type == Type::object ? '}' : ']')) {
+            ++pos_;
+            close();
+            return true;
+        }
+        if (type == Type::object) readKey();
+        return false;
     }
 
-    bool close() {
-        document_.nodes_[open_.back()].end = nextIndex();
+    // After a complete value: closes the containers that end here, and leaves the cursor before
+    // the next value when one follows.
+    void closeEndedContainers() {
+        while (!open_.empty()) {
+            skipWhitespace();
+            if (atByte(',')) {
+                ++pos_;
+                if (inObject()) readKey();
+                return;
+            }
+            expect(inObject() ? '}' : ']');
+            close();
+        }
+    }
+
+    // An object's members move from the pending stack to the member table, where they lie
+    // side by side.
+    void close() {
+        const auto container = open_.back();
         open_.pop_back();
-        return true;
+        auto& node = document_.nodes_[container.node];
+        node.end = nextIndex();
+        if (!container.isObject) return;
+        auto& members = document_.members_;
+        const auto first = pending_.begin() + container.firstPending;
+        node.payload.span = {static_cast<std::uint32_t>(members.size()), static_cast<std::uint32_t>(pending_.end() - first)};
+        members.insert(members.end(), first, pending_.end());
+        pending_.erase(first, pending_.end());
     }
 
+    // A member's key and its colon, leaving the cursor before the member's value.
+    void readKey() {
+        skipWhitespace();
+        if (!atByte('"')) failAt(pos_);
+        readString();
+        const auto& key = document_.nodes_.back();
+        pending_.push_back({key.payload.span, nextIndex()});
+        skipWhitespace();
+        expect(':');
+    }
+
+    // The cursor is on the opening quote. Runs without escapes are copied in one piece and
+    // checked for UTF-8 only when they hold non-ASCII bytes.
+    void readString() {
+        auto& strings = document_.strings_;
+        const auto offset = strings.size();
+        for (++pos_;;) {
+            bool sawNonASCII = false;
+            const auto start = pos_;
+            pos_ = bytescan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
+            const auto run = text_.substr(start, pos_ - start);
+            if (sawNonASCII && !utf8::isValid(run)) failAt(start + utf8::firstIllFormedByte(run));
+            strings.append(run);
+            if (atByte('"')) break;
+            if (!atByte('\\')) failAt(pos_);  // a control character, or the end
+            readEscape();
+        }
+        ++pos_;
+        const Span span{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(strings.size() - offset)};
+        add({.type = Type::string, .payload = {.span = span}});
+    }
+
+    // The cursor is on a backslash.
+    void readEscape() {
+        const auto escaped = ++pos_;
+        if (atEnd()) failAt(pos_);
+        ++pos_;
+        auto& strings = document_.strings_;
+        switch (text_[escaped]) {
+        case '"': strings += '"'; break;
+        case '\\': strings += '\\'; break;
+        case '/': strings += '/'; break;
+        case 'b': strings += '\b'; break;
+        case 'f': strings += '\f'; break;
+        case 'n': strings += '\n'; break;
+        case 'r': strings += '\r'; break;
+        case 't': strings += '\t'; break;
+        case 'u': readUnicodeEscape(); break;
+        default: failAt(escaped);
+        }
+    }
+
+    // The cursor is after "\u". A surrogate is only valid as the high half of a pair whose
+    // low half follows at once; a digit that rules that out is the fault ("\uDC" cannot
+    // begin a valid string, nor can "\uD800\u0").
+    void readUnicodeEscape() {
+        std::uint32_t unit = readHexQuad();
+        if (isLowSurrogate(unit)) failAt(pos_ - 3);
+        if (isHighSurrogate(unit)) {
+            expectWord("\\u");
+            const std::uint32_t low = readHexQuad();
+            if (!isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
+            unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+        }
+        utf8::appendScalar(document_.strings_, unit);
+    }
+
+    std::uint32_t readHexQuad() {
+        const auto quad = text_.substr(pos_, 4);
+        std::uint32_t unit = 0;
+        const auto read = std::from_chars(quad.data(), quad.data() + quad.size(), unit, 16).ptr - quad.data();
+        pos_ += static_cast<std::size_t>(read);
+        if (read < 4) failAt(pos_);
+        return unit;
+    }
+
+    // An optional minus, an integer part without leading zeros, an optional fraction and an
+    // optional exponent. Integers that fit 64 signed bits are kept exactly; any other number
+    // is the nearest double, and one beyond a double's range fails at its last byte.
+    void readNumber() {
+        const auto start = pos_;
+        if (atByte('-')) ++pos_;
+        if (atByte('0')) {
+            ++pos_;
+        } else {
+            readDigits();
+        }
+        const auto integerEnd = pos_;
+        if (atByte('.')) {
+            ++pos_;
+            readDigits();
+        }
+        if (atByte('e') || atByte('E')) {
+            ++pos_;
+            if (atByte('+') || atByte('-')) ++pos_;
+            readDigits();
+        }
+        const auto number = text_.substr(start, pos_ - start);
+        const auto* const first = number.data();
+        const auto* const last = first + number.size();
+        if (pos_ == integerEnd) {
+            std::int64_t integer = 0;
+            if (std::from_chars(first, last, integer).ec == std::errc()) {
+                add({.type = Type::integer, .payload = {.integer = integer}});
+                return;
+            }
+        }
+        double value = 0;
+        if (std::from_chars(first, last, value).ec == std::errc::result_out_of_range) {
+            if (exceedsDouble(number)) failAt(pos_ - 1);
+            value = number.front() == '-' ? -0.0 : 0.0;
+        }
+        add({.type = Type::number, .payload = {.number = value}});
+    }
+
+    // One or more digits.
+    void readDigits() {
+        if (atEnd() || !isDigit(text_[pos_])) failAt(pos_);
+        while (++pos_ < text_.size() && isDigit(text_[pos_])) {}
+    }
+
+    struct OpenContainer {
+        std::uint32_t node;
+        std::uint32_t firstPending;  // an object's first member on `pending_`
+        bool isObject;
+    };
+
+    std::string_view text_;
     JSONDocument& document_;
-    std::vector<std::uint32_t> open_;
+    std::size_t pos_ = 0;
+    std::vector<OpenContainer> open_;
+    std::vector<Member> pending_;  // the members of the open objects, innermost last
 };
 
 JSONDocument JSONDocument::parse(std::string_view bytes) {
@@ -120,22 +294,21 @@ JSONDocument JSONDocument::parse(std::string_view bytes) {
         throw DecodingError(DecodingError::Kind::dataCorrupted, "", "The document is too large.");
     }
     JSONDocument document;
-    Builder builder(document);
-    try {
-        nlohmann::json::sax_parse(withoutWhiteSpace(bytes), &builder);
-    } catch (const DecodingError&) {
-        // Parse the text as given again, for an offset that points into it.
-        JSONDocument original;
-        Builder reporter(original);
-        nlohmann::json::sax_parse(bytes, &reporter);
-        throw;
-    }
+    // Room for what pretty-printed files need, so that the buffers rarely move while they grow;
+    // pages never written cost nothing.
+    document.nodes_.reserve(bytes.size() / 16);
+    document.strings_.reserve(bytes.size());
+    Builder(bytes, document).build();
     return document;
 }
 
-std::string_view JSONDocument::text(std::uint32_t index) const {
-    const auto& node = nodes_[index];
-    return std::string_view(strings_).substr(node.textOffset, node.textLength);
+std::optional<std::uint32_t> JSONDocument::member(std::uint32_t object, std::string_view key) const {
+    const auto members = nodes_[object].payload.span;
+    for (auto index = members.offset + members.length; index-- > members.offset;) {
+        const auto& member = members_[index];
+        if (text(member.key) == key) return member.value;
+    }
+    return std::nullopt;
 }
 
 }  // namespace tessaline

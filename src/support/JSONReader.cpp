@@ -61,50 +61,40 @@ const JSONDocument::Node& JSONReader::checked(Type type) const {
     return value();
 }
 
-std::uint32_t JSONReader::find(std::string_view key) const {
-    const auto end = checked(Type::object).end;
-    // Members are key, value pairs; with a repeated key, the last one counts.
-    std::uint32_t found = 0;
-    for (auto child = node_ + 1; child < end;) {
-        const auto valueIndex = child + 1;
-        if (document_->text(child) == key) found = valueIndex;
-        child = document_->node(valueIndex).end;
-    }
-    return found;
+std::optional<std::uint32_t> JSONReader::find(std::string_view key) const {
+    checked(Type::object);
+    return document_->member(node_, key);
 }
 
 void JSONReader::requireObject() const { checked(Type::object); }
 
-bool JSONReader::contains(std::string_view key) const { return find(key) != 0; }
+bool JSONReader::contains(std::string_view key) const { return find(key).has_value(); }
 
 JSONReader JSONReader::member(std::string_view key) const {
     const auto found = find(key);
-    if (found == 0) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::keyNotFound, "Key not found.");
-    return {*this, found, key, 0};
+    if (!found) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::keyNotFound, "Key not found.");
+    return {*this, *found, key, 0};
 }
 
 std::optional<JSONReader> JSONReader::optionalMember(std::string_view key) const {
     const auto found = find(key);
-    if (found == 0 || document_->node(found).type == Type::null) return std::nullopt;
-    return JSONReader(*this, found, key, 0);
+    if (!found || document_->node(*found).type == Type::null) return std::nullopt;
+    return JSONReader(*this, *found, key, 0);
 }
 
-std::string JSONReader::string() const {
-    checked(Type::string);
-    return std::string(document_->text(node_));
-}
+std::string JSONReader::string() const { return std::string(text()); }
 
 bool JSONReader::boolean() const { return checked(Type::boolean).flag; }
 
 double JSONReader::number() const {
     const auto& node = value();
     if (node.type != Type::integer && node.type != Type::number) failType("a number");
-    if (!std::isfinite(node.number)) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
-    return node.number;
+    if (!std::isfinite(node.numeric())) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
+    return node.numeric();
 }
 
 std::int64_t JSONReader::integer() const {
-    if (value().type == Type::integer) return value().integer;
+    if (value().type == Type::integer) return value().payload.integer;
     const double number = this->number();
     constexpr double bound = 9223372036854775808.0;  // 2^63
     if (std::trunc(number) != number) fail(DecodingError::Kind::dataCorrupted, "Expected an integer but found a fraction.");
@@ -112,22 +102,27 @@ std::int64_t JSONReader::integer() const {
     return static_cast<std::int64_t>(number);
 }
 
+std::string_view JSONReader::text() const {
+    checked(Type::string);
+    return document_->text(node_);
+}
+
 Uuid JSONReader::uuid() const {
-    auto text = string();
+    const auto text = this->text();
     const auto uuid = Uuid::parse(text);
-    if (!uuid) fail(DecodingError::Kind::dataCorrupted, "Invalid UUID “" + text + "”.");
+    if (!uuid) fail(DecodingError::Kind::dataCorrupted, "Invalid UUID “" + std::string(text) + "”.");
     return *uuid;
 }
 
 Date JSONReader::date() const {
-    auto text = string();
+    const auto text = this->text();
     const auto date = parseISO8601(text);
-    if (!date) fail(DecodingError::Kind::dataCorrupted, "Invalid ISO 8601 date “" + text + "”.");
+    if (!date) fail(DecodingError::Kind::dataCorrupted, "Invalid ISO 8601 date “" + std::string(text) + "”.");
     return *date;
 }
 
 std::string JSONReader::data() const {
-    auto bytes = base64::decode(string());
+    auto bytes = base64::decode(text());
     if (!bytes) fail(DecodingError::Kind::dataCorrupted, "Invalid Base64 data.");
     return std::move(*bytes);
 }

@@ -80,8 +80,8 @@ private:
 
     const JSONDocument::Node& value() const { return document_->node(node_); }
     const JSONDocument::Node& checked(JSONDocument::Type type) const;
-    // The index of the value under key, or 0 (never a member) when there is none.
-    std::uint32_t find(std::string_view key) const;
+    std::string_view text() const;  // of a string, in the document
+    std::optional<std::uint32_t> find(std::string_view key) const;
     [[noreturn]] void failType(std::string_view expected) const;
     void appendPath(std::string& path) const;
 

@@ -4,13 +4,29 @@
 
 namespace tessaline::utf8 {
 
-bool isValid(std::string_view bytes) {
+namespace {
+
+// The index where the first ill-formed sequence starts, or bytes.size().
+size_t firstIllFormedSequence(std::string_view bytes) {
     for (size_t i = bytescan::findNonASCII(bytes, 0); i < bytes.size(); i = bytescan::findNonASCII(bytes, i)) {
         const CodePoint c = codePointAt(bytes, i);
-        if (!c.wellFormed) return false;
+        if (!c.wellFormed) return i;
         i += c.length;
     }
-    return true;
+    return bytes.size();
+}
+
+}  // namespace
+
+bool isValid(std::string_view bytes) { return firstIllFormedSequence(bytes) == bytes.size(); }
+
+std::size_t firstIllFormedByte(std::string_view bytes) {
+    const size_t at = firstIllFormedSequence(bytes);
+    if (at == bytes.size()) return at;
+    // A byte that cannot lead a sequence is itself the fault; otherwise the byte after the
+    // maximal subpart is.
+    const bool canLead = detail::leads[static_cast<std::uint8_t>(bytes[at])].continuations > 0;
+    return canLead ? at + codePointAt(bytes, at).length : at;
 }
 
 std::string repaired(std::string_view bytes) {

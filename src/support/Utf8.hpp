@@ -12,6 +12,11 @@ namespace tessaline::utf8 {
 
 bool isValid(std::string_view bytes);
 
+// The index of the first byte at which `bytes` stop being the beginning of well-formed UTF-8,
+// or bytes.size() when they are well-formed or only cut short at the end ("\xC3" is, "\xC3("
+// stops at the "(", and "\x80" at once).
+std::size_t firstIllFormedByte(std::string_view bytes);
+
 // The bytes with every ill-formed sequence replaced by U+FFFD, one replacement per maximal
 // subpart as the Unicode standard recommends (the same count a platform decoder yields).
 std::string repaired(std::string_view bytes);

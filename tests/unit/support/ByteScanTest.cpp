@@ -29,6 +29,27 @@ TEST(ByteScanTest, FindQuoteOrBackslashStopsAtTheFirstAndSeesNonASCIIBeforeIt) {
     }
 }
 
+// Every control character stops the search at every position within and across words, as do
+// the quote and the backslash; DEL and non-ASCII bytes do not.
+TEST(ByteScanTest, FindQuoteBackslashOrControlStopsAtAnyOfThem) {
+    for (size_t length = 0; length < 20; ++length) {
+        for (int stop = 0; stop < 0x20; ++stop) {
+            const std::string text = std::string(length, 'a') + static_cast<char>(stop) + "\"";
+            bool sawNonASCII = false;
+            EXPECT_EQ(length, bytescan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length << " " << stop;
+            EXPECT_FALSE(sawNonASCII);
+        }
+        for (const char* stop : {"\"", "\\"}) {
+            bool sawNonASCII = false;
+            const std::string text = std::string(length, '\x7F') + "\xC3\xA9" + stop + "\n";
+            EXPECT_EQ(length + 2, bytescan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length;
+            EXPECT_TRUE(sawNonASCII);
+        }
+        bool sawNonASCII = false;
+        EXPECT_EQ(length, bytescan::findQuoteBackslashOrControl(std::string(length, ' '), 0, sawNonASCII));
+    }
+}
+
 TEST(ByteScanTest, SkipWhitespacePassesRunsOfEveryLength) {
     for (size_t length = 0; length < 20; ++length) {
         EXPECT_EQ(length, bytescan::skipWhitespace(std::string(length, ' ') + "x  ", 0));

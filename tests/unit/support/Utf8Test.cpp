@@ -33,6 +33,28 @@ TEST(Utf8Test, RepairReplacesEachMaximalSubpart) {
     }
 }
 
+// The first byte that no well-formed text could have there; a sequence cut short by the end
+// is not a fault yet.
+TEST(Utf8Test, FirstIllFormedByteIsWhereThePrefixStopsBeingValid) {
+    const struct {
+        std::string bytes;
+        std::size_t expected;
+    } cases[] = {
+        {"caf\xC3\xA9 \xF0\x9F\x98\x80", 10},
+        {"ab\xE2\x82", 4},           // cut short
+        {"ab\xE2\x82" "A", 4},       // the "A" breaks the sequence
+        {"ab\xC3(", 3},
+        {"ab\x80", 2},                // a continuation byte cannot lead
+        {"\xC0\xAF", 0},             // nor can an overlong lead
+        {"\xF5\x80", 0},
+        {"\xE0\x80\x80", 1},         // overlong: E0 needs A0..BF next
+        {"\xED\xA0\x80", 1},         // surrogate: ED needs 80..9F next
+        {"\xF4\x90\x80\x80", 1},     // beyond U+10FFFF
+        {"\xF0\x9F\x98" "x", 3},
+    };
+    for (const auto& c : cases) EXPECT_EQ(c.expected, utf8::firstIllFormedByte(c.bytes)) << c.bytes;
+}
+
 TEST(Utf8Test, CodePointAtReadsOneScalarOrOneMaximalSubpart) {
     const struct {
         std::string bytes;
