@@ -233,7 +233,7 @@ std::string urlFromParts(const json& url) {
     std::string text = url.contains("protocol") ? postmanValue::text(url, "protocol") + "://" : "";
     text += partsText(postmanValue::member(url, "host"), ".");
     if (const auto port = postmanValue::text(url, "port"); !port.empty()) text += ":" + port;
-    if (url.contains("path")) text += "/" + partsText(url["path"], "/");
+    if (url.contains("path")) text.append("/").append(partsText(url["path"], "/"));
     return text;
 }
 
@@ -345,7 +345,8 @@ APIRequest readRequest(const json& item, const std::optional<Auth>& folderAuth, 
     if (request.name.empty()) request.name = requestName(request.method, request.url);
     request.notes = postmanValue::description(document);
     if (!method.empty() && rawValue(request.method) != method) {
-        request.notes += (request.notes.empty() ? "" : "\n") + ("The method " + method + " is not supported; imported as GET.");
+        if (!request.notes.empty()) request.notes += '\n';
+        request.notes.append("The method ").append(method).append(" is not supported; imported as GET.");
     }
     const auto& behaviour = postmanValue::member(item, "protocolProfileBehavior");
     request.followRedirects = postmanValue::flag(behaviour, "followRedirects", true);

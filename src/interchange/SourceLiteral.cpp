@@ -45,7 +45,9 @@ std::string swift(std::string_view text) {
 }
 
 std::string go(std::string_view bytes) {
-    if (utf8::isValid(bytes) && bytes.find_first_of("`\r") == std::string_view::npos) return "`" + std::string(bytes) + "`";
+    if (utf8::isValid(bytes) && bytes.find_first_of("`\r") == std::string_view::npos) {
+        return std::string("`").append(bytes).append("`");
+    }
     std::string quoted = "\"";
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
