@@ -3,7 +3,9 @@
 namespace tessaline {
 
 SerialQueue& blockingWorker() {
-    static SerialQueue worker;
+    // Never destroyed: a destructor run at exit would join a thread that a forked child
+    // (which exits through the same destructors) does not have, and wait for ever.
+    static SerialQueue& worker = *new SerialQueue;
     return worker;
 }
 
