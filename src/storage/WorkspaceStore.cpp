@@ -84,17 +84,31 @@ WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
       history(folder / "history"),
       archive(folder / "versions"),
       tokens(folder / OAuth2TokenCache::fileName) {
-    open();
+    std::error_code ignored;
+    std::filesystem::create_directories(folder / "history", ignored);
 }
 
 WorkspaceStore::~WorkspaceStore() {
     Lock lock(mutex);
+    // A store that was never used still leaves a new folder with the sample; an existing
+    // workspace file is left to the next session rather than read just before exiting.
+    std::error_code ignored;
+    if (!opened && !std::filesystem::exists(workspaceFileURL(), ignored)) open();
     if (pendingSave) saveNow();
 }
 
+std::unique_lock<std::recursive_mutex> WorkspaceStore::access() const {
+    std::unique_lock lock(mutex);
+    // Loading completes the construction, so a reader may do it too.
+    if (!opened) const_cast<WorkspaceStore*>(this)->open();
+    return lock;
+}
+
+// Called once, under the store's lock, by the first member that needs the files; what it
+// calls sees the store as open.
 void WorkspaceStore::open() {
+    opened = true;
     std::error_code ignored;
-    std::filesystem::create_directories(folder / "history", ignored);
     const bool fileExists = std::filesystem::exists(workspaceFileURL(), ignored);
     try {
         std::string bytes = atomicFile::read(workspaceFileURL());
@@ -111,29 +125,26 @@ void WorkspaceStore::open() {
         const bool migrated = sampleWorkspace::migrateLegacyStarterIfNeeded(live);
         if (sampleWorkspace::resetStarterIfOutdated(live) || migrated) scheduleSave();
     }
-    // Thinning the archive loads the calendar and time zone data: the first reply need not
-    // wait for it.
-    background.post([this] {
-        Lock lock(mutex);
-        archive.prune(clock());
-    });
+    // Thinning loads the calendar and time zone data, which the caller need not wait for.
+    // Snapshots are only ever added as the newest, which thinning keeps, so it needs no lock.
+    background.post([this, now = clock()] { archive.prune(now); });
 }
 
 // Reading
 
 Workspace WorkspaceStore::workspace() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return live;
 }
 
 std::optional<APIEnvironment> WorkspaceStore::activeEnvironment() const {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto* environment = live.activeEnvironment();
     return environment ? std::optional(*environment) : std::nullopt;
 }
 
 std::optional<APIRequest> WorkspaceStore::request(const Uuid& id) const {
-    Lock lock(mutex);
+    const auto lock = access();
     for (const auto& collection : live.collections) {
         if (auto found = itemTree::firstRequest(collection.items, id)) return found;
     }
@@ -141,7 +152,7 @@ std::optional<APIRequest> WorkspaceStore::request(const Uuid& id) const {
 }
 
 std::optional<APICollection> WorkspaceStore::collection(const Uuid& id) const {
-    Lock lock(mutex);
+    const auto lock = access();
     for (const auto& collection : live.collections) {
         if (collection.id == id) return collection;
     }
@@ -149,7 +160,7 @@ std::optional<APICollection> WorkspaceStore::collection(const Uuid& id) const {
 }
 
 std::optional<APICollection> WorkspaceStore::collectionContaining(const Uuid& requestID) const {
-    Lock lock(mutex);
+    const auto lock = access();
     for (const auto& collection : live.collections) {
         if (itemTree::containsRequest(collection.items, requestID)) return collection;
     }
@@ -157,7 +168,7 @@ std::optional<APICollection> WorkspaceStore::collectionContaining(const Uuid& re
 }
 
 std::optional<std::pair<Folder, Uuid>> WorkspaceStore::folderWithCollection(const Uuid& id) const {
-    Lock lock(mutex);
+    const auto lock = access();
     for (const auto& collection : live.collections) {
         if (auto found = itemTree::firstFolder(collection.items, id)) return std::pair(std::move(*found), collection.id);
     }
@@ -170,7 +181,7 @@ VariableResolver WorkspaceStore::resolver(const APIRequest& request, const std::
 
 VariableResolver WorkspaceStore::resolver(const std::optional<APICollection>& collection,
                                           const std::optional<APIEnvironment>& environment) {
-    Lock lock(mutex);
+    const auto lock = access();
     VariableResolver result;
     result.now = clock;
     if (environment) {
@@ -193,47 +204,47 @@ VariableResolver WorkspaceStore::resolver(const std::optional<APICollection>& co
 }
 
 std::vector<StoredResponse> WorkspaceStore::responses(const Uuid& requestID) {
-    Lock lock(mutex);
+    const auto lock = access();
     return history.responses(requestID);
 }
 
 std::optional<StoredResponse> WorkspaceStore::cachedLatestResponse(const Uuid& requestID) const {
-    Lock lock(mutex);
+    const auto lock = access();
     return history.cachedLatest(requestID);
 }
 
 std::optional<std::string> WorkspaceStore::lastError() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return error;
 }
 
 std::vector<WorkspaceVersion> WorkspaceStore::versions() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return archive.list();
 }
 
 int WorkspaceStore::versionsRevision() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return revision;
 }
 
 bool WorkspaceStore::canUndo() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return undoHistory.canUndo();
 }
 
 bool WorkspaceStore::canRedo() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return undoHistory.canRedo();
 }
 
 std::optional<std::string> WorkspaceStore::undoLabel() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return undoHistory.undoLabel();
 }
 
 std::optional<std::string> WorkspaceStore::redoLabel() const {
-    Lock lock(mutex);
+    const auto lock = access();
     return undoHistory.redoLabel();
 }
 
@@ -249,7 +260,7 @@ void WorkspaceStore::checkpoint(const std::string& label, const std::optional<st
 
 void WorkspaceStore::edit(const std::string& label, const std::optional<std::string>& coalescingKey,
                           const std::function<void(Workspace&)>& change) {
-    Lock lock(mutex);
+    const auto lock = access();
     checkpoint(label, coalescingKey);
     change(live);
     scheduleSave();
@@ -260,7 +271,7 @@ void WorkspaceStore::addCollection(APICollection collection) {
 }
 
 void WorkspaceStore::update(const APICollection& collection) {
-    Lock lock(mutex);
+    const auto lock = access();
     if (!findCollection(live, collection.id)) return;
     edit("Edit " + inCurlyQuotes(collection.name), "collection-" + collection.id.text(),
          [&](Workspace& w) { *findCollection(w, collection.id) = collection; });
@@ -271,7 +282,7 @@ void WorkspaceStore::addEnvironment(APIEnvironment environment) {
 }
 
 void WorkspaceStore::update(const APIEnvironment& environment) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto matches = [&](const APIEnvironment& e) { return e.id == environment.id; };
     if (std::none_of(live.environments.begin(), live.environments.end(), matches)) return;
     edit("Edit " + inCurlyQuotes(environment.name), "environment-" + environment.id.text(), [&](Workspace& w) {
@@ -280,7 +291,7 @@ void WorkspaceStore::update(const APIEnvironment& environment) {
 }
 
 void WorkspaceStore::deleteEnvironment(const Uuid& id) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto matches = [&](const APIEnvironment& e) { return e.id == id; };
     const auto found = std::find_if(live.environments.begin(), live.environments.end(), matches);
     if (found == live.environments.end()) return;
@@ -294,7 +305,7 @@ void WorkspaceStore::setActiveEnvironment(const std::optional<Uuid>& id) {
 }
 
 void WorkspaceStore::addRequest(APIRequest request, const Uuid& collectionID, const std::optional<Uuid>& folderID) {
-    Lock lock(mutex);
+    const auto lock = access();
     if (!findCollection(live, collectionID)) return;
     edit("New Request", std::nullopt, [&](Workspace& w) {
         itemTree::insertIntoFolder(findCollection(w, collectionID)->items, std::move(request), folderID);
@@ -302,7 +313,7 @@ void WorkspaceStore::addRequest(APIRequest request, const Uuid& collectionID, co
 }
 
 void WorkspaceStore::addFolder(Folder newFolder, const Uuid& collectionID, const std::optional<Uuid>& folderID) {
-    Lock lock(mutex);
+    const auto lock = access();
     if (!findCollection(live, collectionID)) return;
     edit("New Folder", std::nullopt, [&](Workspace& w) {
         itemTree::insertIntoFolder(findCollection(w, collectionID)->items, std::move(newFolder), folderID);
@@ -310,7 +321,7 @@ void WorkspaceStore::addFolder(Folder newFolder, const Uuid& collectionID, const
 }
 
 void WorkspaceStore::update(const APIRequest& request) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto old = this->request(request.id);
     if (!old) return;
     const bool renamed = old->name != request.name;
@@ -323,7 +334,7 @@ void WorkspaceStore::update(const APIRequest& request) {
 }
 
 void WorkspaceStore::deleteItem(const Uuid& id) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto item = findItem(live, id);
     if (!item) return;
     const std::string name = item->first.name();
@@ -334,7 +345,7 @@ void WorkspaceStore::deleteItem(const Uuid& id) {
 }
 
 void WorkspaceStore::renameFolder(const Uuid& id, const std::string& name) {
-    Lock lock(mutex);
+    const auto lock = access();
     if (!findItem(live, id)) return;
     edit("Rename " + inCurlyQuotes(name), std::nullopt, [&](Workspace& w) {
         for (auto& collection : w.collections) itemTree::renameFolder(collection.items, id, name);
@@ -342,7 +353,7 @@ void WorkspaceStore::renameFolder(const Uuid& id, const std::string& name) {
 }
 
 std::optional<APIRequest> WorkspaceStore::duplicateRequest(const Uuid& id) {
-    Lock lock(mutex);
+    const auto lock = access();
     auto copy = request(id);
     if (!copy) return std::nullopt;
     const std::string label = "Duplicate " + inCurlyQuotes(copy->name);
@@ -357,7 +368,7 @@ std::optional<APIRequest> WorkspaceStore::duplicateRequest(const Uuid& id) {
 }
 
 void WorkspaceStore::move(const Uuid& itemID, const Uuid& collectionID, const std::optional<Uuid>& folderID) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto item = findItem(live, itemID);
     if (!item || !findCollection(live, collectionID)) return;
     // A folder cannot go into itself or anything inside it.
@@ -371,7 +382,7 @@ void WorkspaceStore::move(const Uuid& itemID, const Uuid& collectionID, const st
 }
 
 void WorkspaceStore::group(const std::string& label, const std::function<void()>& body) {
-    Lock lock(mutex);
+    const auto lock = access();
     Workspace before = live;
     const bool outermost = !grouping;
     grouping = true;
@@ -397,19 +408,19 @@ void WorkspaceStore::replaceLive(Workspace workspace) {
 }
 
 void WorkspaceStore::undo() {
-    Lock lock(mutex);
+    const auto lock = access();
     if (auto previous = undoHistory.undo(live)) replaceLive(std::move(*previous));
 }
 
 void WorkspaceStore::redo() {
-    Lock lock(mutex);
+    const auto lock = access();
     if (auto next = undoHistory.redo(live)) replaceLive(std::move(*next));
 }
 
 // Versions
 
 void WorkspaceStore::snapshotVersion(const std::string& reason) {
-    Lock lock(mutex);
+    const auto lock = access();
     const Date now = clock();
     if (archive.save(encodeWorkspace(live), reason, now)) {
         lastVersionAt = now;
@@ -419,7 +430,7 @@ void WorkspaceStore::snapshotVersion(const std::string& reason) {
 }
 
 void WorkspaceStore::snapshotVersionIfEdited(const Uuid& requestID) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto current = request(requestID);
     if (!current) return;
     std::optional<APIRequest> before;
@@ -432,7 +443,7 @@ void WorkspaceStore::snapshotVersionIfEdited(const Uuid& requestID) {
 }
 
 void WorkspaceStore::restore(const WorkspaceVersion& version) {
-    Lock lock(mutex);
+    const auto lock = access();
     Workspace restored = archive.load(version);
     snapshotVersion("Before restoring a version");
     checkpoint("Restore Version");
@@ -441,7 +452,7 @@ void WorkspaceStore::restore(const WorkspaceVersion& version) {
 }
 
 void WorkspaceStore::restore(const APIRequest& request) {
-    Lock lock(mutex);
+    const auto lock = access();
     if (!this->request(request.id)) return;
     snapshotVersion("Before restoring " + inCurlyQuotes(request.name));
     checkpoint("Restore " + inCurlyQuotes(request.name));
@@ -452,7 +463,7 @@ void WorkspaceStore::restore(const APIRequest& request) {
 }
 
 void WorkspaceStore::restore(const WorkspaceChange& change, const Workspace& from) {
-    Lock lock(mutex);
+    const auto lock = access();
     snapshotVersion("Before restoring " + inCurlyQuotes(change.name));
     checkpoint("Restore " + inCurlyQuotes(change.name));
     const Uuid& id = change.entityID;
@@ -505,13 +516,13 @@ void WorkspaceStore::restore(const WorkspaceChange& change, const Workspace& fro
 // Persistence
 
 void WorkspaceStore::scheduleSave() {
-    Lock lock(mutex);
+    const auto lock = access();
     if (pendingSave) background.cancel(*pendingSave);
     pendingSave = background.post([this] { saveNow(); }, saveDelay);
 }
 
 void WorkspaceStore::saveNow() {
-    Lock lock(mutex);
+    const auto lock = access();
     if (pendingSave) background.cancel(*pendingSave);
     pendingSave.reset();
     try {
@@ -532,6 +543,7 @@ void WorkspaceStore::noteFileState(std::string bytes) {
 
 void WorkspaceStore::reloadIfChanged() {
     Lock lock(mutex);
+    if (!opened) return;  // loading will read the files as they are then
     const auto stamp = FileStamp::of(workspaceFileURL());
     if (stamp != watchedStamp || watchedStampRacy) {
         watchedStamp = stamp;
@@ -563,14 +575,14 @@ void WorkspaceStore::watchTick() {
 }
 
 void WorkspaceStore::startWatching() {
-    Lock lock(mutex);
+    const auto lock = access();
     if (watching) return;
     watching = true;
     background.post([this] { watchTick(); }, watchInterval);
 }
 
 void WorkspaceStore::record(const StoredResponse& response) {
-    Lock lock(mutex);
+    const auto lock = access();
     std::string bytes = history.record(response);
     background.post([this, id = response.requestID, bytes = std::move(bytes)] {
         Lock inner(mutex);
@@ -579,22 +591,22 @@ void WorkspaceStore::record(const StoredResponse& response) {
 }
 
 void WorkspaceStore::recordAndFlush(const StoredResponse& response) {
-    Lock lock(mutex);
+    const auto lock = access();
     history.write(response.requestID, history.record(response));
 }
 
 void WorkspaceStore::clearHistory(const Uuid& requestID) {
-    Lock lock(mutex);
+    const auto lock = access();
     history.clear(requestID);
 }
 
 void WorkspaceStore::preloadHistory() {
-    Lock lock(mutex);
+    const auto lock = access();
     history.reloadAll(allRequestIDs());
 }
 
 void WorkspaceStore::pruneOrphanedHistory(std::chrono::seconds age) {
-    Lock lock(mutex);
+    const auto lock = access();
     const auto ids = allRequestIDs();
     history.pruneOrphaned(std::unordered_set<Uuid>(ids.begin(), ids.end()), age, clock());
 }

@@ -32,6 +32,10 @@ namespace tessaline {
 // once with saveNow(). Readers get copies. All members may be called from any thread: one
 // mutex guards the state, and the background thread that runs timed saves, watching and
 // history writes takes it too.
+//
+// The folder's files are loaded when a member first needs them, not when the store is
+// created: a host's handshake, which needs no workspace, is answered without waiting for
+// the disk.
 class WorkspaceStore {
 public:
     static constexpr std::size_t historyLimit = ResponseHistory::historyLimit;
@@ -44,10 +48,12 @@ public:
     // $XDG_DATA_HOME (or ~/.local/share) elsewhere.
     static std::filesystem::path defaultFolder();
 
-    // Opens (and creates) the folder. A workspace file that exists but does not decode is
-    // left alone and an empty workspace is used; a folder without one gets the sample.
+    // Creates the folder; its files are loaded on first use. A workspace file that exists but
+    // does not decode is left alone and an empty workspace is used; a folder without one gets
+    // the sample.
     explicit WorkspaceStore(std::filesystem::path folderURL, Clock now = systemClock());
-    // Writes a save that is still waiting for its delay.
+    // Writes a save that is still waiting for its delay, and the sample into a new folder
+    // that was never used.
     ~WorkspaceStore();
     WorkspaceStore(const WorkspaceStore&) = delete;
     WorkspaceStore& operator=(const WorkspaceStore&) = delete;
@@ -61,7 +67,7 @@ public:
     // rather not copy it; the reference must not outlive the call.
     template <typename Reader>
     auto read(Reader&& reader) const {
-        std::lock_guard lock(mutex);
+        const auto lock = access();
         return reader(static_cast<const Workspace&>(live));
     }
     std::optional<APIEnvironment> activeEnvironment() const;
@@ -141,6 +147,8 @@ private:
     // written again within the same file-system clock tick, unnoticed by its stamp.
     static constexpr std::chrono::milliseconds racyWindow{50};
 
+    // The store's lock, with the folder's files loaded.
+    std::unique_lock<std::recursive_mutex> access() const;
     void open();
     void checkpoint(const std::string& label, const std::optional<std::string>& coalescingKey = std::nullopt);
     // checkpoint, change the live workspace, schedule a save.
@@ -154,6 +162,7 @@ private:
     std::filesystem::path folder;
     Clock clock;
     mutable std::recursive_mutex mutex;
+    bool opened = false;
     Workspace live;
     ResponseHistory history;
     UndoHistory undoHistory;

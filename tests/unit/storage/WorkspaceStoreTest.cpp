@@ -3,6 +3,7 @@
 #include "TemporaryFolder.hpp"
 #include "model/ItemTree.hpp"
 #include "model/WorkspaceCoding.hpp"
+#include "storage/SampleWorkspace.hpp"
 #include "support/AtomicFile.hpp"
 
 #include <gtest/gtest.h>
@@ -63,6 +64,14 @@ TEST_F(WorkspaceStoreTest, ANewFolderGetsTheSampleSavedAfterTheDelay) {
     EXPECT_FALSE(std::filesystem::exists(folder / "workspace.json"));
     std::this_thread::sleep_for(WorkspaceStore::saveDelay + 300ms);
     EXPECT_EQ(workspace, decodeWorkspace(readFile("workspace.json")));
+}
+
+TEST_F(WorkspaceStoreTest, ANewFolderClosedUnusedStillGetsTheSample) {
+    std::filesystem::remove(folder / "workspace.json");
+    open().reset();
+    const Workspace saved = decodeWorkspace(readFile("workspace.json"));
+    ASSERT_EQ(1u, saved.collections.size());
+    EXPECT_EQ(sampleWorkspace::starterNames().size(), itemTree::allRequests(saved.collections.front().items).size());
 }
 
 TEST_F(WorkspaceStoreTest, AnEmptyOrDamagedFileIsNeverReplacedByTheSample) {
@@ -175,15 +184,31 @@ TEST_F(WorkspaceStoreTest, AutosaveSnapshotsAreTenMinutesApart) {
     EXPECT_EQ((std::vector<std::string>{"Autosave", "Autosave"}), reasons(*store));
 }
 
-TEST_F(WorkspaceStoreTest, OpeningThinsTheArchiveInTheBackground) {
+TEST_F(WorkspaceStoreTest, LoadingThinsTheArchiveInTheBackground) {
     const VersionArchive archive(folder / "versions");
     const Date tenDaysAgo = std::chrono::floor<std::chrono::days>(now) - std::chrono::days(10) + 12h;
     archive.save("1", "first", tenDaysAgo);
     archive.save("2", "second", tenDaysAgo + 1s);
-    open().reset();  // a store runs its due background work before it closes
+    auto store = open();
+    store->workspace();
+    store.reset();  // a store runs its due background work before it closes
     const auto kept = archive.list();
     ASSERT_EQ(1u, kept.size());
     EXPECT_EQ("second", kept.front().reason);
+}
+
+// The files are read when first needed, so a write made between opening and the first use
+// is simply what the store starts from.
+TEST_F(WorkspaceStoreTest, ReadsTheFolderWhenFirstUsed) {
+    auto store = open();
+    Workspace external;
+    external.collections.push_back(collectionNamed("External"));
+    writeFile("workspace.json", encodeWorkspace(external));
+    store->reloadIfChanged();
+    const auto collections = store->workspace().collections;
+    ASSERT_EQ(1u, collections.size());
+    EXPECT_EQ("External", collections.front().name);
+    EXPECT_FALSE(store->canUndo());
 }
 
 TEST_F(WorkspaceStoreTest, DuplicateStandsRightAfterTheOriginal) {
