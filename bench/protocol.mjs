@@ -20,11 +20,17 @@ function firstReply(command, args) {
   });
 }
 
-async function medianStartup(command, args, runs = 20) {
-  const times = [];
-  for (let i = 0; i < runs; i++) times.push(await firstReply(command, args));
-  times.sort((a, b) => a - b);
-  return times[Math.floor(runs / 2)];
+const median = (times) => [...times].sort((a, b) => a - b)[Math.floor(times.length / 2)];
+
+// Medians of both programs' start-up, spawned in turns after one unmeasured spawn each, so
+// that a passing load on the machine weighs on both alike.
+async function medianStartups(programs, runs = 20) {
+  const times = programs.map(() => []);
+  for (const [command, args] of programs) await firstReply(command, args);
+  for (let i = 0; i < runs; i++) {
+    for (const [index, [command, args]] of programs.entries()) times[index].push(await firstReply(command, args));
+  }
+  return times.map(median);
 }
 
 // Lines answered per second when the host writes pings as fast as the pipe takes them.
@@ -47,8 +53,7 @@ function pingRate(count) {
   });
 }
 
-const ours = await medianStartup(binary, ['--workspace', workspace]);
-const base = await medianStartup(floor, []);
+const [ours, base] = await medianStartups([[binary, ['--workspace', workspace]], [floor, []]]);
 console.log(`initialize reply, median of 20 spawns: tessaline-mcp ${ours.toFixed(2)} ms, ` +
   `minimal C program ${base.toFixed(2)} ms (ratio ${(ours / base).toFixed(2)})`);
 const rate = await pingRate(200000);
