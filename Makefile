@@ -4,12 +4,16 @@ PREFIX ?= /usr/local
 WERROR := $(if $(CI),ON,OFF)
 export TESSALINE_WERROR := $(WERROR)
 
-.PHONY: all deps release run dev test install bench fuzz clean
+.PHONY: all deps test-deps release run dev test install bench fuzz clean
 
 all: release
 
+# What building and running need; the tests, fuzzers and benchmarks add their own tools.
 deps:
 	@scripts/install-deps.sh >&2
+
+test-deps:
+	@scripts/install-deps.sh --test >&2
 
 # Build output goes to stderr so that `make run` keeps stdout for the protocol.
 release: deps
@@ -18,20 +22,20 @@ release: deps
 run: release
 	@./build/release/tessaline-mcp
 
-dev: deps
+dev: test-deps
 	cmake --preset dev && cmake --build --preset dev
 
-test: deps
+test: test-deps
 	scripts/test.sh
 
 install: release
 	cmake --install build/release --prefix $(PREFIX)
 
-bench: deps
+bench: test-deps
 	cmake --preset bench && cmake --build --preset bench
 	scripts/bench.sh
 
-fuzz: deps
+fuzz: test-deps
 	FUZZ_SECONDS=$${FUZZ_SECONDS:-300} scripts/fuzz.sh
 
 clean:

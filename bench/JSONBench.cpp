@@ -107,7 +107,7 @@ void registerAll(const std::string& name, const std::string& bytes) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string corpus = TESSALINE_SHARED_DATA "/json-bench/";
+    const std::string corpus = TESSALINE_TEST_DATA "/json-bench/";
     for (const char* name : {"canada", "citm_catalog", "twitter"}) registerAll(name, readFile(corpus + name + ".json"));
     registerAll("workspace", workspaceDocument());
     benchmark::Initialize(&argc, argv);

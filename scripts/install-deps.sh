@@ -1,19 +1,26 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and testing need, and nothing when all are
+# Installs the Debian packages that building and running the server need, and with --test
+# also what only the tests, fuzzers and benchmarks use. Installs nothing when all are
 # present. Runs apt-get directly as root and through sudo otherwise; never asks questions.
 set -euo pipefail
 
 packages=(
-  g++ clang libclang-rt-14-dev cmake ninja-build pkg-config make
+  g++ cmake ninja-build pkg-config make
   nlohmann-json3-dev libcurl4-openssl-dev libssl-dev libicu-dev libasio-dev
-  libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
-  zlib1g-dev libbrotli-dev libzstd-dev curl
-  python3-requests httpie golang-go
 )
-# Node and npm drive the end-to-end tests; a machine that already has them (from any
-# source) keeps its own.
-command -v node >/dev/null 2>&1 || packages+=(nodejs)
-command -v npm >/dev/null 2>&1 || packages+=(npm)
+if [ "${1:-}" = "--test" ]; then
+  packages+=(
+    # unit tests, benchmarks, and the Clang build with sanitizers and libFuzzer
+    clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
+    libcpp-httplib-dev zlib1g-dev libbrotli-dev libzstd-dev
+    # what the end-to-end tests compare with or run: curl, and the code snippets' runtimes
+    curl python3-requests httpie golang-go
+  )
+  # Node and npm drive the end-to-end tests; a machine that already has them (from any
+  # source) keeps its own.
+  command -v node >/dev/null 2>&1 || packages+=(nodejs)
+  command -v npm >/dev/null 2>&1 || packages+=(npm)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -13,7 +13,7 @@ import Ajv from 'ajv';
 import newman from 'newman';
 import { connect, callTool, temporaryFolder } from './harness.mjs';
 
-const schemaFile = new URL('../../../shared/data/postman-v2.1/collection.schema.json', import.meta.url);
+const schemaFile = new URL('../data/postman-v2.1/collection.schema.json', import.meta.url);
 
 // Records every request; answers 200 "ok".
 async function echoServer(t) {

@@ -10,7 +10,7 @@ namespace tessaline {
 namespace {
 
 APICollection importExample(const std::string& file) {
-    return OpenAPIImport::importDocument(atomicFile::read(std::string(TESSALINE_SHARED_DATA) + "/openapi/" + file));
+    return OpenAPIImport::importDocument(atomicFile::read(std::string(TESSALINE_TEST_DATA) + "/openapi/" + file));
 }
 
 struct DocumentCase {

@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-const std::string examples = std::string(TESSALINE_SHARED_DATA) + "/postman-v2.1/examples/";
+const std::string examples = std::string(TESSALINE_TEST_DATA) + "/postman-v2.1/examples/";
 
 APICollection importExample(const std::string& file) { return PostmanFormat::importCollection(atomicFile::read(examples + file)); }
 

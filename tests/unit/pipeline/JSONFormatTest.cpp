@@ -89,7 +89,7 @@ TEST(JSONFormatTest, IsValidFollowsTheStrictGrammar) {
 // document keeps it valid and only changes its layout.
 TEST(JSONFormatTest, ConformanceSuite) {
     size_t checked = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_SHARED_DATA "/json-test-suite/test_parsing")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_TEST_DATA "/json-test-suite/test_parsing")) {
         const std::string name = entry.path().filename().string();
         const std::string json = readFile(entry.path());
         if (name.rfind("n_", 0) == 0) {

@@ -174,7 +174,7 @@ TEST(JSONParserTest, DeepNestingParsesSerializesAndComparesWithoutRecursion) {
 // is strict JSON that reads back as the same tree.
 TEST(JSONParserTest, AcceptsTheConformanceSuiteAndRendersStrictJSON) {
     size_t accepted = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_SHARED_DATA "/json-test-suite/test_parsing")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_TEST_DATA "/json-test-suite/test_parsing")) {
         if (entry.path().filename().string().rfind("y_", 0) != 0) continue;
         const std::string json = readFile(entry.path());
         try {

@@ -39,7 +39,7 @@ bool nlohmannStopsAtNUL(std::string_view bytes, long offset) {
 
 TEST(JSONDocumentTest, AcceptsWhatNlohmannAcceptsOverTheParsingSuite) {
     std::size_t accepted = 0, rejected = 0, nlohmannTruncated = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_SHARED_DATA "/json-test-suite/test_parsing")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_TEST_DATA "/json-test-suite/test_parsing")) {
         const std::string name = entry.path().filename().string();
         const std::string bytes = atomicFile::read(entry.path());
         const auto offset = errorOffset(bytes);
