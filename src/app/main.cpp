@@ -3,6 +3,7 @@
 #include "mcp/ToolCatalog.hpp"
 #include "storage/WorkspaceStore.hpp"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -11,9 +12,11 @@
 
 namespace {
 
-void writeLine(std::string_view text) {
+// Returns false once standard output is gone (the host closed its end).
+bool writeLine(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fputc('\n', stdout);
+    return std::fflush(stdout) == 0 && !std::ferror(stdout);
 }
 
 std::string_view trimBlanksAndTabs(std::string_view line) {
@@ -22,8 +25,9 @@ std::string_view trimBlanksAndTabs(std::string_view line) {
     return line.substr(first, line.find_last_not_of(" \t") - first + 1);
 }
 
-// Reads lines until the end of input and answers each before reading the next. What the
-// desktop client wrote meanwhile is taken in before every line, empty ones included.
+// Reads lines until the end of input, or until no reply can be written, and answers each
+// before reading the next. What the desktop client wrote meanwhile is taken in before every
+// line, empty ones included.
 void serve(tessaline::WorkspaceStore& store, tessaline::MCPServer& server) {
     char* buffer = nullptr;
     size_t capacity = 0;
@@ -34,7 +38,7 @@ void serve(tessaline::WorkspaceStore& store, tessaline::MCPServer& server) {
         store.reloadIfChanged();
         line = trimBlanksAndTabs(line);
         if (line.empty()) continue;
-        if (const auto reply = server.handle(line)) writeLine(*reply);
+        if (const auto reply = server.handle(line); reply && !writeLine(*reply)) break;
     }
     std::free(buffer);
 }
@@ -42,6 +46,8 @@ void serve(tessaline::WorkspaceStore& store, tessaline::MCPServer& server) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A host that closes its end of the pipe ends the session; the failed write says so.
+    std::signal(SIGPIPE, SIG_IGN);
     std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
     const auto commandLine = tessaline::CommandLine::parse(std::vector<std::string>(argv, argv + argc));
     if (commandLine.version) {

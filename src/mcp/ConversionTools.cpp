@@ -5,6 +5,7 @@
 #include "interchange/CurlParser.hpp"
 #include "interchange/PostmanFormat.hpp"
 #include "mcp/MCPError.hpp"
+#include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
 #include "oauth/CachedTokenLookup.hpp"
 
@@ -38,15 +39,10 @@ std::string ConversionTools::importCurl(const json& arguments) {
     if (!command) throw MCPError::invalid("curl is required");
     auto request = CurlParser::parse(*command);
     if (const auto name = args::text(arguments, "name")) request.name = *name;
-    std::string collectionName;
-    store.group("Import curl", [&] {
-        const auto collection = importTarget(arguments);
-        store.addRequest(request, collection.id, std::nullopt);
-        collectionName = collection.name;
-    });
-    store.saveNow();
-    return "Imported request " + request.name + " (" + std::string(rawValue(request.method)) + " " + request.url + ") into " +
-           collectionName + ". id: " + request.id.text();
+    const auto collection = importTarget(arguments);
+    store.addRequest(request, collection.id, std::nullopt);
+    return savedAnswer(store.saveNow(), "Imported request " + request.name + " (" + std::string(rawValue(request.method)) + " " +
+                                            request.url + ") into " + collection.name + ". id: " + request.id.text());
 }
 
 std::string ConversionTools::generateCode(const json& arguments) {

@@ -3,6 +3,7 @@
 #include "http/RequestBuilder.hpp"
 #include "mcp/Blocking.hpp"
 #include "mcp/MCPError.hpp"
+#include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
 #include "mcp/WorkspaceTools.hpp"
 #include "oauth/OAuth2ResolvedConfig.hpp"
@@ -80,11 +81,12 @@ std::string OAuthTools::oauthToken(const json& arguments) {
         const auto mode = action == "new" ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh;
         if (mode == OAuth2Service::Mode::renew) cache.remove(key);
         const OAuth2Token token = blocking([&] { return store.oauth().token(settings, target.resolver, mode); });
-        return args::pretty(report(target.name, config, token, reveal, target.resolver.now()));
+        return savedAnswer({.failure = cache.saveFailure()},
+                           args::pretty(report(target.name, config, token, reveal, target.resolver.now())));
     }
     if (action == "clear") {
         cache.remove(key);
-        return "Cleared the cached OAuth 2 token for " + target.name;
+        return savedAnswer({.failure = cache.saveFailure()}, "Cleared the cached OAuth 2 token for " + target.name);
     }
     throw MCPError::invalid("action must be status, refresh, new or clear");
 }

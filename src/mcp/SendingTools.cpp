@@ -5,6 +5,7 @@
 #include "mcp/MCPError.hpp"
 #include "mcp/MCPServer.hpp"
 #include "mcp/RequestFields.hpp"
+#include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
 #include "oauth/CachedTokenLookup.hpp"
 #include "pipeline/HTTPStatus.hpp"
@@ -90,8 +91,7 @@ std::string SendingTools::sendRequest(const json& arguments) {
     const ResolvedRequest resolved =
         RequestBuilder::resolve(request, collection, resolver, cachedTokenLookup(store.oauthTokens()));
     const StoredResponse response = sendBlocking(resolved, request);
-    store.recordAndFlush(response);
-    return args::pretty(describe(response, bodyLimit(arguments)));
+    return savedAnswer(store.recordAndFlush(response), args::pretty(describe(response, bodyLimit(arguments))));
 }
 
 std::string SendingTools::sendAdhoc(const json& arguments) {

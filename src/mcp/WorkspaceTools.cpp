@@ -2,6 +2,7 @@
 
 #include "mcp/MCPError.hpp"
 #include "mcp/RequestFields.hpp"
+#include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
 #include "model/ItemTree.hpp"
 
@@ -159,24 +160,20 @@ std::string WorkspaceTools::createRequest(const json& arguments) {
     }
     request.notes = args::text(arguments, "notes").value_or("");
 
+    const APICollection collection = lookup.findOrCreateCollection(collectionName);
     std::optional<Uuid> folderID;
-    std::string folderName;
-    store.group("New Request", [&] {
-        const APICollection collection = lookup.findOrCreateCollection(collectionName);
-        if (const auto folder = args::text(arguments, "folder")) {
-            folderID = ToolLookup::folderIDNamed(*folder, collection.items);
-            if (!folderID) {
-                Folder created{Uuid::random(), *folder, {}};
-                folderID = created.id;
-                store.addFolder(created, collection.id, std::nullopt);
-            }
-            folderName = " / " + *folder;
+    std::string place = collection.name;
+    if (const auto folder = args::text(arguments, "folder")) {
+        folderID = ToolLookup::folderIDNamed(*folder, collection.items);
+        if (!folderID) {
+            Folder created{Uuid::random(), *folder, {}};
+            folderID = created.id;
+            store.addFolder(created, collection.id, std::nullopt);
         }
-        store.addRequest(request, collection.id, folderID);
-        folderName = collection.name + folderName;
-    });
-    store.saveNow();
-    return "Created request " + request.name + " in " + folderName + ". id: " + request.id.text();
+        place += " / " + *folder;
+    }
+    store.addRequest(request, collection.id, folderID);
+    return savedAnswer(store.saveNow(), "Created request " + request.name + " in " + place + ". id: " + request.id.text());
 }
 
 std::string WorkspaceTools::updateRequest(const json& arguments) {
@@ -196,15 +193,13 @@ std::string WorkspaceTools::updateRequest(const json& arguments) {
         requestFields::setBodyText(request.body, *body);
     }
     store.update(request);
-    store.saveNow();
-    return "Updated request " + request.name + " (" + request.id.text() + ")";
+    return savedAnswer(store.saveNow(), "Updated request " + request.name + " (" + request.id.text() + ")");
 }
 
 std::string WorkspaceTools::deleteRequest(const json& arguments) {
     const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
     store.deleteItem(request.id);
-    store.saveNow();
-    return "Deleted " + request.name + " (" + request.id.text() + ")";
+    return savedAnswer(store.saveNow(), "Deleted " + request.name + " (" + request.id.text() + ")");
 }
 
 std::string WorkspaceTools::listEnvironments(const json& arguments) {
@@ -229,13 +224,11 @@ std::string WorkspaceTools::setActiveEnvironment(const json& arguments) {
     if (!name) throw MCPError::invalid("environment is required (a name, or empty for none)");
     if (name->empty()) {
         store.setActiveEnvironment(std::nullopt);
-        store.saveNow();
-        return "Active environment cleared.";
+        return savedAnswer(store.saveNow(), "Active environment cleared.");
     }
     const APIEnvironment environment = lookup.findEnvironment(*name);
     store.setActiveEnvironment(environment.id);
-    store.saveNow();
-    return "Active environment: " + environment.name;
+    return savedAnswer(store.saveNow(), "Active environment: " + environment.name);
 }
 
 std::string WorkspaceTools::setVariable(const json& arguments) {
@@ -246,8 +239,7 @@ std::string WorkspaceTools::setVariable(const json& arguments) {
         APICollection collection = lookup.findCollection(*collectionName);
         ToolLookup::upsert(collection.variables, *key, *value);
         store.update(collection);
-        store.saveNow();
-        return "Set " + *key + " on collection " + collection.name;
+        return savedAnswer(store.saveNow(), "Set " + *key + " on collection " + collection.name);
     }
     APIEnvironment environment;
     if (const auto name = args::text(arguments, "environment")) {
@@ -256,15 +248,12 @@ std::string WorkspaceTools::setVariable(const json& arguments) {
         environment = std::move(*active);
     } else {
         environment.name = "Default";
-        store.group("New Environment", [&] {
-            store.addEnvironment(environment);
-            store.setActiveEnvironment(environment.id);
-        });
+        store.addEnvironment(environment);
+        store.setActiveEnvironment(environment.id);
     }
     ToolLookup::upsert(environment.variables, *key, *value);
     store.update(environment);
-    store.saveNow();
-    return "Set " + *key + " in environment " + environment.name;
+    return savedAnswer(store.saveNow(), "Set " + *key + " in environment " + environment.name);
 }
 
 std::string WorkspaceTools::updateCollection(const json& arguments) {
@@ -273,8 +262,7 @@ std::string WorkspaceTools::updateCollection(const json& arguments) {
     if (const auto baseURL = args::text(arguments, "baseUrl")) collection.baseURL = *baseURL;
     if (const auto notes = args::text(arguments, "notes")) collection.notes = *notes;
     store.update(collection);
-    store.saveNow();
-    return "Updated collection " + collection.name + " (" + collection.id.text() + ")";
+    return savedAnswer(store.saveNow(), "Updated collection " + collection.name + " (" + collection.id.text() + ")");
 }
 
 }  // namespace tessaline

@@ -11,7 +11,7 @@ namespace tessaline {
 
 // The tools that list, read and edit the workspace. Each takes the call's arguments and
 // returns the result text; each edit is saved before the handler returns, so that the
-// desktop client sees it at once.
+// desktop client sees it at once, and a save that fails makes the call fail (savedAnswer).
 class WorkspaceTools {
 public:
     static constexpr std::string_view secretMask = "\u2022\u2022\u2022\u2022\u2022\u2022";

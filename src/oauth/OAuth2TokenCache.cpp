@@ -2,17 +2,11 @@
 
 #include "support/AtomicFile.hpp"
 
-#include <sys/stat.h>
 
 namespace tessaline {
 namespace {
 
 constexpr mode_t filePermissions = 0600;
-
-// A file modified this shortly before it was read may have been modified again within the
-// same tick of the file system's clock, leaving its stamp unchanged; such a file is read
-// again on the next access and compared byte for byte.
-constexpr auto racyWindow = std::chrono::milliseconds(50);
 
 OAuth2TokenCache::Entry decodeEntry(const JSONReader& reader) {
     return {.token = decodeOAuth2Token(reader.member("token")), .label = reader.member("label").string()};
@@ -49,10 +43,10 @@ OAuth2TokenCache::Entries decodeTokenCacheFile(std::string_view bytes) {
     return entries;
 }
 
-OAuth2TokenCache::OAuth2TokenCache(std::optional<std::filesystem::path> file) : file_(std::move(file)) {
+OAuth2TokenCache::OAuth2TokenCache(std::optional<std::filesystem::path> file) {
+    if (file) file_.emplace(std::move(*file));
     reloadIfChanged();
 }
-
 std::optional<OAuth2Token> OAuth2TokenCache::tokenForKey(const std::string& key) {
     const std::lock_guard guard(lock_);
     reloadIfChangedLocked();
@@ -92,28 +86,19 @@ void OAuth2TokenCache::reloadIfChanged() {
     reloadIfChangedLocked();
 }
 
+std::optional<std::string> OAuth2TokenCache::saveFailure() {
+    const std::lock_guard guard(lock_);
+    return saveFailure_;
+}
+
 void OAuth2TokenCache::reloadIfChangedLocked() {
     if (!file_) return;
-    const auto now = std::chrono::system_clock::now();
-    auto stamp = FileStamp::of(*file_);
-    const bool racy = loadedStamp_ && loadedAt_ - loadedStamp_->modified < racyWindow;
-    if (stamp == loadedStamp_ && !racy) return;
-
-    std::optional<std::string> bytes;
-    if (stamp) {
-        try {
-            bytes = atomicFile::read(*file_);
-        } catch (const std::exception&) {
-        }
-    }
-    loadedStamp_ = std::move(stamp);
-    loadedAt_ = now;
-    if (bytes == loadedBytes_) return;
-    loadedBytes_ = std::move(bytes);
+    const auto content = file_->change();
+    if (!content) return;
     entries_.clear();
-    if (!loadedBytes_) return;
+    if (!content->bytes) return;
     try {
-        entries_ = decodeTokenCacheFile(*loadedBytes_);
+        entries_ = decodeTokenCacheFile(*content->bytes);
     } catch (const std::exception&) {
     }
 }
@@ -121,16 +106,11 @@ void OAuth2TokenCache::reloadIfChangedLocked() {
 void OAuth2TokenCache::saveLocked() {
     if (!file_) return;
     try {
-        std::error_code ignored;
-        std::filesystem::create_directories(file_->parent_path(), ignored);
-        auto bytes = encodeTokenCacheFile(entries_);
-        const auto now = std::chrono::system_clock::now();
-        atomicFile::write(*file_, bytes, filePermissions);
-        ::chmod(file_->c_str(), filePermissions);
-        loadedStamp_ = FileStamp::of(*file_);
-        loadedAt_ = now;
-        loadedBytes_ = std::move(bytes);
-    } catch (const std::exception&) {
+        atomicFile::createFolders(file_->path().parent_path());
+        file_->write(encodeTokenCacheFile(entries_), filePermissions);
+        saveFailure_.reset();
+    } catch (const std::exception& failure) {
+        saveFailure_ = std::string("Couldn't save OAuth 2 tokens: ") + failure.what();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/OAuth2Token.hpp"
-#include "support/FileStamp.hpp"
+#include "support/WatchedFile.hpp"
 
 #include <filesystem>
 #include <map>
@@ -14,12 +14,13 @@ namespace tessaline {
 // The tokens obtained so far, one per cache key (OAuth2ResolvedConfig::cacheKey), kept in a
 // file that the desktop client and the server share without notifying each other: every
 // operation first re-reads the file if it changed on disk, and every change is written out at
-// once (atomically, permissions 0600, for the file holds live credentials). Between
+// once (atomically; a new file gets permissions 0600, for it holds live credentials). Between
 // processes the last writer wins.
 //
 // Nothing here throws: a missing, unreadable or damaged file reads as an empty cache, and a
-// failed write keeps the in-memory entries, which the next successful write saves. Whether a
-// token is still usable is the caller's question. Safe to use from any thread.
+// failed write keeps the in-memory entries, which the next successful write saves; the
+// failure stays readable in saveFailure() until then, for the caller to tell. Whether a token
+// is still usable is the caller's question. Safe to use from any thread.
 class OAuth2TokenCache {
 public:
     struct Entry {
@@ -46,18 +47,18 @@ public:
     Entries allEntries();
     // Takes in a change another program made to the file; every operation above does this first.
     void reloadIfChanged();
+    // "Couldn't save OAuth 2 tokens: " and the reason, while the newest change is only in memory.
+    std::optional<std::string> saveFailure();
 
 private:
     void reloadIfChangedLocked();
     void saveLocked();
 
-    const std::optional<std::filesystem::path> file_;
     std::mutex lock_;
+    // State below is guarded by lock_.
+    std::optional<WatchedFile> file_;
     Entries entries_;
-    // What the file held when it was last read or written, and when that was.
-    std::optional<FileStamp> loadedStamp_;
-    std::optional<std::string> loadedBytes_;
-    Date loadedAt_{};
+    std::optional<std::string> saveFailure_;
 };
 
 // The file's content: {"version": 1, "tokens": {key: {"label": ..., "token": {...}}}}.

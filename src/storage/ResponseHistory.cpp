@@ -6,22 +6,22 @@
 
 namespace tessaline {
 
-std::filesystem::path ResponseHistory::fileFor(const Uuid& requestID) const {
-    return folder / (requestID.text() + ".json");
+WatchedFile& ResponseHistory::fileFor(const Uuid& requestID) {
+    auto found = files.find(requestID);
+    if (found == files.end()) found = files.try_emplace(requestID, folder / (requestID.text() + ".json"), clock).first;
+    return found->second;
 }
 
-void ResponseHistory::load(const Uuid& requestID) {
-    const auto path = fileFor(requestID);
-    stamps[requestID] = FileStamp::of(path);
+void ResponseHistory::take(const Uuid& requestID, const WatchedFile::Content& content) {
     try {
-        lists[requestID] = decodeHistory(atomicFile::read(path));
+        lists[requestID] = content.bytes ? decodeHistory(*content.bytes) : std::vector<StoredResponse>{};
     } catch (const Error&) {
         lists[requestID] = {};
     }
 }
 
 const std::vector<StoredResponse>& ResponseHistory::responses(const Uuid& requestID) {
-    if (!lists.contains(requestID)) load(requestID);
+    if (!lists.contains(requestID)) take(requestID, fileFor(requestID).read());
     return lists[requestID];
 }
 
@@ -31,43 +31,42 @@ std::optional<StoredResponse> ResponseHistory::cachedLatest(const Uuid& requestI
     return found->second.front();
 }
 
-std::string ResponseHistory::record(const StoredResponse& response) {
-    responses(response.requestID);
-    auto& list = lists[response.requestID];
+std::optional<std::string> ResponseHistory::record(const StoredResponse& response) {
+    const Uuid& id = response.requestID;
+    responses(id);
+    WatchedFile& file = fileFor(id);
+    if (const auto outside = file.change()) take(id, *outside);
+    auto& list = lists[id];
     list.insert(list.begin(), response);
     if (list.size() > historyLimit) list.resize(historyLimit);
-    return encodeHistory(list);
-}
-
-void ResponseHistory::write(const Uuid& requestID, std::string_view bytes) {
     try {
-        std::filesystem::create_directories(folder);
-        atomicFile::write(fileFor(requestID), bytes);
-        stamps[requestID] = FileStamp::of(fileFor(requestID));
-    } catch (const std::exception&) {
+        atomicFile::createFolders(folder);
+        file.write(encodeHistory(list));
+        return std::nullopt;
+    } catch (const std::exception& failure) {
+        return std::string("Couldn't save the response history: ") + failure.what();
     }
 }
 
 void ResponseHistory::clear(const Uuid& requestID) {
     lists[requestID] = {};
+    WatchedFile& file = fileFor(requestID);
     std::error_code ignored;
-    std::filesystem::remove(fileFor(requestID), ignored);
-    stamps[requestID] = std::nullopt;
+    std::filesystem::remove(file.path(), ignored);
+    file.read();
 }
 
 void ResponseHistory::reloadAll(const std::vector<Uuid>& requestIDs) {
-    std::vector<Uuid> loaded;
-    for (const auto& [id, list] : lists) loaded.push_back(id);
-    for (const auto& id : loaded) load(id);
+    for (auto& [id, list] : lists) take(id, fileFor(id).read());
     for (const auto& id : requestIDs) {
-        if (!lists.contains(id) && std::filesystem::exists(fileFor(id))) load(id);
+        std::error_code ignored;
+        if (!lists.contains(id) && std::filesystem::exists(folder / (id.text() + ".json"), ignored)) responses(id);
     }
 }
 
 void ResponseHistory::reloadChanged() {
-    for (auto& [id, stamp] : stamps) {
-        const auto current = FileStamp::of(fileFor(id));
-        if (current != stamp) load(id);
+    for (auto& [id, file] : files) {
+        if (const auto content = file.change()) take(id, *content);
     }
 }
 
@@ -83,7 +82,7 @@ void ResponseHistory::pruneOrphaned(const std::unordered_set<Uuid>& live, std::c
         std::error_code ignored;
         std::filesystem::remove(path, ignored);
         lists.erase(*id);
-        stamps.erase(*id);
+        files.erase(*id);
     }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "model/StoredResponse.hpp"
-#include "support/FileStamp.hpp"
+#include "support/Clock.hpp"
+#include "support/WatchedFile.hpp"
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -12,24 +14,25 @@
 namespace tessaline {
 
 // The recorded responses of each request, newest first, kept in "<request UUID>.json"
-// files of the history folder and loaded on first use. The stamp of each file as last read
-// or written tells the responses that another process recorded apart from our own.
+// files of the history folder and loaded on first use. Each file is watched, so that the
+// responses another process recorded are told apart from our own and taken in before a
+// list is changed and written back.
 class ResponseHistory {
 public:
     static constexpr std::size_t historyLimit = 25;
 
-    explicit ResponseHistory(std::filesystem::path historyFolder) : folder(std::move(historyFolder)) {}
+    explicit ResponseHistory(std::filesystem::path historyFolder, Clock now = systemClock())
+        : folder(std::move(historyFolder)), clock(std::move(now)) {}
 
     // A missing or unreadable file gives an empty list.
     const std::vector<StoredResponse>& responses(const Uuid& requestID);
     std::optional<StoredResponse> cachedLatest(const Uuid& requestID) const;
 
-    // Puts the response in front of its request's list, keeping at most historyLimit, and
-    // returns the bytes of the request's file for write() (so that the write can happen
-    // elsewhere).
-    std::string record(const StoredResponse& response);
-    // Failures are ignored: the list in memory stays and the next record writes it again.
-    void write(const Uuid& requestID, std::string_view bytes);
+    // Puts the response in front of its request's list (after taking in what another
+    // process recorded meanwhile), keeps at most historyLimit, and writes the file. When the
+    // write fails, returns "Couldn't save the response history: " and the reason; the list
+    // in memory keeps the response and the next record of that request writes it.
+    std::optional<std::string> record(const StoredResponse& response);
 
     void clear(const Uuid& requestID);
     // Reads again every list that is loaded, and the files of `requestIDs`.
@@ -40,12 +43,13 @@ public:
     void pruneOrphaned(const std::unordered_set<Uuid>& live, std::chrono::seconds age, Date now);
 
 private:
-    std::filesystem::path fileFor(const Uuid& requestID) const;
-    void load(const Uuid& requestID);
+    WatchedFile& fileFor(const Uuid& requestID);
+    void take(const Uuid& requestID, const WatchedFile::Content& content);
 
     std::filesystem::path folder;
+    Clock clock;
     std::unordered_map<Uuid, std::vector<StoredResponse>> lists;
-    std::unordered_map<Uuid, std::optional<FileStamp>> stamps;
+    std::unordered_map<Uuid, WatchedFile> files;
 };
 
 }  // namespace tessaline

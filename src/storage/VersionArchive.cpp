@@ -52,8 +52,7 @@ std::unique_ptr<icu::Calendar> currentCalendar() {
 std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std::string_view reason, Date date) const {
     if (newestHolds(data)) return std::nullopt;
     try {
-        std::error_code ignored;
-        std::filesystem::create_directories(folderURL_, ignored);
+        atomicFile::createFolders(folderURL_);
         const auto url = folderURL_ / snapshotName::make(date, reason);
         atomicFile::write(url, data);
         return parse(url);

@@ -1,21 +1,18 @@
 #pragma once
 
-#include "model/Workspace.hpp"
 #include "model/StoredResponse.hpp"
+#include "model/Workspace.hpp"
 #include "oauth/OAuth2Service.hpp"
 #include "oauth/OAuth2TokenCache.hpp"
 #include "pipeline/VariableResolver.hpp"
 #include "storage/ResponseHistory.hpp"
-#include "storage/UndoHistory.hpp"
+#include "storage/SaveReport.hpp"
 #include "storage/VersionArchive.hpp"
-#include "storage/WorkspaceDiff.hpp"
 #include "support/Clock.hpp"
-#include "support/FileStamp.hpp"
-#include "support/SerialQueue.hpp"
+#include "support/WatchedFile.hpp"
 
 #include <filesystem>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -23,37 +20,36 @@
 
 namespace tessaline {
 
-// The one owner of a workspace folder's live state: the workspace, the recorded responses
-// of each request, the undo history and the version archive. The desktop client and the
-// server each open the folder with their own store, so the store notices what the other
-// process writes (reloadIfChanged) and never takes its own writes for the other's.
+// The owner of a workspace folder's files and of the live workspace read from them: the
+// workspace file, the recorded responses of each request, the version archive and the OAuth 2
+// token cache. The desktop client and the server each open the folder with their own store,
+// so the store notices what the other process writes (reloadIfChanged) and never takes its own
+// writes for the other's.
 //
-// Every edit records an undo step and schedules a save 400 ms later; the server saves at
-// once with saveNow(). Readers get copies. All members may be called from any thread: one
-// mutex guards the state, and the background thread that runs timed saves, watching and
-// history writes takes it too.
+// Edits change the live workspace; saveNow() writes it and reports a failure rather than
+// hiding it. Nothing the store could not read is destroyed: a workspace file that does not
+// decode is copied beside itself before the first save replaces it, and one that cannot be
+// read at all is never replaced. Just before replacing the file the store looks at it once
+// more, and takes in what another process wrote since it last read or wrote it, as
+// reloadIfChanged() would; the edits not yet saved are then applied again on top.
 //
-// The folder's files are loaded when a member first needs them, not when the store is
-// created: a host's handshake, which needs no workspace, is answered without waiting for
-// the disk.
+// One thread at a time: the server calls it from its loop (and from the worker a blocking
+// call waits for); WorkspaceEditor adds the locking, undo and timing a desktop client needs.
+// The folder's files are loaded when a member first needs them, so that a host's handshake,
+// which needs no workspace, is answered without waiting for the disk.
 class WorkspaceStore {
 public:
     static constexpr std::size_t historyLimit = ResponseHistory::historyLimit;
-    static constexpr std::size_t undoLimit = UndoHistory::undoLimit;
     static constexpr std::chrono::seconds autoVersionInterval{600};
-    static constexpr std::chrono::milliseconds saveDelay{400};
-    static constexpr std::chrono::seconds watchInterval{1};
 
     // "Tessaline" in the user's data folder: ~/Library/Application Support on macOS,
     // $XDG_DATA_HOME (or ~/.local/share) elsewhere.
     static std::filesystem::path defaultFolder();
 
-    // Creates the folder; its files are loaded on first use. A workspace file that exists but
-    // does not decode is left alone and an empty workspace is used; a folder without one gets
-    // the sample.
+    // Creates the folder (0700 where it is new); its files are loaded on first use. A folder
+    // without a workspace file gets the sample.
     explicit WorkspaceStore(std::filesystem::path folderURL, Clock now = systemClock());
-    // Writes a save that is still waiting for its delay, and the sample into a new folder
-    // that was never used.
+    // Writes the sample into a new folder that was never used.
     ~WorkspaceStore();
     WorkspaceStore(const WorkspaceStore&) = delete;
     WorkspaceStore& operator=(const WorkspaceStore&) = delete;
@@ -62,20 +58,19 @@ public:
     std::filesystem::path workspaceFileURL() const { return folder / "workspace.json"; }
 
     // Reading.
-    Workspace workspace() const;
-    // Calls `reader` with the live workspace under the store's lock, for reads that would
-    // rather not copy it; the reference must not outlive the call.
+    Workspace workspace();
+    // Calls `reader` with the live workspace, for reads that would rather not copy it; the
+    // reference must not outlive the call.
     template <typename Reader>
-    auto read(Reader&& reader) const {
-        const auto lock = access();
-        return reader(static_cast<const Workspace&>(live));
+    auto read(Reader&& reader) {
+        return reader(static_cast<const Workspace&>(loaded()));
     }
-    std::optional<APIEnvironment> activeEnvironment() const;
-    std::optional<APIRequest> request(const Uuid& id) const;
-    std::optional<APICollection> collection(const Uuid& id) const;
-    std::optional<APICollection> collectionContaining(const Uuid& requestID) const;
+    std::optional<APIEnvironment> activeEnvironment();
+    std::optional<APIRequest> request(const Uuid& id);
+    std::optional<APICollection> collection(const Uuid& id);
+    std::optional<APICollection> collectionContaining(const Uuid& requestID);
     // The folder with the id of the collection that holds it.
-    std::optional<std::pair<Folder, Uuid>> folderWithCollection(const Uuid& id) const;
+    std::optional<std::pair<Folder, Uuid>> folderWithCollection(const Uuid& id);
     // The variables a saved request sees: the environment (the active one unless another is
     // given), then its collection's variables with the base URL; chained references read the
     // newest completed response of the first request of that collection with the name.
@@ -84,103 +79,81 @@ public:
     VariableResolver resolver(const std::optional<APICollection>& collection,
                               const std::optional<APIEnvironment>& environment = std::nullopt);
     std::vector<StoredResponse> responses(const Uuid& requestID);
-    std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID) const;
-    std::optional<std::string> lastError() const;
+    std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID);
     // The OAuth 2 tokens shared with the other process through "oauth-tokens.json", and the
     // service that obtains them. Both are safe to use from any thread.
     OAuth2TokenCache& oauthTokens() { return tokens; }
     OAuth2Service& oauth() { return service; }
-    std::vector<WorkspaceVersion> versions() const;
-    int versionsRevision() const;
-    bool canUndo() const;
-    bool canRedo() const;
-    std::optional<std::string> undoLabel() const;
-    std::optional<std::string> redoLabel() const;
+    std::vector<WorkspaceVersion> versions() const { return archive.list(); }
 
-    // Edits. Each records an undo step, then schedules a save.
-    void addCollection(APICollection collection);
+    // Edits of the live workspace, written by the next saveNow(). An edit whose target does
+    // not exist changes nothing. Every autoVersionInterval of editing leaves an "Autosave"
+    // snapshot; a deletion leaves one "Before deleting “<name>”" first.
+    void addCollection(const APICollection& collection);
     void update(const APICollection& collection);
-    void addEnvironment(APIEnvironment environment);
+    void addEnvironment(const APIEnvironment& environment);
     void update(const APIEnvironment& environment);
-    void deleteEnvironment(const Uuid& id);
     void setActiveEnvironment(const std::optional<Uuid>& id);
     // `folderID` names a folder inside the collection; absent means its top level.
-    void addRequest(APIRequest request, const Uuid& collectionID, const std::optional<Uuid>& folderID);
-    void addFolder(Folder folder, const Uuid& collectionID, const std::optional<Uuid>& folderID);
+    void addRequest(const APIRequest& request, const Uuid& collectionID, const std::optional<Uuid>& folderID);
+    void addFolder(const Folder& folder, const Uuid& collectionID, const std::optional<Uuid>& folderID);
     void update(const APIRequest& request);
     void deleteItem(const Uuid& id);
-    void renameFolder(const Uuid& id, const std::string& name);
-    // The copy ("<name> copy", a new id), placed right after the original.
-    std::optional<APIRequest> duplicateRequest(const Uuid& id);
-    void move(const Uuid& itemID, const Uuid& collectionID, const std::optional<Uuid>& folderID);
-    // Runs `body` (any number of edits) as one undo step named `label`.
-    void group(const std::string& label, const std::function<void()>& body);
-    void undo();
-    void redo();
-
-    // Versions. restore(version) throws the version's decoding error.
-    void restore(const WorkspaceVersion& version);
-    void restore(const WorkspaceChange& change, const Workspace& from);
-    void restore(const APIRequest& request);
-    void snapshotVersion(const std::string& reason);
-    void snapshotVersionIfEdited(const Uuid& requestID);
+    // Any other edit. `change` is kept until the edit is saved, to be applied again on top
+    // of what another process writes meanwhile, so it must only capture values.
+    void edit(std::function<void(Workspace&)> change);
+    // Snapshots the live workspace; returns whether a file was written.
+    bool snapshotVersion(const std::string& reason);
+    // The live workspace as of the newest snapshot this store took, if any.
+    const std::optional<Workspace>& lastVersionWorkspace() const { return lastVersion; }
 
     // Persistence.
-    void scheduleSave();
-    // Writes the workspace file now. A failure is kept in lastError(); nothing is lost in
-    // memory and the next save tries again.
-    void saveNow();
-    // Takes in what another process wrote to the workspace file or the history files.
-    void reloadIfChanged();
-    // Calls reloadIfChanged every second on the background thread.
-    void startWatching();
-    // Records a response, writing its history file in the background or before returning.
-    void record(const StoredResponse& response);
-    void recordAndFlush(const StoredResponse& response);
+    // Writes the workspace file now, after taking in what another process wrote since the
+    // store last read or wrote it. On failure the edits stay in memory for the next save.
+    SaveReport saveNow();
+    // Whether there are edits that no save has written yet.
+    bool hasUnsavedEdits() const { return !unsaved.empty(); }
+    // Takes in what another process wrote to the workspace file (after snapshotting the
+    // live workspace as "Before external change") and to the loaded history files. Returns
+    // the workspace as it was before, when the workspace file brought a change.
+    std::optional<Workspace> reloadIfChanged();
+    // Records a response and writes its history file before returning.
+    SaveReport recordAndFlush(const StoredResponse& response);
     void clearHistory(const Uuid& requestID);
+    // Reads again the history of every request that has one.
     void preloadHistory();
     // Deletes the history files of requests that no longer exist, once older than `age`.
     void pruneOrphanedHistory(std::chrono::seconds age);
 
 private:
-    // A workspace file written or read within this long of its modification date may be
-    // written again within the same file-system clock tick, unnoticed by its stamp.
-    static constexpr std::chrono::milliseconds racyWindow{50};
+    // Why the workspace file could not be taken in, with its bytes when it could be read.
+    struct Unreadable {
+        std::string reason;
+        std::optional<std::string> bytes;
+    };
 
-    // The store's lock, with the folder's files loaded.
-    std::unique_lock<std::recursive_mutex> access() const;
+    // The live workspace, with the folder's files loaded.
+    Workspace& loaded();
     void open();
-    void checkpoint(const std::string& label, const std::optional<std::string>& coalescingKey = std::nullopt);
-    // checkpoint, change the live workspace, schedule a save.
-    void edit(const std::string& label, const std::optional<std::string>& coalescingKey,
-              const std::function<void(Workspace&)>& change);
-    void replaceLive(Workspace workspace);
-    void noteFileState(std::string bytes);
-    std::vector<Uuid> allRequestIDs() const;
-    void watchTick();
+    std::optional<Workspace> decodedFile(const WatchedFile::Content& content);
+    std::optional<Workspace> takeIn(const WatchedFile::Content& content);
+    // Copies the bytes of an unreadable workspace file beside it; returns the notice.
+    std::string keepUnreadable(const std::string& bytes);
+    std::vector<Uuid> allRequestIDs();
 
     std::filesystem::path folder;
     Clock clock;
-    mutable std::recursive_mutex mutex;
     bool opened = false;
+    WatchedFile file;
     Workspace live;
+    std::vector<std::function<void(Workspace&)>> unsaved;
+    std::optional<Unreadable> unreadable;
     ResponseHistory history;
-    UndoHistory undoHistory;
     VersionArchive archive;
-    std::optional<std::string> error;
-    std::optional<std::string> lastWrittenData;
-    std::optional<FileStamp> watchedStamp;
-    bool watchedStampRacy = false;
-    bool grouping = false;
     std::optional<Date> lastVersionAt;
-    std::optional<Workspace> lastVersionWorkspace;
-    int revision = 0;
+    std::optional<Workspace> lastVersion;
     OAuth2TokenCache tokens;
     OAuth2Service service{tokens};
-    std::optional<SerialQueue::Ticket> pendingSave;
-    bool watching = false;
-    // Last, so that its thread stops before the state its tasks use goes away.
-    SerialQueue background;
 };
 
 }  // namespace tessaline

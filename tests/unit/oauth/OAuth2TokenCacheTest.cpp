@@ -62,14 +62,12 @@ TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndTheFirstSetCreatesItPriva
     EXPECT_FALSE(cache.tokenForKey("other"));
 }
 
-TEST_F(OAuth2TokenCacheTest, PermissionsAreSetAgainAfterEveryWrite) {
+TEST_F(OAuth2TokenCacheTest, AFileKeepsTheModeItsOwnerGaveIt) {
     OAuth2TokenCache cache(file);
     cache.set(token("a"), "k", "l");
-    fs::permissions(file, fs::perms::owner_all | fs::perms::group_read | fs::perms::others_read);
-    const auto previousUmask = ::umask(0);
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
     cache.set(token("b"), "k", "l");
-    ::umask(previousUmask);
-    EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, permissions());
+    EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read, permissions());
 }
 
 TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
@@ -130,9 +128,11 @@ TEST_F(OAuth2TokenCacheTest, AFailedWriteKeepsTheEntriesForTheNextOne) {
     OAuth2TokenCache cache(file);
     cache.set(token("a"), "k", "l");
     EXPECT_EQ(token("a"), cache.tokenForKey("k"));
+    EXPECT_EQ("Couldn't save OAuth 2 tokens: Could not write “" + file.string() + "”: Not a directory", cache.saveFailure());
 
     fs::remove(folder / "nested");
     cache.set(token("b"), "k2", "l");
+    EXPECT_FALSE(cache.saveFailure());
     EXPECT_EQ(2u, OAuth2TokenCache(file).allEntries().size());
 }
 

@@ -8,22 +8,41 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
-#include <thread>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace tessaline {
 namespace {
 
 using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+APICollection collectionNamed(const std::string& name) {
+    APICollection collection;
+    collection.name = name;
+    return collection;
+}
+
+Workspace workspaceWith(const std::string& collectionName) {
+    Workspace workspace;
+    workspace.collections.push_back(collectionNamed(collectionName));
+    return workspace;
+}
+
+mode_t modeOf(const fs::path& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    return status.st_mode & 07777;
+}
 
 // A store on a temporary folder whose clock the test moves by hand.
 class WorkspaceStoreTest : public ::testing::Test {
 protected:
     WorkspaceStoreTest() { writeFile("workspace.json", encodeWorkspace(Workspace{})); }
 
-    std::unique_ptr<WorkspaceStore> open() {
-        return std::make_unique<WorkspaceStore>(folder.path, [this] { return now; });
-    }
+    std::unique_ptr<WorkspaceStore> open() { return std::make_unique<WorkspaceStore>(folder.path, [this] { return now; }); }
 
     void writeFile(const std::string& name, const std::string& bytes) {
         std::ofstream(folder / name, std::ios::binary | std::ios::trunc) << bytes;
@@ -31,286 +50,250 @@ protected:
 
     std::string readFile(const std::string& name) { return atomicFile::read(folder / name); }
 
-    static APICollection collectionNamed(const std::string& name) {
-        APICollection collection;
-        collection.name = name;
-        return collection;
-    }
-
-    static APIRequest requestNamed(const std::string& name) {
-        APIRequest request;
-        request.name = name;
-        request.url = "https://example.com/" + name;
-        return request;
-    }
-
-    std::vector<std::string> reasons(const WorkspaceStore& store) {
+    std::vector<std::string> reasons(WorkspaceStore& store) {
         std::vector<std::string> result;
         for (const auto& version : store.versions()) result.push_back(version.reason);
         return result;
+    }
+
+    std::vector<std::string> entries(const fs::path& where) {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(where)) names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
     }
 
     TemporaryFolder folder{"tessaline-store"};
     Date now = std::chrono::system_clock::now();
 };
 
-TEST_F(WorkspaceStoreTest, ANewFolderGetsTheSampleSavedAfterTheDelay) {
-    std::filesystem::remove(folder / "workspace.json");
-    auto store = open();
-    EXPECT_TRUE(std::filesystem::is_directory(folder / "history"));
-    const Workspace workspace = store->workspace();
-    ASSERT_EQ(1u, workspace.collections.size());
-    EXPECT_EQ(42u, itemTree::allRequests(workspace.collections[0].items).size());
-    EXPECT_FALSE(std::filesystem::exists(folder / "workspace.json"));
-    std::this_thread::sleep_for(WorkspaceStore::saveDelay + 300ms);
-    EXPECT_EQ(workspace, decodeWorkspace(readFile("workspace.json")));
-}
-
-TEST_F(WorkspaceStoreTest, ANewFolderClosedUnusedStillGetsTheSample) {
-    std::filesystem::remove(folder / "workspace.json");
-    open().reset();
+TEST_F(WorkspaceStoreTest, ANewFolderGetsTheSampleOnFirstUseWithPrivateModes) {
+    const fs::path fresh = folder / "new" / "Tessaline";
+    const WorkspaceStore store(fresh);
+    EXPECT_EQ(0700u, modeOf(fresh));
+    EXPECT_EQ(0700u, modeOf(fresh / "history"));
+    EXPECT_EQ(0700u, modeOf(folder / "new"));
+    fs::remove(folder / "workspace.json");
+    WorkspaceStore(folder.path).workspace();
     const Workspace saved = decodeWorkspace(readFile("workspace.json"));
+    EXPECT_EQ(0600u, modeOf(folder / "workspace.json"));
     ASSERT_EQ(1u, saved.collections.size());
     EXPECT_EQ(sampleWorkspace::starterNames().size(), itemTree::allRequests(saved.collections.front().items).size());
 }
 
-TEST_F(WorkspaceStoreTest, AnEmptyOrDamagedFileIsNeverReplacedByTheSample) {
-    for (const std::string bytes : {"{}", "{\"version\": 1, \"collections\": [", ""}) {
+TEST_F(WorkspaceStoreTest, ANewFolderClosedUnusedStillGetsTheSample) {
+    fs::remove(folder / "workspace.json");
+    open().reset();
+    EXPECT_EQ(1u, decodeWorkspace(readFile("workspace.json")).collections.size());
+}
+
+TEST_F(WorkspaceStoreTest, AnExistingFileAndFolderKeepTheirModes) {
+    fs::permissions(folder / "workspace.json", fs::perms(0640));
+    fs::permissions(folder.path, fs::perms(0750));
+    auto store = open();
+    store->addCollection(collectionNamed("A"));
+    EXPECT_FALSE(store->saveNow().failure);
+    EXPECT_EQ(0640u, modeOf(folder / "workspace.json"));
+    EXPECT_EQ(0750u, modeOf(folder.path));
+}
+
+// A file that does not decode (damaged, or written by a newer build) is kept beside the new
+// one before the first save replaces it, and that save says where.
+TEST_F(WorkspaceStoreTest, AFileThatDoesNotDecodeIsKeptBeforeTheFirstSave) {
+    const std::string newer = R"({"version": 1, "collections": [{"id": "5F6B6B0E-3A43-4C8B-9C55-6B0C2A8E0F11",)"
+                              R"("name": "Kept", "items": [{"request": {"_0": {"method": "QUERY"}}}]}], "environments": []})";
+    for (const std::string& bytes : {std::string("{\"version\": 1, \"collections\": ["), newer}) {
+        SCOPED_TRACE(bytes);
         writeFile("workspace.json", bytes);
         open().reset();
-        EXPECT_EQ(bytes, readFile("workspace.json"));
-        EXPECT_EQ(Workspace{}, open()->workspace());
-    }
-}
-
-TEST_F(WorkspaceStoreTest, AFailedSaveKeepsTheEditAndSaysWhy) {
-    std::filesystem::remove(folder / "workspace.json");
-    std::filesystem::create_directory(folder / "workspace.json");  // nothing can be renamed over a folder
-    auto store = open();
-    store->addCollection(collectionNamed("Kept"));
-    store->saveNow();
-    ASSERT_TRUE(store->lastError());
-    EXPECT_TRUE(store->lastError()->starts_with("Couldn't save workspace: ")) << *store->lastError();
-    EXPECT_EQ("Kept", store->workspace().collections.at(0).name);
-}
-
-TEST_F(WorkspaceStoreTest, EditsInABurstAreWrittenOnce) {
-    auto store = open();
-    const auto inodeNow = [&] { return FileStamp::of(folder / "workspace.json")->inode; };
-    const auto before = inodeNow();
-    store->addCollection(collectionNamed("A"));
-    std::this_thread::sleep_for(100ms);
-    store->addCollection(collectionNamed("B"));
-    std::set<std::uintmax_t> inodes{before};
-    for (int i = 0; i < 100; ++i) {  // one second of polling
-        inodes.insert(inodeNow());
-        std::this_thread::sleep_for(10ms);
-    }
-    EXPECT_EQ(2u, inodes.size());  // every write renames a new file into place
-    EXPECT_EQ(2u, decodeWorkspace(readFile("workspace.json")).collections.size());
-}
-
-TEST_F(WorkspaceStoreTest, UndoKeepsTheLastHundredStepsWithTheirLabels) {
-    auto store = open();
-    for (int i = 0; i < 150; ++i) store->addCollection(collectionNamed("C" + std::to_string(i)));
-    EXPECT_EQ("New Collection", store->undoLabel());
-    int undone = 0;
-    while (store->canUndo()) {
-        store->undo();
-        ++undone;
-    }
-    EXPECT_EQ(100, undone);
-    EXPECT_EQ(50u, store->workspace().collections.size());
-    EXPECT_EQ("New Collection", store->redoLabel());
-    store->redo();
-    EXPECT_EQ(51u, store->workspace().collections.size());
-}
-
-TEST_F(WorkspaceStoreTest, EditsOfOneRequestWithinTwoSecondsAreOneStep) {
-    auto store = open();
-    APICollection collection = collectionNamed("API");
-    store->addCollection(collection);
-    APIRequest request = requestNamed("users");
-    store->addRequest(request, collection.id, std::nullopt);
-
-    request.url = "https://example.com/v1";
-    now += 1s;
-    store->update(request);
-    EXPECT_EQ("Edit \u201Cusers\u201D", store->undoLabel());
-    request.url = "https://example.com/v2";
-    now += 1500ms;
-    store->update(request);
-    request.url = "https://example.com/v3";
-    now += 2s;  // a pause: a new step
-    store->update(request);
-    request.name = "people";
-    now += 100ms;
-    store->update(request);
-    EXPECT_EQ("Rename \u201Cpeople\u201D", store->undoLabel());
-
-    store->undo();
-    EXPECT_EQ("https://example.com/v3", store->request(request.id)->url);
-    store->undo();
-    EXPECT_EQ("https://example.com/v2", store->request(request.id)->url);
-    store->undo();
-    EXPECT_EQ("https://example.com/users", store->request(request.id)->url);
-}
-
-TEST_F(WorkspaceStoreTest, AGroupIsOneStepAndDeletionTakesASnapshotFirst) {
-    auto store = open();
-    APICollection collection = collectionNamed("API");
-    store->group("Import", [&] {
-        store->addCollection(collection);
-        store->addRequest(requestNamed("a"), collection.id, std::nullopt);
-        store->addRequest(requestNamed("b"), collection.id, std::nullopt);
-    });
-    EXPECT_EQ("Import", store->undoLabel());
-    const auto b = store->workspace().collections[0].items[1].id();
-    store->deleteItem(b);
-    EXPECT_EQ("Delete \u201Cb\u201D", store->undoLabel());
-    EXPECT_EQ("Before deleting \u201Cb\u201D", reasons(*store).front());
-    store->undo();
-    store->undo();
-    EXPECT_TRUE(store->workspace().collections.empty());
-}
-
-TEST_F(WorkspaceStoreTest, AutosaveSnapshotsAreTenMinutesApart) {
-    auto store = open();
-    store->addCollection(collectionNamed("A"));
-    store->addCollection(collectionNamed("B"));
-    EXPECT_EQ(std::vector<std::string>{"Autosave"}, reasons(*store));
-    now += WorkspaceStore::autoVersionInterval;
-    store->addCollection(collectionNamed("C"));
-    EXPECT_EQ((std::vector<std::string>{"Autosave", "Autosave"}), reasons(*store));
-}
-
-TEST_F(WorkspaceStoreTest, LoadingThinsTheArchiveInTheBackground) {
-    const VersionArchive archive(folder / "versions");
-    const Date tenDaysAgo = std::chrono::floor<std::chrono::days>(now) - std::chrono::days(10) + 12h;
-    archive.save("1", "first", tenDaysAgo);
-    archive.save("2", "second", tenDaysAgo + 1s);
-    auto store = open();
-    store->workspace();
-    store.reset();  // a store runs its due background work before it closes
-    const auto kept = archive.list();
-    ASSERT_EQ(1u, kept.size());
-    EXPECT_EQ("second", kept.front().reason);
-}
-
-// The files are read when first needed, so a write made between opening and the first use
-// is simply what the store starts from.
-TEST_F(WorkspaceStoreTest, ReadsTheFolderWhenFirstUsed) {
-    auto store = open();
-    Workspace external;
-    external.collections.push_back(collectionNamed("External"));
-    writeFile("workspace.json", encodeWorkspace(external));
-    store->reloadIfChanged();
-    const auto collections = store->workspace().collections;
-    ASSERT_EQ(1u, collections.size());
-    EXPECT_EQ("External", collections.front().name);
-    EXPECT_FALSE(store->canUndo());
-}
-
-TEST_F(WorkspaceStoreTest, DuplicateStandsRightAfterTheOriginal) {
-    auto store = open();
-    APICollection collection = collectionNamed("API");
-    store->addCollection(collection);
-    const APIRequest first = requestNamed("first");
-    store->addRequest(first, collection.id, std::nullopt);
-    store->addRequest(requestNamed("second"), collection.id, std::nullopt);
-    const auto copy = store->duplicateRequest(first.id);
-    ASSERT_TRUE(copy);
-    EXPECT_EQ("first copy", copy->name);
-    EXPECT_NE(first.id, copy->id);
-    const auto items = store->workspace().collections[0].items;
-    EXPECT_EQ((std::vector<std::string>{"first", "first copy", "second"}),
-              (std::vector<std::string>{items[0].name(), items[1].name(), items[2].name()}));
-    EXPECT_EQ("Duplicate \u201Cfirst\u201D", store->undoLabel());
-}
-
-TEST_F(WorkspaceStoreTest, KeepsTwentyFiveResponsesPerRequestOnDisk) {
-    const Uuid requestID = Uuid::random();
-    std::vector<Uuid> recorded;
-    {
+        EXPECT_EQ(bytes, readFile("workspace.json"));  // never replaced by the sample
         auto store = open();
-        for (int i = 0; i < 26; ++i) {
-            StoredResponse response;
-            response.requestID = requestID;
-            response.status = 200 + i;
-            recorded.push_back(response.id);
-            store->recordAndFlush(response);
-        }
-        EXPECT_EQ(25u, store->responses(requestID).size());
-        EXPECT_EQ(225, store->responses(requestID).front().status);
+        EXPECT_EQ(Workspace{}, store->workspace());
+        store->addCollection(collectionNamed("New"));
+        const SaveReport first = store->saveNow();
+        EXPECT_FALSE(first.failure);
+        ASSERT_TRUE(first.notice);
+        const auto names = entries(folder.path);
+        const auto copy = *std::find_if(names.begin(), names.end(), [](const std::string& name) {
+            return name.starts_with("workspace-unreadable-") && name.ends_with("Z.json");
+        });
+        EXPECT_TRUE(first.notice->starts_with("Note: workspace.json could not be read (")) << *first.notice;
+        EXPECT_TRUE(first.notice->ends_with("; its content was kept in " + copy + " before this save replaced it."))
+            << *first.notice;
+        EXPECT_EQ(bytes, readFile(copy));
+        EXPECT_EQ(0600u, modeOf(folder / copy));
+        EXPECT_EQ("New", decodeWorkspace(readFile("workspace.json")).collections.at(0).name);
+        EXPECT_FALSE(store->saveNow().notice);
+        fs::remove(folder / copy);
     }
-    const auto reread = open()->responses(requestID);
-    ASSERT_EQ(25u, reread.size());
-    EXPECT_EQ(recorded.back(), reread.front().id);
-    EXPECT_EQ(recorded[1], reread.back().id);  // the first one recorded is gone
-    EXPECT_TRUE(std::filesystem::exists(folder / "history" / (requestID.text() + ".json")));
 }
 
-TEST_F(WorkspaceStoreTest, OwnWritesAreNotTakenForExternalChanges) {
+// Each fault makes the save fail with the reason; the edit stays in memory, and the next save
+// that succeeds writes it.
+TEST_F(WorkspaceStoreTest, AFailedSaveIsReportedAndTheEditKept) {
+    struct Fault {
+        std::string name;
+        std::function<void()> make;
+        std::function<void()> clear;
+        std::string reason;
+    };
+    const std::string path = (folder / "workspace.json").string();
+    rlimit unlimited{};
+    ::getrlimit(RLIMIT_FSIZE, &unlimited);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const std::vector<Fault> faults = {
+        {"a folder where the file should be",
+         [&] {
+             fs::remove(path);
+             fs::create_directory(path);
+         },
+         [&] { fs::remove(path); }, "Could not read “" + path + "”: Is a directory"},
+        {"a full disk",
+         [&] {
+             const rlimit small{.rlim_cur = 64, .rlim_max = unlimited.rlim_max};
+             ::setrlimit(RLIMIT_FSIZE, &small);
+         },
+         [&] { ::setrlimit(RLIMIT_FSIZE, &unlimited); }, "Could not write “" + path + "”: File too large"},
+    };
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.name);
+        fault.make();
+        auto store = open();
+        store->addCollection(collectionNamed("Kept"));
+        EXPECT_EQ("Couldn't save workspace: " + fault.reason, store->saveNow().failure);
+        fault.clear();
+        EXPECT_FALSE(store->saveNow().failure);
+        EXPECT_EQ("Kept", decodeWorkspace(readFile("workspace.json")).collections.at(0).name);
+        writeFile("workspace.json", encodeWorkspace(Workspace{}));
+    }
+    std::signal(SIGXFSZ, SIG_DFL);
+}
+
+// An outside write that lands between two lines, after the loop's look and before the save:
+// the save takes it in first, snapshots what it replaces, and applies its own edit on top.
+TEST_F(WorkspaceStoreTest, ASaveTakesInAnOutsideWriteBeforeReplacingTheFile) {
     auto store = open();
-    store->addCollection(collectionNamed("Mine"));
+    store->addCollection(collectionNamed("Ours"));
     store->saveNow();
-    const auto label = store->undoLabel();
     store->reloadIfChanged();
-    store->reloadIfChanged();
-    EXPECT_EQ(label, store->undoLabel());
-    for (const auto& reason : reasons(*store)) EXPECT_NE("Before external change", reason);
+    Workspace theirs = decodeWorkspace(readFile("workspace.json"));
+    theirs.environments.push_back(APIEnvironment{.name = "Theirs"});
+    atomicFile::write(folder / "workspace.json", encodeWorkspace(theirs));
+    store->addCollection(collectionNamed("Second"));
+    EXPECT_FALSE(store->saveNow().failure);
+    const Workspace saved = decodeWorkspace(readFile("workspace.json"));
+    ASSERT_EQ(1u, saved.environments.size());
+    EXPECT_EQ("Theirs", saved.environments[0].name);
+    ASSERT_EQ(2u, saved.collections.size());
+    EXPECT_EQ("Second", saved.collections[1].name);
+    EXPECT_EQ("Before external change", reasons(*store).front());
 }
 
-TEST_F(WorkspaceStoreTest, TakesInAnExternalChangeWithASnapshotAndAnUndoStep) {
+TEST_F(WorkspaceStoreTest, TakesInAnExternalChangeWithASnapshotOnlyWhenItIsReal) {
     auto store = open();
     store->addCollection(collectionNamed("Before"));
     store->saveNow();
-
-    Workspace theirs;
-    theirs.collections.push_back(collectionNamed("Theirs"));
-    atomicFile::write(folder / "workspace.json", encodeWorkspace(theirs));
     store->reloadIfChanged();
-
-    EXPECT_EQ(theirs, store->workspace());
-    EXPECT_EQ("Before external change", reasons(*store).front());
-    store->undo();
-    EXPECT_EQ("Before", store->workspace().collections.at(0).name);
+    EXPECT_FALSE(store->reloadIfChanged());  // our own write
+    atomicFile::write(folder / "workspace.json", encodeWorkspace(workspaceWith("Theirs")));
+    const auto before = store->reloadIfChanged();
+    ASSERT_TRUE(before);
+    EXPECT_EQ("Before", before->collections.at(0).name);
+    EXPECT_EQ(workspaceWith("Theirs").collections.at(0).name, store->workspace().collections.at(0).name);
+    const auto snapshot = store->versions().at(0);
+    EXPECT_EQ("Before external change", snapshot.reason);
+    EXPECT_EQ("Before", decodeWorkspace(atomicFile::read(snapshot.url)).collections.at(0).name);
 }
 
-TEST_F(WorkspaceStoreTest, NoticesASecondWriteWithinOneClockTick) {
-    auto store = open();
-    store->addCollection(collectionNamed("AAAA"));
-    store->saveNow();
-    // Same size, same inode, written in place at once: only the bytes tell.
-    std::string bytes = readFile("workspace.json");
-    const auto at = bytes.find("AAAA");
-    bytes.replace(at, 4, "BBBB");
-    writeFile("workspace.json", bytes);
-    store->reloadIfChanged();
-    EXPECT_EQ("BBBB", store->workspace().collections.at(0).name);
-}
-
-TEST_F(WorkspaceStoreTest, AHalfWrittenExternalFileIsIgnored) {
+// A half-written or newer file from the other process leaves the live workspace alone; the
+// next save keeps its bytes before replacing it.
+TEST_F(WorkspaceStoreTest, AnUndecodableExternalFileIsIgnoredAndKept) {
     auto store = open();
     store->addCollection(collectionNamed("Kept"));
     store->saveNow();
     writeFile("workspace.json", "{\"version\": 1, \"collec");
     store->reloadIfChanged();
     EXPECT_EQ("Kept", store->workspace().collections.at(0).name);
+    const SaveReport report = store->saveNow();
+    ASSERT_TRUE(report.notice);
+    bool kept = false;
+    for (const auto& name : entries(folder.path)) kept |= name.starts_with("workspace-unreadable-");
+    EXPECT_TRUE(kept);
 }
 
-TEST_F(WorkspaceStoreTest, SeesResponsesRecordedByAnotherProcess) {
+TEST_F(WorkspaceStoreTest, AWorkspaceFileThatIsALinkStaysALink) {
+    const fs::path elsewhere = folder / "elsewhere";
+    fs::create_directory(elsewhere);
+    fs::rename(folder / "workspace.json", elsewhere / "real.json");
+    fs::create_symlink("elsewhere/real.json", folder / "workspace.json");
+    auto store = open();
+    store->addCollection(collectionNamed("Through the link"));
+    EXPECT_FALSE(store->saveNow().failure);
+    EXPECT_TRUE(fs::is_symlink(folder / "workspace.json"));
+    EXPECT_EQ("Through the link", decodeWorkspace(atomicFile::read(elsewhere / "real.json")).collections.at(0).name);
+    EXPECT_EQ(std::vector<std::string>{"real.json"}, entries(elsewhere));
+}
+
+TEST_F(WorkspaceStoreTest, OpeningRemovesOnlyStaleTemporaries) {
+    const auto old = fs::file_time_type::clock::now() - atomicFile::staleAfter - 1s;
+    for (const auto& where : {folder.path, folder / "versions"}) {
+        fs::create_directories(where);
+        std::ofstream(where / ".workspace.json.0123456789ab.tmp") << "stale";
+        fs::last_write_time(where / ".workspace.json.0123456789ab.tmp", old);
+        std::ofstream(where / ".workspace.json.ba9876543210.tmp") << "in flight";
+        std::ofstream(where / ".notes.tmp") << "not ours";
+        fs::last_write_time(where / ".notes.tmp", old);
+    }
+    open()->workspace();
+    EXPECT_EQ((std::vector<std::string>{".notes.tmp", ".workspace.json.ba9876543210.tmp", "history", "versions",
+                                        "workspace.json"}),
+              entries(folder.path));
+    EXPECT_EQ((std::vector<std::string>{".notes.tmp", ".workspace.json.ba9876543210.tmp"}), entries(folder / "versions"));
+}
+
+TEST_F(WorkspaceStoreTest, KeepsTwentyFiveResponsesPerRequestInAPrivateFile) {
+    const Uuid requestID = Uuid::random();
+    std::vector<Uuid> recorded;
+    {
+        auto store = open();
+        for (int i = 0; i < 26; ++i) {
+            StoredResponse response{.requestID = requestID, .status = 200 + i};
+            recorded.push_back(response.id);
+            EXPECT_FALSE(store->recordAndFlush(response).failure);
+        }
+        EXPECT_EQ(225, store->responses(requestID).front().status);
+    }
+    const auto reread = open()->responses(requestID);
+    ASSERT_EQ(25u, reread.size());
+    EXPECT_EQ(recorded.back(), reread.front().id);
+    EXPECT_EQ(recorded[1], reread.back().id);  // the first one recorded is gone
+    EXPECT_EQ(0600u, modeOf(folder / "history" / (requestID.text() + ".json")));
+}
+
+// Responses the other process recorded are seen by the loop, and kept when we record next.
+TEST_F(WorkspaceStoreTest, ResponsesRecordedByAnotherProcessAreSeenAndKept) {
     auto ours = open();
     auto theirs = open();
     const Uuid requestID = Uuid::random();
     EXPECT_TRUE(ours->responses(requestID).empty());
-    StoredResponse response;
-    response.requestID = requestID;
-    response.status = 201;
-    theirs->recordAndFlush(response);
+    theirs->recordAndFlush(StoredResponse{.requestID = requestID, .status = 201});
     ours->reloadIfChanged();
     ASSERT_EQ(1u, ours->responses(requestID).size());
-    EXPECT_EQ(201, ours->responses(requestID).front().status);
+    theirs->recordAndFlush(StoredResponse{.requestID = requestID, .status = 202});
+    ours->recordAndFlush(StoredResponse{.requestID = requestID, .status = 203});
+    std::vector<std::int64_t> statuses;
+    for (const auto& response : open()->responses(requestID)) statuses.push_back(response.status);
+    EXPECT_EQ((std::vector<std::int64_t>{203, 202, 201}), statuses);
+}
+
+TEST_F(WorkspaceStoreTest, AFailedHistoryWriteIsReported) {
+    fs::remove_all(folder / "history");
+    writeFile("history", "a file where the folder should be");
+    auto store = open();
+    const Uuid requestID = Uuid::random();
+    EXPECT_EQ("Couldn't save the response history: Could not write “" +
+                  (folder / "history" / (requestID.text() + ".json")).string() + "”: Not a directory",
+              store->recordAndFlush(StoredResponse{.requestID = requestID}).failure);
 }
 
 TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollection) {
@@ -319,7 +302,7 @@ TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollection) {
     collection.baseURL = "https://api.test";
     collection.variables = {KeyValue{.key = "region", .value = "collection"}, KeyValue{.key = "only", .value = "c"}};
     store->addCollection(collection);
-    const APIRequest request = requestNamed("r");
+    APIRequest request{.name = "r"};
     store->addRequest(request, collection.id, std::nullopt);
     APIEnvironment staging{.name = "Staging", .variables = {KeyValue{.key = "region", .value = "env"}}};
     APIEnvironment other{.name = "Other", .variables = {KeyValue{.key = "region", .value = "other"}}};
@@ -332,35 +315,30 @@ TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollection) {
 }
 
 TEST_F(WorkspaceStoreTest, ChainedReferencesReadTheNewestCompletedResponse) {
-    std::filesystem::remove(folder / "workspace.json");
+    fs::remove(folder / "workspace.json");
     auto store = open();  // the sample
     const auto items = store->workspace().collections.at(0).items;
     const auto details = *itemTree::firstRequestNamed(items, "First product details");
     const auto list = *itemTree::firstRequestNamed(items, "List products");
     EXPECT_EQ(details.url, store->resolver(details).resolve(details.url));
 
-    StoredResponse completed{.requestID = list.id, .status = 200, .body = R"({"products":[{"id":7},{"id":8}]})"};
-    StoredResponse failed{.requestID = list.id, .error = "The request timed out."};
-    store->recordAndFlush(completed);
-    store->recordAndFlush(failed);
+    store->recordAndFlush(StoredResponse{.requestID = list.id, .status = 200, .body = R"({"products":[{"id":7},{"id":8}]})"});
+    store->recordAndFlush(StoredResponse{.requestID = list.id, .error = "The request timed out."});
     EXPECT_EQ("/products/7", store->resolver(details).resolve(details.url));
 }
 
-TEST_F(WorkspaceStoreTest, RestoringAVersionBringsItBack) {
+TEST_F(WorkspaceStoreTest, DeletionAndTenMinutesOfEditingLeaveSnapshots) {
     auto store = open();
-    store->addCollection(collectionNamed("Old"));
-    store->snapshotVersion("Checkpoint");
-    const auto version = store->versions().front();
-    APICollection renamed = store->workspace().collections[0];
-    renamed.name = "New";
-    now += 1s;
-    store->update(renamed);
-    now += 1s;
-    store->restore(version);
-    EXPECT_EQ("Old", store->workspace().collections.at(0).name);
-    EXPECT_EQ("Restore Version", store->undoLabel());
-    EXPECT_EQ("Before restoring a version", reasons(*store).front());
-    EXPECT_EQ("Old", decodeWorkspace(readFile("workspace.json")).collections.at(0).name);
+    APICollection collection = collectionNamed("API");
+    store->addCollection(collection);
+    const APIRequest request{.name = "b"};
+    store->addRequest(request, collection.id, std::nullopt);
+    EXPECT_EQ(std::vector<std::string>{"Autosave"}, reasons(*store));
+    store->deleteItem(request.id);
+    EXPECT_EQ("Before deleting \u201Cb\u201D", reasons(*store).front());
+    now += WorkspaceStore::autoVersionInterval;
+    store->addCollection(collectionNamed("C"));
+    EXPECT_EQ("Autosave", reasons(*store).front());
 }
 
 }  // namespace

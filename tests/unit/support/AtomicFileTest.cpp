@@ -51,11 +51,65 @@ TEST_F(AtomicFileTest, WritesBinaryAndEmptyContent) {
     EXPECT_EQ("", atomicFile::read(target));
 }
 
-TEST_F(AtomicFileTest, AppliesPermissions) {
-    atomicFile::write(target, "secret", 0600);
-    struct stat status {};
-    ASSERT_EQ(0, ::stat(target.c_str(), &status));
-    EXPECT_EQ(0600u, status.st_mode & 0777);
+TEST_F(AtomicFileTest, ANewFileIsPrivateAndAnExistingOneKeepsItsMode) {
+    const auto mode = [&] {
+        struct stat status {};
+        ::stat(target.c_str(), &status);
+        return status.st_mode & 07777;
+    };
+    atomicFile::write(target, "secret");
+    EXPECT_EQ(0600u, mode());
+    ::chmod(target.c_str(), 0644);
+    atomicFile::write(target, "shared");
+    EXPECT_EQ(0644u, mode());
+}
+
+// The bytes must be on disk before the new name points at them, and the new name on disk
+// before the write is reported done.
+std::vector<std::string> syncSteps;
+
+TEST_F(AtomicFileTest, SyncsTheFileBeforeTheRenameAndTheFolderAfterIt) {
+    const atomicFile::SystemCalls watched{
+        .sync =
+            [](int fd) {
+                struct stat status {};
+                ::fstat(fd, &status);
+                syncSteps.push_back(S_ISDIR(status.st_mode) ? "sync folder" : "sync file");
+                return ::fsync(fd);
+            },
+        .exchange =
+            [](const char* from, const char* to) {
+                syncSteps.push_back("exchange");
+                return atomicFile::systemCalls().exchange(from, to);
+            },
+        .rename =
+            [](const char* from, const char* to) {
+                syncSteps.push_back("rename");
+                return ::rename(from, to);
+            }};
+    atomicFile::write(target, "first", 0600, watched);
+    EXPECT_EQ((std::vector<std::string>{"sync file", "exchange", "rename", "sync folder"}), syncSteps);
+    syncSteps.clear();
+    EXPECT_EQ("first", atomicFile::write(target, "second", 0600, watched));
+    EXPECT_EQ((std::vector<std::string>{"sync file", "exchange", "sync folder"}), syncSteps);
+    EXPECT_EQ("second", atomicFile::read(target));
+    EXPECT_EQ(std::vector<std::string>{"workspace.json"}, entries());
+}
+
+TEST_F(AtomicFileTest, FollowsAChainOfLinksAndLeavesThemLinks) {
+    fs::create_directories(folder / "real");
+    atomicFile::write(folder / "real" / "file.json", "old");
+    fs::create_symlink("real/file.json", folder / "middle.json");
+    fs::create_symlink(folder / "middle.json", target);
+    EXPECT_EQ("old", atomicFile::write(target, "new"));
+    EXPECT_TRUE(fs::is_symlink(target));
+    EXPECT_TRUE(fs::is_symlink(folder / "middle.json"));
+    EXPECT_EQ("new", atomicFile::read(folder / "real" / "file.json"));
+    EXPECT_EQ(std::vector<std::string>{"file.json"}, [&] {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder / "real")) names.push_back(entry.path().filename().string());
+        return names;
+    }());
 }
 
 // Permissions do not stop root, so the write is tried in a child process that gives up root.
@@ -80,10 +134,11 @@ TEST_F(AtomicFileTest, FailureInAReadOnlyFolderIsReportedAndLeavesTheOldFile) {
     EXPECT_EQ(std::vector<std::string>{"workspace.json"}, entries());
 }
 
-TEST_F(AtomicFileTest, FailureWhenTheTargetIsAFolderRemovesTheTemporary) {
+TEST_F(AtomicFileTest, AFolderAtTheTargetIsNeverMoved) {
     fs::create_directories(target / "inside");
     EXPECT_THROW(atomicFile::write(target, "x"), FileError);
     EXPECT_EQ(std::vector<std::string>{"workspace.json"}, entries());
+    EXPECT_TRUE(fs::is_directory(target / "inside"));
 }
 
 TEST_F(AtomicFileTest, ReadingAMissingFileFails) {
