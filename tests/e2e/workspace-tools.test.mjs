@@ -2,7 +2,7 @@
 // after each edit, and the folder shared with another writer.
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { readFileSync, writeFileSync, renameSync, readdirSync, existsSync } from 'node:fs';
+import { readFileSync, writeFileSync, renameSync, readdirSync } from 'node:fs';
 import { join } from 'node:path';
 import { randomUUID } from 'node:crypto';
 import { connect, callTool, temporaryFolder } from './harness.mjs';
@@ -209,12 +209,3 @@ for (const how of ['atomically', 'in place']) {
     assert.ok(readdirSync(join(folder, 'versions')).some((name) => name.endsWith('~Before%20external%20change.json')));
   });
 }
-
-test('a damaged workspace file is left as it is', async (t) => {
-  const folder = temporaryFolder(t);
-  writeFileSync(join(folder, 'workspace.json'), '{"version": 1, "collections": [');
-  const { client } = await connect(t, folder);
-  assert.equal((await callTool(client, 'list_collections')).text, '[]');
-  assert.equal(readFileSync(join(folder, 'workspace.json'), 'utf8'), '{"version": 1, "collections": [');
-  assert.ok(!existsSync(join(folder, 'versions')) || readdirSync(join(folder, 'versions')).length === 0);
-});
