@@ -48,9 +48,22 @@ function runCommand(command, args, input, options = {}) {
 const create = ['create_request', { collection: 'Mine', name: 'Ping', url: 'https://example.test/ping' }];
 const created = /^Created request Ping in Mine\. id: [0-9A-F-]{36}/;
 
+// Whole and valid but for one request's method, which only a newer build knows.
 const newerBuild = JSON.stringify({
   version: 1,
-  collections: [{ id: randomUUID().toUpperCase(), name: 'Theirs', items: [{ request: { _0: { id: randomUUID().toUpperCase(), name: 'Q', method: 'QUERY', url: '/q' } } }] }],
+  collections: [{
+    id: randomUUID().toUpperCase(), name: 'Theirs',
+    items: [{
+      request: {
+        _0: {
+          id: randomUUID().toUpperCase(), name: 'Search', method: 'QUERY', url: '/search', query: [], headers: [],
+          body: { kind: 'none', raw: '', form: [] },
+          auth: { kind: 'none', token: '', username: '', password: '', apiKeyName: 'X-API-Key', apiKeyValue: '', apiKeyIn: 'header' },
+          notes: '', followRedirects: true, timeout: 30,
+        },
+      },
+    }],
+  }],
   environments: [],
 });
 

@@ -251,6 +251,17 @@ TEST_F(WorkspaceStoreTest, OpeningRemovesOnlyStaleTemporaries) {
     EXPECT_EQ((std::vector<std::string>{".notes.tmp", ".workspace.json.ba9876543210.tmp"}), entries(folder / "versions"));
 }
 
+TEST_F(WorkspaceStoreTest, OpeningThinsTheArchive) {
+    const VersionArchive archive(folder / "versions");
+    const Date tenDaysAgo = std::chrono::floor<std::chrono::days>(now) - std::chrono::days(10) + 12h;
+    archive.save("1", "first", tenDaysAgo);
+    archive.save("2", "second", tenDaysAgo + 1s);
+    open()->workspace();
+    const auto kept = archive.list();
+    ASSERT_EQ(1u, kept.size());
+    EXPECT_EQ("second", kept.front().reason);
+}
+
 TEST_F(WorkspaceStoreTest, KeepsTwentyFiveResponsesPerRequestInAPrivateFile) {
     const Uuid requestID = Uuid::random();
     std::vector<Uuid> recorded;
