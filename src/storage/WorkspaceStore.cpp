@@ -119,7 +119,7 @@ std::optional<Workspace> WorkspaceStore::decodedFile(const WatchedFile::Content&
         unreadable.reset();
         return decoded;
     } catch (const Error& error) {
-        unreadable = Unreadable{"workspace.json could not be read (" + std::string(error.what()) + ")", content.bytes};
+        unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
         return std::nullopt;
     }
 }
@@ -302,7 +302,7 @@ SaveReport WorkspaceStore::saveNow() {
 std::string WorkspaceStore::keepUnreadable(const std::string& bytes) {
     const std::string name = unreadableCopyName(clock());
     atomicFile::write(folder / name, bytes);
-    return "Note: " + unreadable->reason + "; its content was kept in " + name + " before this save replaced it.";
+    return "Note: " + unreadable->reason + "\nIts content was kept in " + name + " before this save replaced workspace.json.";
 }
 
 std::optional<Workspace> WorkspaceStore::reloadIfChanged() {

@@ -13,7 +13,7 @@ import { binary, run, temporaryFolder } from './harness.mjs';
 
 const isRoot = process.getuid() === 0;
 const nobody = 65534;
-const keptNote = /\nNote: workspace\.json could not be read \(.+\); its content was kept in (workspace-unreadable-\d{8}T\d{6}\.\d{3}Z\.json) before this save replaced it\.$/;
+const keptNote = /\nNote: workspace\.json could not be read: .+\nIts content was kept in (workspace-unreadable-\d{8}T\d{6}\.\d{3}Z\.json) before this save replaced workspace\.json\.$/;
 const inMemory = 'The change is kept in memory and will be written by the next save that succeeds; do not make it again.';
 
 function call(id, name, args) {

@@ -117,8 +117,8 @@ TEST_F(WorkspaceStoreTest, AFileThatDoesNotDecodeIsKeptBeforeTheFirstSave) {
         const auto copy = *std::find_if(names.begin(), names.end(), [](const std::string& name) {
             return name.starts_with("workspace-unreadable-") && name.ends_with("Z.json");
         });
-        EXPECT_TRUE(first.notice->starts_with("Note: workspace.json could not be read (")) << *first.notice;
-        EXPECT_TRUE(first.notice->ends_with("; its content was kept in " + copy + " before this save replaced it."))
+        EXPECT_TRUE(first.notice->starts_with("Note: workspace.json could not be read: ")) << *first.notice;
+        EXPECT_TRUE(first.notice->ends_with("\nIts content was kept in " + copy + " before this save replaced workspace.json."))
             << *first.notice;
         EXPECT_EQ(bytes, readFile(copy));
         EXPECT_EQ(0600u, modeOf(folder / copy));
