@@ -9,10 +9,9 @@
 namespace tessaline {
 
 // What a file's metadata says about its content, for noticing changes made by another
-// program. File-system clocks are coarse (a kernel tick), so two writes within one tick can
-// leave the modification date alone: compare whole stamps, which also hold size, change
-// time and inode (a rename over the file changes the inode), and treat a file modified
-// within a few milliseconds of being read as possibly changed again.
+// program (WatchedFile): two writes within one tick of the file-system clock can leave the
+// modification date alone, so a stamp also holds size, change time and inode (a rename over
+// the file changes the inode).
 struct FileStamp {
     Date modified{};  // st_mtim, to the nanosecond
     Date changed{};   // st_ctim
