@@ -2,6 +2,7 @@
 
 #include "support/AtomicFile.hpp"
 
+#include <algorithm>
 #include <system_error>
 
 namespace tessaline {
@@ -41,7 +42,20 @@ std::optional<std::string> ResponseHistory::record(const StoredResponse& respons
     if (list.size() > historyLimit) list.resize(historyLimit);
     try {
         atomicFile::createFolders(folder);
-        file.write(encodeHistory(list));
+        if (const auto theirs = file.write(encodeHistory(list))) {
+            // The other process recorded while ours was being written: keep both.
+            const auto ours = std::move(list);
+            take(id, {.bytes = *theirs});
+            auto& merged = lists[id];
+            for (const auto& recorded : ours) {
+                const auto same = [&](const StoredResponse& other) { return other.id == recorded.id; };
+                if (std::none_of(merged.begin(), merged.end(), same)) merged.push_back(recorded);
+            }
+            std::stable_sort(merged.begin(), merged.end(),
+                             [](const StoredResponse& a, const StoredResponse& b) { return a.sentAt > b.sentAt; });
+            if (merged.size() > historyLimit) merged.resize(historyLimit);
+            file.write(encodeHistory(merged));
+        }
         return std::nullopt;
     } catch (const std::exception& failure) {
         return std::string("Couldn't save the response history: ") + failure.what();

@@ -29,7 +29,8 @@ public:
     std::optional<StoredResponse> cachedLatest(const Uuid& requestID) const;
 
     // Puts the response in front of its request's list (after taking in what another
-    // process recorded meanwhile), keeps at most historyLimit, and writes the file. When the
+    // process recorded meanwhile, also while the file was being written), keeps at most
+    // historyLimit, and writes the file. When the
     // write fails, returns "Couldn't save the response history: " and the reason; the list
     // in memory keeps the response and the next record of that request writes it.
     std::optional<std::string> record(const StoredResponse& response);
