@@ -4,12 +4,9 @@
 #include "model/WorkspaceCoding.hpp"
 #include "storage/SampleWorkspace.hpp"
 #include "support/AtomicFile.hpp"
-
-#include <pwd.h>
-#include <unistd.h>
+#include "support/Platform.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <unordered_set>
 
 namespace tessaline {
@@ -19,12 +16,6 @@ namespace {
 using Lock = std::lock_guard<std::recursive_mutex>;
 
 std::string inCurlyQuotes(const std::string& name) { return "\u201C" + name + "\u201D"; }
-
-std::filesystem::path homeFolder() {
-    if (const char* home = std::getenv("HOME"); home && *home) return home;
-    if (const passwd* entry = ::getpwuid(::getuid()); entry && entry->pw_dir) return entry->pw_dir;
-    return std::filesystem::current_path();
-}
 
 // The item with that id anywhere in the workspace, with the id of its collection.
 std::optional<std::pair<CollectionItem, Uuid>> findItem(const Workspace& workspace, const Uuid& id) {
@@ -69,14 +60,7 @@ std::optional<Uuid> parentFolder(const std::vector<CollectionItem>& items, const
 
 }  // namespace
 
-std::filesystem::path WorkspaceStore::defaultFolder() {
-#ifdef __APPLE__
-    return homeFolder() / "Library" / "Application Support" / "Tessaline";
-#else
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data) return std::filesystem::path(data) / "Tessaline";
-    return homeFolder() / ".local" / "share" / "Tessaline";
-#endif
-}
+std::filesystem::path WorkspaceStore::defaultFolder() { return platform::userDataFolder() / "Tessaline"; }
 
 WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
     : folder(std::move(folderURL)),

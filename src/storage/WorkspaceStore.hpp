@@ -44,8 +44,7 @@ public:
     static constexpr std::chrono::milliseconds saveDelay{400};
     static constexpr std::chrono::seconds watchInterval{1};
 
-    // "Tessaline" in the user's data folder: ~/Library/Application Support on macOS,
-    // $XDG_DATA_HOME (or ~/.local/share) elsewhere.
+    // "Tessaline" in the user's data folder (platform::userDataFolder).
     static std::filesystem::path defaultFolder();
 
     // Creates the folder; its files are loaded on first use. A workspace file that exists but
