@@ -1,5 +1,6 @@
-# What `make install` and the Debian package hold besides the program: the manual page and,
-# in the documentation folder, the README, the Debian copyright file and the changelog.
+# What `make install` and the Debian package hold besides the program: the manual page; in
+# the documentation folder, the README, the Debian copyright file and the changelog; and
+# lintian's overrides, each with the reason it is right.
 # `cpack --preset release` (`make package`) turns the release build into
 # build/tessaline-mcp_<version>_amd64.deb.
 include(GNUInstallDirs)
@@ -31,6 +32,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessaline-mcp.1.gz DESTINATION ${CMAKE
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/README.md.gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
               packaging/copyright
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES packaging/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+        RENAME tessaline-mcp)
 
 set(TESSALINE_PACKAGE_MAINTAINER "tessaline-mcp maintainers <maintainers@tessaline.invalid>"
     CACHE STRING "The Maintainer field of the Debian package")
