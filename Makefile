@@ -4,7 +4,7 @@ PREFIX ?= /usr/local
 WERROR := $(if $(CI),ON,OFF)
 export TESSALINE_WERROR := $(WERROR)
 
-.PHONY: all deps test-deps release run dev test install bench fuzz clean
+.PHONY: all deps test-deps package-deps release run dev test install package bench fuzz clean
 
 all: release
 
@@ -14,6 +14,9 @@ deps:
 
 test-deps:
 	@scripts/install-deps.sh --test >&2
+
+package-deps:
+	@scripts/install-deps.sh --package >&2
 
 # Build output goes to stderr so that `make run` keeps stdout for the protocol.
 release: deps
@@ -30,6 +33,10 @@ test: test-deps
 
 install: release
 	cmake --install build/release --prefix $(PREFIX)
+
+# build/tessaline-mcp_<version>_amd64.deb, from the release build.
+package: package-deps release
+	cpack --preset release
 
 bench: test-deps
 	cmake --preset bench && cmake --build --preset bench

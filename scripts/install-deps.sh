@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and running the server need, and with --test
-# also what only the tests, fuzzers and benchmarks use. Installs nothing when all are
-# present. Runs apt-get directly as root and through sudo otherwise; never asks questions.
+# Installs the Debian packages that building and running the server need, with --test also
+# what only the tests, fuzzers and benchmarks use, and with --package what building and
+# checking the .deb uses. Installs nothing when all are present. Runs apt-get directly as root and through sudo otherwise; never asks questions.
 set -euo pipefail
 
 packages=(
@@ -20,6 +20,10 @@ if [ "${1:-}" = "--test" ]; then
   # source) keeps its own.
   command -v node >/dev/null 2>&1 || packages+=(nodejs)
   command -v npm >/dev/null 2>&1 || packages+=(npm)
+fi
+if [ "${1:-}" = "--package" ]; then
+  # dpkg-shlibdeps and file for CPack's Depends; lintian checks the result
+  packages+=(dpkg-dev file lintian)
 fi
 
 missing=()

@@ -1,6 +1,7 @@
 #include "app/CommandLine.hpp"
 
 #include "mcp/MCPServer.hpp"
+#include "support/Version.hpp"
 
 #include <algorithm>
 
@@ -21,16 +22,15 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments) {
 }
 
 std::string CommandLine::versionLine() {
-    return "tessaline-mcp " + std::string(MCPServer::serverVersion) + " (MCP " +
+    return "tessaline-mcp " + std::string(projectVersion()) + " (MCP " +
            std::string(MCPServer::protocolVersion) + ")";
 }
 
-// The help text keeps the folder of the platform the product was first made for; the
-// README says where the folder is elsewhere.
-std::string CommandLine::usage() const {
+std::string CommandLine::usage(const std::filesystem::path& defaultFolder) const {
     return "tessaline-mcp \u2014 Model Context Protocol server for Tessaline (stdio).\n"
-           "  --workspace <folder>   use a different workspace folder (default: ~/Library/Application "
-           "Support/Tessaline)\n"
+           "  --workspace <folder>   use a different workspace folder (default: " +
+           defaultFolder.string() +
+           ")\n"
            "  --tools                print the tool list and exit\n"
            "Register:  claude mcp add tessaline -- " +
            invocation;

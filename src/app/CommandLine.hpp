@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,7 +19,8 @@ struct CommandLine {
     static CommandLine parse(const std::vector<std::string>& arguments);
 
     static std::string versionLine();
-    std::string usage() const;
+    // The four lines of --help; they name the folder used when --workspace is not given.
+    std::string usage(const std::filesystem::path& defaultFolder) const;
 };
 
 }  // namespace tessaline

@@ -54,12 +54,13 @@ int main(int argc, char** argv) {
         writeLine(tessaline::CommandLine::versionLine());
         return 0;
     }
+    const auto defaultFolder = tessaline::WorkspaceStore::defaultFolder();
     if (commandLine.help) {
-        writeLine(commandLine.usage());
+        writeLine(commandLine.usage(defaultFolder));
         return 0;
     }
     tessaline::WorkspaceStore store(commandLine.workspace ? std::filesystem::path(*commandLine.workspace)
-                                                          : tessaline::WorkspaceStore::defaultFolder());
+                                                          : defaultFolder);
     tessaline::MCPServer server(store);
     if (commandLine.tools) {
         writeLine(tessaline::ToolCatalog::listing());

@@ -4,6 +4,7 @@
 #include "mcp/ToolCatalog.hpp"
 #include "support/CompactJSON.hpp"
 #include "support/Utf8.hpp"
+#include "support/Version.hpp"
 
 #include <algorithm>
 
@@ -88,7 +89,7 @@ json MCPServer::dispatch(const std::string& method, const json& params) {
     if (method == "initialize") {
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
-                {"serverInfo", {{"name", serverName}, {"version", serverVersion}}},
+                {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},
                 {"instructions", ToolCatalog::instructions}};
     }
     if (method == "ping") return json::object();

@@ -25,7 +25,6 @@ class MCPServer {
 public:
     static constexpr std::string_view protocolVersion = "2025-06-18";
     static constexpr std::string_view serverName = "tessaline";
-    static constexpr std::string_view serverVersion = "0.4.0";
     static constexpr int defaultBodyLimit = 20000;
 
     explicit MCPServer(WorkspaceStore& store);

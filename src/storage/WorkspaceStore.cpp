@@ -5,12 +5,9 @@
 #include "storage/SampleWorkspace.hpp"
 #include "storage/SnapshotName.hpp"
 #include "support/AtomicFile.hpp"
-
-#include <pwd.h>
-#include <unistd.h>
+#include "support/Platform.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <unordered_set>
 
 namespace tessaline {
@@ -18,12 +15,6 @@ namespace tessaline {
 namespace {
 
 std::string inCurlyQuotes(const std::string& name) { return "\u201C" + name + "\u201D"; }
-
-std::filesystem::path homeFolder() {
-    if (const char* home = std::getenv("HOME"); home && *home) return home;
-    if (const passwd* entry = ::getpwuid(::getuid()); entry && entry->pw_dir) return entry->pw_dir;
-    return std::filesystem::current_path();
-}
 
 // The record with that id, as a pointer of the list's constness.
 template <class Records>
@@ -50,14 +41,7 @@ std::string unreadableCopyName(Date now) {
 
 }  // namespace
 
-std::filesystem::path WorkspaceStore::defaultFolder() {
-#ifdef __APPLE__
-    return homeFolder() / "Library" / "Application Support" / "Tessaline";
-#else
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data) return std::filesystem::path(data) / "Tessaline";
-    return homeFolder() / ".local" / "share" / "Tessaline";
-#endif
-}
+std::filesystem::path WorkspaceStore::defaultFolder() { return platform::userDataFolder() / "Tessaline"; }
 
 WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
     : folder(std::move(folderURL)),

@@ -42,8 +42,7 @@ public:
     static constexpr std::size_t historyLimit = ResponseHistory::historyLimit;
     static constexpr std::chrono::seconds autoVersionInterval{600};
 
-    // "Tessaline" in the user's data folder: ~/Library/Application Support on macOS,
-    // $XDG_DATA_HOME (or ~/.local/share) elsewhere.
+    // "Tessaline" in the user's data folder (platform::userDataFolder).
     static std::filesystem::path defaultFolder();
 
     // Creates the folder (0700 where it is new); its files are loaded on first use. A folder

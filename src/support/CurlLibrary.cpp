@@ -1,6 +1,7 @@
 #include "support/CurlLibrary.hpp"
 
 #include "support/Error.hpp"
+#include "support/Platform.hpp"
 
 #include <dlfcn.h>
 
@@ -8,10 +9,6 @@
 
 namespace tessaline {
 namespace {
-
-// The file name libcurl's ABI has kept since 2006; the development package's unversioned
-// link is not installed everywhere the runtime library is.
-constexpr const char* libraryName = "libcurl.so.4";
 
 [[noreturn]] void fail(const char* what) {
     const char* reason = ::dlerror();
@@ -26,8 +23,8 @@ void resolve(void* library, const char* name, Function& function) {
 
 CurlLibrary load() {
     // Never closed: the functions stay in use until the process ends.
-    void* library = ::dlopen(libraryName, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) fail(libraryName);
+    void* library = ::dlopen(platform::curlLibraryName(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) fail(platform::curlLibraryName());
     CurlLibrary curl{};
     resolve(library, "curl_easy_init", curl.easyInit);
     resolve(library, "curl_easy_cleanup", curl.easyCleanup);

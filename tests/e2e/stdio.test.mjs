@@ -70,17 +70,22 @@ test('--version wins over --help and prints one line', async () => {
   assert.equal(stderr, '');
 });
 
-test('--help prints the four usage lines ending in the invocation path', async () => {
-  const { status, stdout } = await run(['--help']);
-  assert.equal(status, 0);
-  assert.equal(
-    stdout,
-    'tessaline-mcp \u2014 Model Context Protocol server for Tessaline (stdio).\n' +
-      '  --workspace <folder>   use a different workspace folder (default: ~/Library/Application Support/Tessaline)\n' +
-      '  --tools                print the tool list and exit\n' +
-      `Register:  claude mcp add tessaline -- ${binary}\n`,
-  );
-});
+for (const [environment, folder] of [
+  [{ HOME: '/home/someone', XDG_DATA_HOME: '' }, '/home/someone/.local/share/Tessaline'],
+  [{ HOME: '/home/someone', XDG_DATA_HOME: '/srv/data' }, '/srv/data/Tessaline'],
+]) {
+  test(`--help names the default folder ${folder} and ends in the invocation path`, async () => {
+    const { status, stdout } = await run(['--help'], '', environment);
+    assert.equal(status, 0);
+    assert.equal(
+      stdout,
+      'tessaline-mcp \u2014 Model Context Protocol server for Tessaline (stdio).\n' +
+        `  --workspace <folder>   use a different workspace folder (default: ${folder})\n` +
+        '  --tools                print the tool list and exit\n' +
+        `Register:  claude mcp add tessaline -- ${binary}\n`,
+    );
+  });
+}
 
 test('--tools opens the workspace folder, then lists the tools', async (t) => {
   const workspace = join(temporaryFolder(t), 'nested', 'folder');

@@ -1,0 +1,7 @@
+#include "support/Version.hpp"
+
+namespace tessaline {
+
+std::string_view projectVersion() { return TESSALINE_VERSION; }
+
+}  // namespace tessaline
