@@ -9,8 +9,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,12 +24,18 @@ public:
     static constexpr std::string_view protocolVersion = "2025-06-18";
     static constexpr std::string_view serverName = "tessaline";
     static constexpr std::string_view serverVersion = "0.4.0";
-    static constexpr int defaultBodyLimit = 20000;
+    // The longest input line read, in bytes; a longer one is answered with lineTooLong().
+    static constexpr std::size_t lineLengthLimit = 64 << 20;
+    // How deeply the params of tools/call may nest; a tool's arguments need a handful of levels.
+    static constexpr std::size_t paramsDepthLimit = 512;
 
     explicit MCPServer(WorkspaceStore& store);
 
     // The reply line without its line feed, or nothing for a notification.
     std::optional<std::string> handle(std::string_view line);
+
+    // The reply to a line longer than lineLengthLimit, which is not read.
+    static std::string lineTooLong();
 
     // The method table. Throws MCPError for unknown methods and tools.
     nlohmann::json dispatch(const std::string& method, const nlohmann::json& params);
@@ -44,8 +48,6 @@ public:
     static std::string encode(const nlohmann::json& reply);
 
 private:
-    using Handler = std::function<std::string(const nlohmann::json&)>;
-
     nlohmann::json callToolResult(const nlohmann::json& params);
 
     HTTPRunner runner;
@@ -53,8 +55,6 @@ private:
     SendingTools sendingTools;
     ConversionTools conversionTools;
     OAuthTools oauthTools;
-    // Tool name to handler; a catalogue tool missing here is not available in this build.
-    std::map<std::string, Handler, std::less<>> handlers;
 };
 
 }  // namespace tessaline

@@ -1,7 +1,7 @@
 #include "mcp/RequestFields.hpp"
 
 #include "interchange/FormEncoding.hpp"
-#include "mcp/MCPError.hpp"
+#include "mcp/ToolError.hpp"
 
 #include <algorithm>
 
@@ -42,7 +42,7 @@ std::vector<KeyValue> formPairs(const std::string& text) {
 BodyKind bodyKind(const std::string& name, bool allowNone) {
     const auto kind = fromRawValue<BodyKind>(name);
     if (kind && *kind != BodyKind::multipart && (allowNone || *kind != BodyKind::none)) return *kind;
-    throw MCPError::invalid(std::string("bodyKind must be json, text, xml") +
+    throw ToolError(std::string("bodyKind must be json, text, xml") +
                             (allowNone ? ", formURLEncoded or none" : " or formURLEncoded") + ", not " + name);
 }
 

@@ -2,10 +2,9 @@
 
 #include "http/RequestBuilder.hpp"
 #include "mcp/Blocking.hpp"
-#include "mcp/MCPError.hpp"
-#include "mcp/MCPServer.hpp"
 #include "mcp/RequestFields.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "oauth/CachedTokenLookup.hpp"
 #include "pipeline/HTTPStatus.hpp"
 #include "support/UnicodeText.hpp"
@@ -37,7 +36,7 @@ std::optional<json> embeddable(const std::string& text) {
 }
 
 long long bodyLimit(const json& arguments) {
-    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(MCPServer::defaultBodyLimit));
+    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(defaultBodyLimit));
 }
 
 }  // namespace
@@ -97,9 +96,9 @@ std::string SendingTools::sendRequest(const json& arguments) {
 std::string SendingTools::sendAdhoc(const json& arguments) {
     const auto methodName = args::text(arguments, "method");
     const auto url = args::text(arguments, "url");
-    if (!methodName || !url) throw MCPError::invalid("method and url are required");
+    if (!methodName || !url) throw ToolError("method and url are required");
     const auto method = requestFields::method(*methodName);
-    if (!method) throw MCPError::invalid(requestFields::unknownMethod(*methodName));
+    if (!method) throw ToolError(requestFields::unknownMethod(*methodName));
 
     APIRequest request;
     request.name = "adhoc";
@@ -116,7 +115,7 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
 std::string SendingTools::getLastResponse(const json& arguments) {
     const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
     const auto responses = store.responses(request.id);
-    if (responses.empty()) throw MCPError::invalid("No recorded response for " + request.name);
+    if (responses.empty()) throw ToolError("No recorded response for " + request.name);
     return args::pretty(describe(responses.front(), bodyLimit(arguments)));
 }
 

@@ -1,8 +1,8 @@
 #include "mcp/WorkspaceTools.hpp"
 
-#include "mcp/MCPError.hpp"
 #include "mcp/RequestFields.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "model/ItemTree.hpp"
 
 namespace tessaline {
@@ -70,13 +70,13 @@ json describeAuth(const Auth& auth) {
 
 std::string requiredCollection(const json& arguments) {
     const auto collection = args::text(arguments, "collection");
-    if (!collection) throw MCPError::invalid("collection is required (id or name)");
+    if (!collection) throw ToolError("collection is required (id or name)");
     return *collection;
 }
 
 HTTPMethod methodOrFail(const std::string& name) {
     const auto method = requestFields::method(name);
-    if (!method) throw MCPError::invalid(requestFields::unknownMethod(name));
+    if (!method) throw ToolError(requestFields::unknownMethod(name));
     return *method;
 }
 
@@ -142,7 +142,7 @@ std::string WorkspaceTools::createRequest(const json& arguments) {
     const std::string collectionName = requiredCollection(arguments);
     const auto name = args::text(arguments, "name");
     const auto url = args::text(arguments, "url");
-    if (!name || !url) throw MCPError::invalid("name and url are required");
+    if (!name || !url) throw ToolError("name and url are required");
 
     APIRequest request;
     request.name = *name;
@@ -226,7 +226,7 @@ std::string WorkspaceTools::listEnvironments(const json& arguments) {
 
 std::string WorkspaceTools::setActiveEnvironment(const json& arguments) {
     const auto name = args::text(arguments, "environment");
-    if (!name) throw MCPError::invalid("environment is required (a name, or empty for none)");
+    if (!name) throw ToolError("environment is required (a name, or empty for none)");
     if (name->empty()) {
         store.setActiveEnvironment(std::nullopt);
         store.saveNow();
@@ -241,7 +241,7 @@ std::string WorkspaceTools::setActiveEnvironment(const json& arguments) {
 std::string WorkspaceTools::setVariable(const json& arguments) {
     const auto key = args::text(arguments, "key");
     const auto value = args::text(arguments, "value");
-    if (!key || !value) throw MCPError::invalid("key and value are required");
+    if (!key || !value) throw ToolError("key and value are required");
     if (const auto collectionName = args::text(arguments, "collection")) {
         APICollection collection = lookup.findCollection(*collectionName);
         ToolLookup::upsert(collection.variables, *key, *value);

@@ -34,9 +34,6 @@ std::optional<long> hexQuad(std::string_view quad) {
     return negative ? -number : number;
 }
 
-bool isHighSurrogate(long unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(long unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-
 // One pass over the input with an explicit stack of open containers, so that nesting depth
 // costs heap, never call stack. Finished values wait on `elements` (and object keys on
 // `keys`) until their container closes and takes them in one move.
@@ -218,18 +215,22 @@ private:
         const std::optional<long> unit = bytes.size() - pos >= 4 ? hexQuad(bytes.substr(pos, 4)) : std::nullopt;
         if (!unit) fail(pos, "bad \\u escape");
         pos += 4;
-        long scalar = *unit;
-        if (isHighSurrogate(scalar) && bytes.size() - pos >= 6 && bytes.compare(pos, 2, "\\u") == 0) {
+        if (*unit < 0) {  // a sign the lenient reading lets through
+            scratch += utf8::replacementCharacter;
+            return;
+        }
+        char32_t scalar = static_cast<char32_t>(*unit);
+        if (utf8::isHighSurrogate(scalar) && bytes.size() - pos >= 6 && bytes.compare(pos, 2, "\\u") == 0) {
             const std::optional<long> low = hexQuad(bytes.substr(pos + 2, 4));
-            if (low && isLowSurrogate(*low)) {
-                scalar = 0x10000 + ((scalar - 0xD800) << 10) + (*low - 0xDC00);
+            if (low && utf8::isLowSurrogate(static_cast<char32_t>(*low))) {
+                scalar = utf8::scalarOfSurrogates(scalar, static_cast<char32_t>(*low));
                 pos += 6;
             }
         }
-        if (scalar < 0 || scalar > 0x10FFFF || isHighSurrogate(scalar) || isLowSurrogate(scalar)) {
+        if (utf8::isHighSurrogate(scalar) || utf8::isLowSurrogate(scalar)) {
             scratch += utf8::replacementCharacter;
         } else {
-            utf8::appendScalar(scratch, static_cast<char32_t>(scalar));
+            utf8::appendScalar(scratch, scalar);
         }
     }
 

@@ -20,8 +20,6 @@ namespace {
 }
 
 bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
-bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 // Whether a number that a double cannot hold is too large for one, rather than too close to
 // zero: the power of ten of its first significant digit is positive. `number` is valid JSON
@@ -211,13 +209,13 @@ private:
     // low half follows at once; a digit that rules that out is the fault ("\uDC" cannot
     // begin a valid string, nor can "\uD800\u0").
     void readUnicodeEscape() {
-        std::uint32_t unit = readHexQuad();
-        if (isLowSurrogate(unit)) failAt(pos_ - 3);
-        if (isHighSurrogate(unit)) {
+        char32_t unit = readHexQuad();
+        if (utf8::isLowSurrogate(unit)) failAt(pos_ - 3);
+        if (utf8::isHighSurrogate(unit)) {
             expectWord("\\u");
-            const std::uint32_t low = readHexQuad();
-            if (!isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
-            unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+            const char32_t low = readHexQuad();
+            if (!utf8::isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
+            unit = utf8::scalarOfSurrogates(unit, low);
         }
         utf8::appendScalar(document_.strings_, unit);
     }

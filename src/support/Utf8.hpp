@@ -26,6 +26,12 @@ void appendScalar(std::string& out, char32_t scalar);
 
 inline constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
+// The halves of a UTF-16 surrogate pair, as JSON's "\\u" escapes write a scalar beyond U+FFFF.
+constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+// The scalar a high and a low surrogate stand for together.
+constexpr char32_t scalarOfSurrogates(char32_t high, char32_t low) { return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00); }
+
 // The code point that starts a sequence and the number of bytes it takes. An ill-formed
 // sequence reads as U+FFFD taking its maximal subpart (at least one byte), as `repaired` reads it.
 struct CodePoint {

@@ -27,14 +27,6 @@ TEST_F(MCPServerTest, AnswersPingWithSortedKeys) {
     EXPECT_EQ(R"({"id":1,"jsonrpc":"2.0","result":{}})", reply(R"({"jsonrpc":"2.0","id":1,"method":"ping"})"));
 }
 
-TEST_F(MCPServerTest, EchoesIdsUnchanged) {
-    EXPECT_EQ(R"({"id":"abc","jsonrpc":"2.0","result":{}})", reply(R"({"id":"abc","method":"ping"})"));
-    EXPECT_EQ(R"({"id":-7,"jsonrpc":"2.0","result":{}})", reply(R"({"id":-7,"method":"ping"})"));
-    EXPECT_EQ(R"({"id":2.5,"jsonrpc":"2.0","result":{}})", reply(R"({"id":2.5,"method":"ping"})"));
-    EXPECT_EQ(R"({"id":{"a":[1,"x/y"]},"jsonrpc":"2.0","result":{}})",
-              reply(R"({"id":{"a":[1,"x/y"]},"method":"ping"})"));
-}
-
 TEST_F(MCPServerTest, RejectsWhatIsNotAJsonObject) {
     const std::string parseError = R"({"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"})";
     using namespace std::string_literals;
@@ -81,6 +73,17 @@ TEST_F(MCPServerTest, MapsToolCallFailures) {
               reply(R"({"id":1,"method":"tools/call","params":{"name":7}})"));
     EXPECT_EQ(R"({"error":{"code":-32601,"message":"Unknown tool: List_Collections"},"id":1,"jsonrpc":"2.0"})",
               reply(R"({"id":1,"method":"tools/call","params":{"name":"List_Collections"}})"));
+    const std::string deep = std::string(512, '[') + std::string(512, ']');
+    EXPECT_EQ(R"({"error":{"code":-32602,"message":"Invalid params: nested more than 512 levels deep"},"id":1,"jsonrpc":"2.0"})",
+              reply(R"({"id":1,"method":"tools/call","params":{"name":"ping","arguments":{"a":)" + deep + "}}}"));
+    EXPECT_EQ(R"({"error":{"code":-32602,"message":"Invalid params: a number is out of range"},"id":1,"jsonrpc":"2.0"})",
+              reply(R"({"id":1,"method":"tools/call","params":{"name":"list_requests","arguments":{"a":1e999}}})"));
+}
+
+TEST_F(MCPServerTest, AnswersALookupByAVeryLongName) {
+    const std::string name(4 << 20, 'N');
+    const json result = json::parse(reply(R"({"id":1,"method":"tools/call","params":{"name":"get_request","arguments":{"request":")" + name + R"("}}})"));
+    EXPECT_EQ("Error: No request matches " + name + ". Use list_requests.", result["result"]["content"][0]["text"]);
 }
 
 TEST_F(MCPServerTest, ReplacesInvalidUtf8BeforeParsing) {
