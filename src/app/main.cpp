@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
                                                           : tessaline::WorkspaceStore::defaultFolder());
     tessaline::MCPServer server(store);
     if (commandLine.tools) {
-        writeLine(tessaline::ToolCatalog::listing());
+        writeLine(tessaline::toolCatalog::listing());
         return 0;
     }
     serve(store, server);

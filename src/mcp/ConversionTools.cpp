@@ -45,7 +45,7 @@ std::string ConversionTools::importCurl(const json& arguments) {
         collectionName = collection.name;
     });
     store.saveNow();
-    return "Imported request " + request.name + " (" + std::string(rawValue(request.method)) + " " + request.url + ") into " +
+    return "Imported request " + request.name + " (" + std::string(toString(request.method)) + " " + request.url + ") into " +
            collectionName + ". id: " + request.id.text();
 }
 

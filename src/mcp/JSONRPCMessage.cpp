@@ -26,7 +26,7 @@ public:
     std::size_t position() const { return pos_; }
     bool atEnd() const { return pos_ == text_.size(); }
     bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
-    void skipWhitespace() { pos_ = bytescan::skipWhitespace(text_, pos_); }
+    void skipWhitespace() { pos_ = byteScan::skipWhitespace(text_, pos_); }
 
     void expect(char byte) {
         if (!atByte(byte)) throw NotJSON{};
@@ -119,7 +119,7 @@ private:
         expect('"');
         for (;;) {
             bool sawNonASCII = false;  // the line is valid UTF-8 already
-            pos_ = bytescan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
+            pos_ = byteScan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
             if (atByte('"')) break;
             expect('\\');  // anything else is a control character or the end
             skipEscape();
@@ -191,14 +191,14 @@ std::string withoutWhitespace(std::string_view json) {
     compact.reserve(json.size());
     for (std::size_t at = 0; at < json.size();) {
         if (json[at] != '"') {
-            if (!bytescan::whitespace[static_cast<unsigned char>(json[at])]) compact += json[at];
+            if (!byteScan::whitespace[static_cast<unsigned char>(json[at])]) compact += json[at];
             ++at;
             continue;
         }
         // A string, copied whole: its closing quote is the first one no backslash escapes.
         auto end = at + 1;
         bool sawNonASCII = false;
-        while (json[end = bytescan::findQuoteOrBackslash(json, end, sawNonASCII)] == '\\') end += 2;
+        while (json[end = byteScan::findQuoteOrBackslash(json, end, sawNonASCII)] == '\\') end += 2;
         compact.append(json, at, end + 1 - at);
         at = end + 1;
     }

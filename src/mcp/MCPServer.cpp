@@ -70,10 +70,10 @@ json MCPServer::dispatch(const std::string& method, const json& params) {
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
                 {"serverInfo", {{"name", serverName}, {"version", serverVersion}}},
-                {"instructions", ToolCatalog::instructions}};
+                {"instructions", toolCatalog::instructions}};
     }
     if (method == "ping") return json::object();
-    if (method == "tools/list") return {{"tools", ToolCatalog::definitions()}};
+    if (method == "tools/list") return {{"tools", toolCatalog::definitions()}};
     if (method == "tools/call") return callToolResult(params);
     if (method == "resources/list") return {{"resources", json::array()}};
     if (method == "resources/templates/list") return {{"resourceTemplates", json::array()}};
@@ -97,20 +97,20 @@ json MCPServer::callToolResult(const json& params) {
 }
 
 std::string MCPServer::callTool(const std::string& name, const json& arguments) {
-    const auto handler = ToolCatalog::handler(name);
+    const auto handler = toolCatalog::handler(name);
     if (!handler) throw MCPError::unknownTool(name);
     return std::visit(Overloaded{
-                          [&](ToolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
-                          [&](ToolCatalog::Run<SendingTools> run) { return (sendingTools.*run)(arguments); },
-                          [&](ToolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
-                          [&](ToolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
+                          [&](toolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
+                          [&](toolCatalog::Run<SendingTools> run) { return (sendingTools.*run)(arguments); },
+                          [&](toolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
+                          [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
                       },
                       *handler);
 }
 
 std::string MCPServer::encode(const json& reply) {
     try {
-        return CompactJSON::encode(reply);
+        return compactJSON::encode(reply);
     } catch (const std::exception&) {
         return "{}";
     }

@@ -25,7 +25,7 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
             Date now) {
     const bool valid = token.isUsable(now, OAuth2Service::leeway);
     json result = {{"owner", owner},
-                   {"grant", rawValue(config.grant)},
+                   {"grant", toString(config.grant)},
                    {"tokenUrl", config.tokenURL},
                    {"clientId", config.clientID},
                    {"tokenType", token.tokenType},

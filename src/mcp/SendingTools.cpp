@@ -45,11 +45,11 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
     json headers = json::object();
     for (const auto& header : response.headers) headers[header.key] = header.value;
     json summary = {{"status", response.status},
-                    {"statusText", HTTPStatus::reasonPhrase(static_cast<int>(response.status))},
+                    {"statusText", httpStatus::reasonPhrase(static_cast<int>(response.status))},
                     {"durationMs", static_cast<long long>(response.duration * 1000)},
                     {"bytes", response.body.size()},
                     {"url", response.url},
-                    {"method", rawValue(response.method)},
+                    {"method", toString(response.method)},
                     {"sentAt", iso8601(response.sentAt)},
                     {"headers", std::move(headers)}};
     if (response.error) summary["error"] = *response.error;

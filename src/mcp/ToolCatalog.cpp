@@ -2,7 +2,7 @@
 
 #include <map>
 
-namespace tessaline::ToolCatalog {
+namespace tessaline::toolCatalog {
 namespace {
 
 using nlohmann::json;
@@ -180,4 +180,4 @@ std::string listing() {
     return out;
 }
 
-}  // namespace tessaline::ToolCatalog
+}  // namespace tessaline::toolCatalog

@@ -13,7 +13,7 @@
 #include <variant>
 
 // The fixed list of tools the server offers, with the texts a language model reads.
-namespace tessaline::ToolCatalog {
+namespace tessaline::toolCatalog {
 
 // A member of a tool group that runs one tool: it takes the tool's arguments and returns the
 // text of its result.
@@ -34,4 +34,4 @@ extern const std::string instructions;
 // One line per tool, "name  —  description", without a trailing newline.
 std::string listing();
 
-}  // namespace tessaline::ToolCatalog
+}  // namespace tessaline::toolCatalog

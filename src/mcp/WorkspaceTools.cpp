@@ -21,7 +21,7 @@ json enabledRows(const std::vector<KeyValue>& rows) {
 }
 
 json describeBody(const RequestBody& body) {
-    json result = {{"kind", rawValue(body.kind)}};
+    json result = {{"kind", toString(body.kind)}};
     switch (body.kind) {
         case BodyKind::none:
             break;
@@ -39,7 +39,7 @@ json describeBody(const RequestBody& body) {
 }
 
 json describeAuth(const Auth& auth) {
-    json result = {{"kind", rawValue(auth.kind)}};
+    json result = {{"kind", toString(auth.kind)}};
     switch (auth.kind) {
         case AuthKind::none:
         case AuthKind::inherit:
@@ -54,11 +54,11 @@ json describeAuth(const Auth& auth) {
         case AuthKind::apiKey:
             result["name"] = auth.apiKeyName;
             result["value"] = auth.apiKeyValue;
-            result["in"] = rawValue(auth.apiKeyIn);
+            result["in"] = toString(auth.apiKeyIn);
             break;
         case AuthKind::oauth2:
             if (const auto& config = auth.oauth2) {
-                result["grant"] = rawValue(config->grant);
+                result["grant"] = toString(config->grant);
                 result["tokenURL"] = config->tokenURL;
                 result["clientID"] = config->clientID;
                 result["scope"] = config->scope;
@@ -85,7 +85,7 @@ HTTPMethod methodOrFail(const std::string& name) {
 json WorkspaceTools::describe(const APIRequest& request) {
     return {{"id", request.id.text()},
             {"name", request.name},
-            {"method", rawValue(request.method)},
+            {"method", toString(request.method)},
             {"url", request.url},
             {"query", enabledRows(request.query)},
             {"headers", enabledRows(request.headers)},
@@ -107,7 +107,7 @@ std::string WorkspaceTools::listCollections(const json&) {
                             {"requests", itemTree::requestCount(collection.items)},
                             {"baseUrl", collection.baseURL},
                             {"variables", std::move(variables)},
-                            {"defaultAuth", rawValue(collection.auth.kind)}});
+                            {"defaultAuth", toString(collection.auth.kind)}});
         }
     });
     return args::pretty(list);
@@ -125,7 +125,7 @@ std::string WorkspaceTools::listRequests(const json& arguments) {
                 for (const auto* folder : folders) path += " / " + folder->name;
                 list.push_back({{"id", request.id.text()},
                                 {"name", request.name},
-                                {"method", rawValue(request.method)},
+                                {"method", toString(request.method)},
                                 {"url", request.url},
                                 {"path", std::move(path)}});
             });

@@ -61,7 +61,7 @@ void write(JSONWriter& writer, const StoredResponse& response) {
     if (response.error) writer.key("error"), writer.value(*response.error);
     writer.key("headers"), write(writer, response.headers);
     writer.key("id"), writer.value(response.id.text());
-    writer.key("method"), writer.value(rawValue(response.method));
+    writer.key("method"), writer.value(toString(response.method));
     if (response.requestBody) writer.key("requestBody"), writer.value(*response.requestBody);
     writer.key("requestHeaders"), write(writer, response.requestHeaders);
     writer.key("requestID"), writer.value(response.requestID.text());

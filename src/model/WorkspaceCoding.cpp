@@ -7,7 +7,7 @@ namespace {
 
 template <class Enum>
 void writeRaw(JSONWriter& writer, Enum value) {
-    writer.value(rawValue(value));
+    writer.value(toString(value));
 }
 
 template <class Record>
@@ -37,7 +37,7 @@ std::vector<CollectionItem> decodeItems(const JSONReader& reader) { return reade
 
 }  // namespace
 
-// MARK: encoding (keys in ascending byte order, as the writer requires)
+// Writing the records. Keys go in ascending byte order, as the writer requires.
 
 std::string encodeWorkspace(const Workspace& workspace) {
     JSONWriter writer;
@@ -212,7 +212,7 @@ APICollection decodeAPICollection(const JSONReader& reader) {
 CollectionItem decodeCollectionItem(const JSONReader& reader) {
     const bool isFolder = reader.contains("folder");
     if (isFolder == reader.contains("request")) {
-        reader.fail(DecodingError::Kind::typeMismatch, "Invalid number of keys found, expected one.");
+        reader.fail(DecodingError::Kind::wrongType, "Invalid number of keys found, expected one.");
     }
     if (isFolder) return decodeFolder(reader.member("folder").member("_0"));
     return decodeAPIRequest(reader.member("request").member("_0"));

@@ -10,10 +10,10 @@
 #include <string_view>
 
 // The persisted JSON form of the workspace records. Keys are the field names; enumerations
-// are written as their raw values, UUIDs as upper-case text; an absent optional is left out.
+// are written as their strings (EnumStrings), UUIDs as upper-case text; an absent optional is left out.
 //
 // Reading is strict: every non-optional key must be present with a value of its type or the
-// whole document is rejected with a DecodingError that names the coding path. Unknown keys
+// whole document is rejected with a DecodingError that names the path to the value. Unknown keys
 // are ignored and null reads as absent. Two records are tolerant, so that documents from
 // before their later fields existed still load: APICollection needs only "id" and "name",
 // and every key of OAuth2Config is optional; missing keys take the defaults of the records.
@@ -68,13 +68,13 @@ APIEnvironment decodeAPIEnvironment(const JSONReader& reader);
 template <class Enum>
 Enum decodeEnum(const JSONReader& reader) {
     const auto text = reader.string();
-    if (const auto value = fromRawValue<Enum>(text)) return *value;
+    if (const auto value = parseEnum<Enum>(text)) return *value;
     std::string accepted;
-    for (const auto candidate : allCases<Enum>()) {
+    for (const auto candidate : enumValues<Enum>()) {
         accepted += accepted.empty() ? "" : ", ";
-        accepted += rawValue(candidate);
+        accepted += toString(candidate);
     }
-    reader.fail(DecodingError::Kind::dataCorrupted, "Unknown value “" + text + "”, expected one of " + accepted + ".");
+    reader.fail(DecodingError::Kind::malformed, "Unknown value “" + text + "”, expected one of " + accepted + ".");
 }
 
 }  // namespace tessaline

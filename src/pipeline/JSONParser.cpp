@@ -11,7 +11,7 @@
 namespace tessaline {
 namespace {
 
-constexpr std::array<bool, 256> numberBytes = bytescan::byteSet("0123456789+-.eE");
+constexpr std::array<bool, 256> numberBytes = byteScan::byteSet("0123456789+-.eE");
 
 int hexDigit(char byte) {
     if (byte >= '0' && byte <= '9') return byte - '0';
@@ -60,13 +60,13 @@ private:
     };
 
     [[noreturn]] static void fail(size_t offset, std::string message) {
-        throw JSONParser::ParseError(static_cast<std::ptrdiff_t>(offset), std::move(message));
+        throw jsonParser::ParseError(static_cast<std::ptrdiff_t>(offset), std::move(message));
     }
 
     bool atEnd() const { return pos == bytes.size(); }
     bool at(char byte) const { return pos < bytes.size() && bytes[pos] == byte; }
 
-    void skipWhitespace() { pos = bytescan::skipWhitespace(bytes, pos); }
+    void skipWhitespace() { pos = byteScan::skipWhitespace(bytes, pos); }
 
     // Pushes a complete value onto `elements`, or opens a non-empty container and returns
     // false with the cursor at its first value.
@@ -188,7 +188,7 @@ private:
     // were all ASCII.
     bool scanRun() {
         bool sawNonASCII = false;
-        pos = bytescan::findQuoteOrBackslash(bytes, pos, sawNonASCII);
+        pos = byteScan::findQuoteOrBackslash(bytes, pos, sawNonASCII);
         if (atEnd()) fail(pos, "unterminated string");
         return !sawNonASCII;
     }
@@ -244,14 +244,14 @@ private:
 
 }  // namespace
 
-JSONParser::ParseError::ParseError(std::ptrdiff_t offset, std::string message)
+jsonParser::ParseError::ParseError(std::ptrdiff_t offset, std::string message)
     : Error("Invalid JSON at byte " + std::to_string(offset) + ": " + message), at(offset), reason(std::move(message)) {}
 
-JSONValue JSONParser::parse(std::string_view bytes) {
+JSONValue jsonParser::parse(std::string_view bytes) {
     return Reader(bytes).document();
 }
 
-std::string JSONParser::serialize(const JSONValue& value, std::string_view indent, size_t level) {
+std::string jsonParser::serialize(const JSONValue& value, std::string_view indent, size_t level) {
     struct Open {
         const JSONValue* container;
         size_t next;
@@ -296,7 +296,7 @@ std::string JSONParser::serialize(const JSONValue& value, std::string_view inden
     return out;
 }
 
-std::string JSONParser::quote(std::string_view text) {
+std::string jsonParser::quote(std::string_view text) {
     static constexpr char hex[] = "0123456789abcdef";
     std::string out;
     out.reserve(text.size() + 2);

@@ -53,8 +53,8 @@ std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std:
     if (newestHolds(data)) return std::nullopt;
     try {
         std::error_code ignored;
-        std::filesystem::create_directories(folderURL_, ignored);
-        const auto url = folderURL_ / snapshotName::make(date, reason);
+        std::filesystem::create_directories(folder_, ignored);
+        const auto url = folder_ / snapshotName::make(date, reason);
         atomicFile::write(url, data);
         return parse(url);
     } catch (const std::exception&) {
@@ -65,7 +65,7 @@ std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std:
 std::vector<WorkspaceVersion> VersionArchive::list() const {
     std::vector<WorkspaceVersion> versions;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(folderURL_, error), end; !error && entry != end;
+    for (std::filesystem::directory_iterator entry(folder_, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code notAFile;
         if (!entry->is_regular_file(notAFile)) continue;

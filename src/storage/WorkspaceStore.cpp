@@ -78,8 +78,8 @@ std::filesystem::path WorkspaceStore::defaultFolder() {
 #endif
 }
 
-WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
-    : folder(std::move(folderURL)),
+WorkspaceStore::WorkspaceStore(std::filesystem::path folderPath, Clock now)
+    : folder(std::move(folderPath)),
       clock(std::move(now)),
       history(folder / "history"),
       archive(folder / "versions"),

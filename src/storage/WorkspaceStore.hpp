@@ -51,14 +51,14 @@ public:
     // Creates the folder; its files are loaded on first use. A workspace file that exists but
     // does not decode is left alone and an empty workspace is used; a folder without one gets
     // the sample.
-    explicit WorkspaceStore(std::filesystem::path folderURL, Clock now = systemClock());
+    explicit WorkspaceStore(std::filesystem::path folderPath, Clock now = systemClock());
     // Writes a save that is still waiting for its delay, and the sample into a new folder
     // that was never used.
     ~WorkspaceStore();
     WorkspaceStore(const WorkspaceStore&) = delete;
     WorkspaceStore& operator=(const WorkspaceStore&) = delete;
 
-    const std::filesystem::path& folderURL() const { return folder; }
+    const std::filesystem::path& folderPath() const { return folder; }
     std::filesystem::path workspaceFileURL() const { return folder / "workspace.json"; }
 
     // Reading.

@@ -15,7 +15,7 @@ static_assert(sizeof(JSONDocument::Node) == 16);
 namespace {
 
 [[noreturn]] void failAt(std::size_t offset) {
-    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+    throw DecodingError(DecodingError::Kind::malformed, "",
                         "The data is not valid JSON (error at offset " + std::to_string(offset) + ").");
 }
 
@@ -68,7 +68,7 @@ public:
 private:
     bool atEnd() const { return pos_ == text_.size(); }
     bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
-    void skipWhitespace() { pos_ = bytescan::skipWhitespace(text_, pos_); }
+    void skipWhitespace() { pos_ = byteScan::skipWhitespace(text_, pos_); }
     bool inObject() const { return open_.back().isObject; }
     std::uint32_t nextIndex() const { return static_cast<std::uint32_t>(document_.nodes_.size()); }
 
@@ -172,7 +172,7 @@ private:
         for (++pos_;;) {
             bool sawNonASCII = false;
             const auto start = pos_;
-            pos_ = bytescan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
+            pos_ = byteScan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
             const auto run = text_.substr(start, pos_ - start);
             if (sawNonASCII && !utf8::isValid(run)) failAt(start + utf8::firstIllFormedByte(run));
             strings.append(run);
@@ -289,7 +289,7 @@ private:
 
 JSONDocument JSONDocument::parse(std::string_view bytes) {
     if (bytes.size() >= std::numeric_limits<std::uint32_t>::max()) {
-        throw DecodingError(DecodingError::Kind::dataCorrupted, "", "The document is too large.");
+        throw DecodingError(DecodingError::Kind::malformed, "", "The document is too large.");
     }
     JSONDocument document;
     // Room for what pretty-printed files need, so that the buffers rarely move while they grow;

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// UTF-8 validation and repair. Text that reaches the system from outside (input lines,
-// response bodies, files) is turned into valid UTF-8 here, never rejected.
+// UTF-8 validation and repair. Text that comes from outside (input lines, response bodies,
+// files) is turned into valid UTF-8 here, never rejected.
 namespace tessaline::utf8 {
 
 bool isValid(std::string_view bytes);

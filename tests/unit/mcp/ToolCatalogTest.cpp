@@ -9,7 +9,7 @@ namespace {
 
 TEST(ToolCatalogTest, ListsSeventeenToolsInOrder) {
     std::vector<std::string> names;
-    for (const auto& tool : ToolCatalog::definitions()) names.push_back(tool["name"]);
+    for (const auto& tool : toolCatalog::definitions()) names.push_back(tool["name"]);
     EXPECT_EQ((std::vector<std::string>{"list_collections", "list_requests", "get_request", "send_request",
                                         "send_adhoc", "create_request", "update_request", "delete_request",
                                         "get_last_response", "list_environments", "set_active_environment",
@@ -19,7 +19,7 @@ TEST(ToolCatalogTest, ListsSeventeenToolsInOrder) {
 }
 
 TEST(ToolCatalogTest, DefinitionsSerialiseByteForByte) {
-    const auto& tools = ToolCatalog::definitions();
+    const auto& tools = toolCatalog::definitions();
     EXPECT_EQ(R"({"description":"List collections with their request counts and variable names.",)"
               R"("inputSchema":{"properties":{},"type":"object"},"name":"list_collections"})",
               MCPServer::encode(tools[0]));
@@ -40,7 +40,7 @@ TEST(ToolCatalogTest, DefinitionsSerialiseByteForByte) {
 }
 
 TEST(ToolCatalogTest, ListingHasOneLinePerTool) {
-    const std::string listing = ToolCatalog::listing();
+    const std::string listing = toolCatalog::listing();
     EXPECT_TRUE(listing.starts_with(
         "list_collections  \u2014  List collections with their request counts and variable names.\n"));
     EXPECT_TRUE(listing.substr(listing.rfind('\n') + 1).starts_with("oauth_token  \u2014  OAuth 2 token for a request"));

@@ -205,8 +205,8 @@ TEST(WorkspaceCodingTest, DecodingErrorKeepsKindPathAndDescription) {
         decodeWorkspace(withItem("{}"));
         FAIL();
     } catch (const DecodingError& error) {
-        EXPECT_EQ(DecodingError::Kind::typeMismatch, error.kind());
-        EXPECT_EQ("collections[0].items[0]", error.codingPath());
+        EXPECT_EQ(DecodingError::Kind::wrongType, error.kind());
+        EXPECT_EQ("collections[0].items[0]", error.path());
         EXPECT_EQ("Invalid number of keys found, expected one.", error.description());
     }
 }
