@@ -8,6 +8,7 @@
 #include "interchange/URLText.hpp"
 #include "support/CaseInsensitive.hpp"
 #include "support/JSONWriter.hpp"
+#include "support/Joined.hpp"
 #include "support/Overloaded.hpp"
 #include "support/Utf8.hpp"
 
@@ -31,15 +32,6 @@ std::vector<std::string> split(std::string_view text, char separator) {
         if (end == std::string_view::npos) return parts;
         start = end + 1;
     }
-}
-
-std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
-    std::string result;
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (i > 0) result += separator;
-        result += parts[i];
-    }
-    return result;
 }
 
 // A query key or value as it stands in the URL: the characters that would change how the

@@ -71,12 +71,6 @@ void write(JSONWriter& writer, const StoredResponse& response) {
     writer.endObject();
 }
 
-nlohmann::json toJSON(const StoredResponse& response) {
-    JSONWriter writer;
-    write(writer, response);
-    return nlohmann::json::parse(std::move(writer).text());
-}
-
 StoredResponse decodeStoredResponse(const JSONReader& reader) {
     const auto optionalText = [&reader](std::string_view key) -> std::optional<std::string> {
         if (const auto member = reader.optionalMember(key)) return member->string();

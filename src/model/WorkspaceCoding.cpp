@@ -17,13 +17,6 @@ void writeArray(JSONWriter& writer, const std::vector<Record>& records) {
     writer.endArray();
 }
 
-template <class Record>
-nlohmann::json treeOf(const Record& record) {
-    JSONWriter writer;
-    write(writer, record);
-    return nlohmann::json::parse(std::move(writer).text());
-}
-
 // Overwrites `field` with the member under key when it is there and not null.
 template <class Value, class Decode>
 void readOptional(const JSONReader& reader, std::string_view key, Value& field, Decode decode) {
@@ -167,19 +160,8 @@ void write(JSONWriter& writer, const APIEnvironment& environment) {
     writer.endObject();
 }
 
-nlohmann::json toJSON(const Workspace& workspace) { return treeOf(workspace); }
-nlohmann::json toJSON(const APICollection& collection) { return treeOf(collection); }
-nlohmann::json toJSON(const CollectionItem& item) { return treeOf(item); }
-nlohmann::json toJSON(const Folder& folder) { return treeOf(folder); }
-nlohmann::json toJSON(const APIRequest& request) { return treeOf(request); }
-nlohmann::json toJSON(const KeyValue& row) { return treeOf(row); }
-nlohmann::json toJSON(const std::vector<KeyValue>& rows) { return treeOf(rows); }
-nlohmann::json toJSON(const RequestBody& body) { return treeOf(body); }
-nlohmann::json toJSON(const Auth& auth) { return treeOf(auth); }
-nlohmann::json toJSON(const OAuth2Config& config) { return treeOf(config); }
-nlohmann::json toJSON(const APIEnvironment& environment) { return treeOf(environment); }
 
-// MARK: decoding
+// Reading the records.
 
 Workspace decodeWorkspace(std::string_view bytes) {
     const auto document = JSONDocument::parse(bytes);

@@ -36,19 +36,6 @@ void write(JSONWriter& writer, const Auth& auth);
 void write(JSONWriter& writer, const OAuth2Config& config);
 void write(JSONWriter& writer, const APIEnvironment& environment);
 
-// The same JSON as a tree, for embedding a record in another document.
-nlohmann::json toJSON(const Workspace& workspace);
-nlohmann::json toJSON(const APICollection& collection);
-nlohmann::json toJSON(const CollectionItem& item);
-nlohmann::json toJSON(const Folder& folder);
-nlohmann::json toJSON(const APIRequest& request);
-nlohmann::json toJSON(const KeyValue& row);
-nlohmann::json toJSON(const RequestBody& body);
-nlohmann::json toJSON(const Auth& auth);
-nlohmann::json toJSON(const OAuth2Config& config);
-nlohmann::json toJSON(const APIEnvironment& environment);
-nlohmann::json toJSON(const std::vector<KeyValue>& rows);
-
 Workspace decodeWorkspace(const JSONReader& reader);
 APICollection decodeAPICollection(const JSONReader& reader);
 // An item is {"folder": {"_0": {...}}} or {"request": {"_0": {...}}}: exactly one of the two

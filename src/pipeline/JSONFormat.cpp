@@ -132,8 +132,8 @@ void layOut(std::string_view text, std::string_view indent, std::string_view new
     LayoutPass<Emit>(text, indent, newline, space, emit).run();
 }
 
-std::string joined(std::string_view text, std::string_view indent, std::string_view newline,
-                   std::string_view space) {
+std::string laidOut(std::string_view text, std::string_view indent, std::string_view newline,
+                    std::string_view space) {
     std::string out;
     out.reserve(text.size() + text.size() / 2);
     layOut(text, indent, newline, space, [&out](TokenKind, std::string_view head, std::string_view tail) {
@@ -158,11 +158,11 @@ std::vector<JSONFormat::Token> JSONFormat::tokens(std::string_view text, std::st
 }
 
 std::string JSONFormat::prettyPrinted(std::string_view text, std::string_view indent) {
-    return joined(text, indent, "\n", " ");
+    return laidOut(text, indent, "\n", " ");
 }
 
 std::string JSONFormat::minified(std::string_view text) {
-    return joined(text, "", "", "");
+    return laidOut(text, "", "", "");
 }
 
 // The strict reader takes a NUL byte for the end of the text; valid JSON never holds one

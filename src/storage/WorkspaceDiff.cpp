@@ -1,6 +1,7 @@
 #include "storage/WorkspaceDiff.hpp"
 
 #include "model/ItemTree.hpp"
+#include "support/Joined.hpp"
 #include "support/Overloaded.hpp"
 
 #include <algorithm>
@@ -30,12 +31,6 @@ public:
 private:
     std::vector<std::string> names_;
 };
-
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const auto& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
 
 std::vector<std::string> environmentFields(const APIEnvironment& older, const APIEnvironment& newer) {
     return FieldList()
@@ -74,7 +69,7 @@ void compareByID(const std::vector<Record>& older, const std::vector<Record>& ne
         if (old == nullptr) {
             changes.push_back({Kind::added, entity, record.id, record.name, presence(record)});
         } else if (const auto differing = fields(*old, record); !differing.empty()) {
-            changes.push_back({Kind::modified, entity, record.id, record.name, joined(differing)});
+            changes.push_back({Kind::modified, entity, record.id, record.name, joined(differing, ", ")});
         }
     }
     for (const auto& record : older) {
@@ -100,7 +95,7 @@ public:
                 add(changes, Kind::moved, placed, "was in " + parentName(old->second));
             }
             if (const auto differing = itemFields(old->second.item, placed.item); !differing.empty()) {
-                add(changes, Kind::modified, placed, joined(differing));
+                add(changes, Kind::modified, placed, joined(differing, ", "));
             }
         }
         for (const auto& [id, placed] : older_) {
