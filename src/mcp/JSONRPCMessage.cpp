@@ -40,14 +40,14 @@ public:
     // One value after optional whitespace; returns how deeply its containers nest.
     std::size_t skipValue() {
         std::size_t depth = 0;
-        do {
+        for (;;) {
             skipWhitespace();
             if (openContainer()) {
                 depth = std::max(depth, open_.size());
-                continue;
+            } else if (!closeEndedContainers()) {
+                return depth;
             }
-        } while (closeEndedContainers());
-        return depth;
+        }
     }
 
     // A member's key and its colon, leaving the cursor before the value. Returns the key's

@@ -32,13 +32,19 @@ json params(const JSONRPCMessage& message) {
     return params;
 }
 
-// The reply line: keys sorted, so the outcome ("error" or "result") comes before "id", which
-// is written back as the message gave it; "{}" when the outcome cannot be serialised.
-std::string reply(std::string_view id, const char* outcome, json value) {
-    std::string line = MCPServer::encode({{outcome, std::move(value)}});
-    if (line == "{}") return line;
-    line.pop_back();
-    return line.append(",\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"}");
+// The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or
+// {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it;
+// "{}" when the outcome cannot be serialised.
+std::string reply(std::string_view id, std::string_view outcome, const json& value) {
+    std::string encoded;
+    try {
+        encoded = compactJSON::encode(value);
+    } catch (const json::exception&) {
+        return "{}";
+    }
+    const std::string envelope = std::string("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
+    if (outcome == "error") return "{\"error\":" + encoded + "," + envelope + "}";
+    return "{" + envelope + ",\"result\":" + encoded + "}";
 }
 
 }  // namespace
@@ -106,14 +112,6 @@ std::string MCPServer::callTool(const std::string& name, const json& arguments) 
                           [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
                       },
                       *handler);
-}
-
-std::string MCPServer::encode(const json& reply) {
-    try {
-        return compactJSON::encode(reply);
-    } catch (const std::exception&) {
-        return "{}";
-    }
 }
 
 }  // namespace tessaline

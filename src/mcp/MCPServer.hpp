@@ -44,9 +44,6 @@ public:
     // any other error for a failed tool, which dispatch turns into an isError result.
     std::string callTool(const std::string& name, const nlohmann::json& arguments);
 
-    // One line, keys sorted, slashes plain; "{}" when the value cannot be serialised.
-    static std::string encode(const nlohmann::json& reply);
-
 private:
     nlohmann::json callToolResult(const nlohmann::json& params);
 

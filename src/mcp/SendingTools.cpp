@@ -36,7 +36,7 @@ std::optional<json> embeddable(const std::string& text) {
 }
 
 long long bodyLimit(const json& arguments) {
-    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(defaultBodyLimit));
+    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(SendingTools::defaultBodyLimit));
 }
 
 }  // namespace

@@ -52,22 +52,24 @@ test('bytes that are not UTF-8 are replaced, not rejected', async (t) => {
 });
 
 test('ids come back exactly as written, whatever their size or form', async (t) => {
-  const ids = {
-    '123456789012345678901234567890': '123456789012345678901234567890',
-    '18446744073709551616': '18446744073709551616',
-    '-9223372036854775809': '-9223372036854775809',
-    '1e999': '1e999',
-    '-0': '-0',
-    '1.50': '1.50',
-    '2E-400': '2E-400',
-    '"a\\u00e9/b"': '"a\\u00e9/b"',
-    '{ "z" : [ 1.0 , " x y " ] , "a" : { } }': '{"z":[1.0," x y "],"a":{}}',
-    '['.repeat(100000) + ']'.repeat(100000): '['.repeat(100000) + ']'.repeat(100000),
-  };
-  const input = Object.keys(ids).map((id) => `{"jsonrpc":"2.0","id":${id},"method":"ping"}\n`).join('');
+  const deep = '['.repeat(100000) + ']'.repeat(100000);
+  const ids = [
+    // [as written, as echoed]
+    ['123456789012345678901234567890', '123456789012345678901234567890'],
+    ['18446744073709551616', '18446744073709551616'],
+    ['-9223372036854775809', '-9223372036854775809'],
+    ['1e999', '1e999'],
+    ['-0', '-0'],
+    ['1.50', '1.50'],
+    ['2E-400', '2E-400'],
+    ['"a\\u00e9/b"', '"a\\u00e9/b"'],
+    ['{ "z" : [ 1.0 , " x y " ] , "a" : { } }', '{"z":[1.0," x y "],"a":{}}'],
+    [deep, deep],
+  ];
+  const input = ids.map(([id]) => `{"jsonrpc":"2.0","id":${id},"method":"ping"}\n`).join('');
   const { stdout, stderr } = await run(['--workspace', temporaryFolder(t)], input);
   assert.equal(stderr, '');
-  assert.deepEqual(stdout.trimEnd().split('\n'), Object.values(ids).map((id) => `{"id":${id},"jsonrpc":"2.0","result":{}}`));
+  assert.deepEqual(stdout.trimEnd().split('\n'), ids.map(([, echoed]) => `{"id":${echoed},"jsonrpc":"2.0","result":{}}`));
 });
 
 test('a line up to 64 MiB is answered; a longer one gets an error and the next line is read', async (t) => {

@@ -81,7 +81,7 @@ TEST_F(MCPServerTest, MapsToolCallFailures) {
 }
 
 TEST_F(MCPServerTest, AnswersALookupByAVeryLongName) {
-    const std::string name(4 << 20, 'N');
+    const std::string name(1 << 20, 'N');
     const json result = json::parse(reply(R"({"id":1,"method":"tools/call","params":{"name":"get_request","arguments":{"request":")" + name + R"("}}})"));
     EXPECT_EQ("Error: No request matches " + name + ". Use list_requests.", result["result"]["content"][0]["text"]);
 }
@@ -97,12 +97,6 @@ TEST_F(MCPServerTest, EchoesDeeplyNestedIdsWithoutExhaustingTheStack) {
     const std::string line = R"({"method":"ping","id":)" + id + R"(,"params":)" + std::string(depth, '[') +
                              std::string(depth, ']') + "}";
     EXPECT_EQ(R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{}})", reply(line));
-}
-
-TEST(MCPServerEncodeTest, WritesSlashesPlainAndFallsBackOnInvalidText) {
-    EXPECT_EQ(R"({"a":"https://x/y","b":[1,true,null]})",
-              MCPServer::encode(json{{"b", {1, true, nullptr}}, {"a", "https://x/y"}}));
-    EXPECT_EQ("{}", MCPServer::encode(json{{"a", "\xFF"}}));
 }
 
 }  // namespace

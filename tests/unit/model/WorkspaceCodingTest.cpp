@@ -124,9 +124,9 @@ TEST(WorkspaceCodingTest, CollectionWithOnlyIdAndNameTakesDefaultsAndIsWrittenIn
     EXPECT_EQ(Auth::none(), workspace.collections[0].auth);
     EXPECT_EQ("square.stack.3d.up.fill", workspace.collections[0].icon);
     EXPECT_EQ("indigo", workspace.collections[0].color);
-    const auto written = written(workspace.collections[0]);
-    EXPECT_EQ(9u, written.size());
-    EXPECT_EQ("X-API-Key", written["auth"]["apiKeyName"]);
+    const auto collection = written(workspace.collections[0]);
+    EXPECT_EQ(9u, collection.size());
+    EXPECT_EQ("X-API-Key", collection["auth"]["apiKeyName"]);
 }
 
 TEST(WorkspaceCodingTest, EmptyOAuth2ObjectIsTheDefaultConfiguration) {
