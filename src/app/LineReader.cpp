@@ -10,6 +10,12 @@ namespace {
 constexpr std::size_t blockSize = 1 << 16;
 }
 
+// The buffer never grows past the limit and a block, so it is reserved once: growing by
+// doubling would leave up to twice that in use. Pages not yet written cost nothing.
+LineReader::LineReader(int descriptor, std::size_t limit) : descriptor_(descriptor), limit_(limit) {
+    buffer_.reserve(limit + blockSize);
+}
+
 std::optional<LineReader::Line> LineReader::next() {
     bool tooLong = false;
     std::size_t searched = lineStart_;

@@ -17,7 +17,7 @@ public:
         bool tooLong = false;
     };
 
-    LineReader(int descriptor, std::size_t limit) : descriptor_(descriptor), limit_(limit) {}
+    LineReader(int descriptor, std::size_t limit);
 
     // The next line, or nothing at the end of input; a last line without a line feed counts.
     // The text stays valid until the next call.
