@@ -35,16 +35,24 @@ json params(const JSONRPCMessage& message) {
 // The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or
 // {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it;
 // "{}" when the outcome cannot be serialised.
-std::string reply(std::string_view id, std::string_view outcome, const json& value) {
+enum class Outcome { result, error };
+
+std::string reply(std::string_view id, Outcome outcome, const json& value) {
     std::string encoded;
     try {
         encoded = compactJSON::encode(value);
     } catch (const json::exception&) {
         return "{}";
     }
-    const std::string envelope = std::string("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
-    if (outcome == "error") return "{\"error\":" + encoded + "," + envelope + "}";
-    return "{" + envelope + ",\"result\":" + encoded + "}";
+    // One buffer: an id or a result may be most of a 64 MiB line.
+    std::string line;
+    line.reserve(encoded.size() + id.size() + 40);
+    line += '{';
+    if (outcome == Outcome::error) line.append("\"error\":").append(encoded).append(",");
+    line.append("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
+    if (outcome == Outcome::result) line.append(",\"result\":").append(encoded);
+    line += '}';
+    return line;
 }
 
 }  // namespace
@@ -55,20 +63,20 @@ MCPServer::MCPServer(WorkspaceStore& store)
 std::optional<std::string> MCPServer::handle(std::string_view line) {
     const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
     const auto message = JSONRPCMessage::read(repairedLine.empty() ? line : repairedLine);
-    if (!message) return reply("null", "error", errorObject(MCPError::parseError, "Parse error"));
+    if (!message) return reply("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));
     if (message->isNotification()) return std::nullopt;
     try {
-        return reply(message->id, "result", dispatch(message->method, params(*message)));
+        return reply(message->id, Outcome::result, dispatch(message->method, params(*message)));
     } catch (const MCPError& error) {
-        return reply(message->id, "error", errorObject(error.code(), error.message()));
+        return reply(message->id, Outcome::error, errorObject(error.code(), error.message()));
     } catch (const std::exception& error) {
-        return reply(message->id, "error", errorObject(MCPError::serverError, error.what()));
+        return reply(message->id, Outcome::error, errorObject(MCPError::serverError, error.what()));
     }
 }
 
 std::string MCPServer::lineTooLong() {
     const auto error = MCPError::lineTooLong(lineLengthLimit);
-    return reply("null", "error", errorObject(error.code(), error.message()));
+    return reply("null", Outcome::error, errorObject(error.code(), error.message()));
 }
 
 json MCPServer::dispatch(const std::string& method, const json& params) {

@@ -13,7 +13,7 @@ TEST(ModelRecordsTest, MethodsThatAllowABody) {
     EXPECT_EQ((std::vector<std::string_view>{"POST", "PUT", "PATCH", "DELETE", "OPTIONS"}), allowing);
 }
 
-TEST(ModelRecordsTest, RawValuesReadBackExactly) {
+TEST(ModelRecordsTest, EnumStringsReadBackExactly) {
     EXPECT_EQ(HTTPMethod::options, parseEnum<HTTPMethod>("OPTIONS"));
     EXPECT_FALSE(parseEnum<HTTPMethod>("get"));
     EXPECT_EQ(BodyKind::formURLEncoded, parseEnum<BodyKind>("formURLEncoded"));
