@@ -37,16 +37,11 @@ public:
         if (text_.substr(pos_).starts_with("\xEF\xBB\xBF")) pos_ += 3;
     }
 
-    // One value after optional whitespace; returns how deeply its containers nest.
+    // One value after optional whitespace; returns how many values it holds, itself included.
     std::size_t skipValue() {
-        std::size_t depth = 0;
-        for (;;) {
+        for (std::size_t count = 1;; ++count) {
             skipWhitespace();
-            if (openContainer()) {
-                depth = std::max(depth, open_.size());
-            } else if (!closeEndedContainers()) {
-                return depth;
-            }
+            if (!openContainer() && !closeEndedContainers()) return count;
         }
     }
 
@@ -227,13 +222,13 @@ std::optional<JSONRPCMessage> JSONRPCMessage::read(std::string_view line) {
             const auto key = stringText(scanner.skipKey());
             scanner.skipWhitespace();
             const auto start = scanner.position();
-            const auto depth = scanner.skipValue();
+            const auto count = scanner.skipValue();
             const auto value = line.substr(start, scanner.position() - start);
             if (key == "id") id = value;
             if (key == "method") message.method = value.starts_with('"') ? stringText(value) : "";
             if (key == "params") {
                 message.params = value;
-                message.paramsDepth = depth;
+                message.paramsValues = count;
             }
             scanner.skipWhitespace();
             more = scanner.atByte(',');

@@ -19,8 +19,8 @@ struct JSONRPCMessage {
     std::string method;
     // The source text of "params" (a view into the line); empty when absent.
     std::string_view params;
-    // How deeply containers nest in "params": 1 for an object of scalars.
-    std::size_t paramsDepth = 0;
+    // How many values "params" holds, itself and those in its containers at any depth.
+    std::size_t paramsValues = 0;
 
     // Nothing when the line is not one JSON object. A member that repeats counts by its last value.
     static std::optional<JSONRPCMessage> read(std::string_view line);

@@ -25,8 +25,8 @@ public:
     static MCPError lineTooLong(std::size_t limit) {
         return {invalidRequest, "Invalid Request: the line is longer than " + std::to_string(limit) + " bytes"};
     }
-    static MCPError paramsTooDeep(std::size_t limit) {
-        return {invalidParams, "Invalid params: nested more than " + std::to_string(limit) + " levels deep"};
+    static MCPError tooManyParams(std::size_t limit) {
+        return {invalidParams, "Invalid params: more than " + std::to_string(limit) + " values"};
     }
     static MCPError numberOutOfRange() { return {invalidParams, "Invalid params: a number is out of range"}; }
 

@@ -23,10 +23,10 @@ json toolResult(const std::string& text, bool isError) {
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
 // Only tools/call reads its params, so only there do they become a tree, and only when they
-// nest no deeper than a tool's arguments ever need.
+// hold no more values than a tool's arguments ever need.
 json params(const JSONRPCMessage& message) {
     if (message.method != "tools/call" || !message.params.starts_with('{')) return json::object();
-    if (message.paramsDepth > MCPServer::paramsDepthLimit) throw MCPError::paramsTooDeep(MCPServer::paramsDepthLimit);
+    if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
     json params = json::parse(message.params, nullptr, /*allow_exceptions=*/false);
     if (params.is_discarded()) throw MCPError::numberOutOfRange();
     return params;

@@ -26,8 +26,9 @@ public:
     static constexpr std::string_view serverVersion = "0.4.0";
     // The longest input line read, in bytes; a longer one is answered with lineTooLong().
     static constexpr std::size_t lineLengthLimit = 64 << 20;
-    // How deeply the params of tools/call may nest; a tool's arguments need a handful of levels.
-    static constexpr std::size_t paramsDepthLimit = 512;
+    // How many values the params of tools/call may hold, however they nest; a tool's arguments
+    // are a few dozen. Params are built as a tree, which takes far more memory than their text.
+    static constexpr std::size_t paramsValueLimit = 100000;
 
     explicit MCPServer(WorkspaceStore& store);
 

@@ -73,9 +73,15 @@ TEST_F(MCPServerTest, MapsToolCallFailures) {
               reply(R"({"id":1,"method":"tools/call","params":{"name":7}})"));
     EXPECT_EQ(R"({"error":{"code":-32601,"message":"Unknown tool: List_Collections"},"id":1,"jsonrpc":"2.0"})",
               reply(R"({"id":1,"method":"tools/call","params":{"name":"List_Collections"}})"));
-    const std::string deep = std::string(512, '[') + std::string(512, ']');
-    EXPECT_EQ(R"({"error":{"code":-32602,"message":"Invalid params: nested more than 512 levels deep"},"id":1,"jsonrpc":"2.0"})",
-              reply(R"({"id":1,"method":"tools/call","params":{"name":"ping","arguments":{"a":)" + deep + "}}}"));
+    // {"name":..,"arguments":{"a":[...]}} holds four values besides the array's elements.
+    const auto withElements = [](std::size_t count) {
+        std::string elements(2 * count - 1, ',');
+        for (std::size_t index = 0; index < elements.size(); index += 2) elements[index] = '0';
+        return R"({"id":1,"method":"tools/call","params":{"name":"list_requests","arguments":{"a":[)" + elements + "]}}}";
+    };
+    EXPECT_EQ(R"({"error":{"code":-32602,"message":"Invalid params: more than 100000 values"},"id":1,"jsonrpc":"2.0"})",
+              reply(withElements(99997)));
+    EXPECT_TRUE(json::parse(reply(withElements(99996))).contains("result"));
     EXPECT_EQ(R"({"error":{"code":-32602,"message":"Invalid params: a number is out of range"},"id":1,"jsonrpc":"2.0"})",
               reply(R"({"id":1,"method":"tools/call","params":{"name":"list_requests","arguments":{"a":1e999}}})"));
 }
