@@ -17,7 +17,7 @@ public:
         bool tooLong = false;
     };
 
-    LineReader(int descriptor, std::size_t limit);
+    LineReader(int input, std::size_t lineLimit);
 
     // The next line, or nothing at the end of input; a last line without a line feed counts.
     // The text stays valid until the next call.
@@ -27,10 +27,10 @@ private:
     // Appends the next block of input; false at its end (or on a read error).
     bool readBlock();
 
-    int descriptor_;
-    std::size_t limit_;
-    std::string buffer_;
-    std::size_t lineStart_ = 0;  // where the next line begins in buffer_
+    int descriptor;
+    std::size_t limit;
+    std::string buffer;
+    std::size_t lineStart = 0;  // where the next line begins in buffer
 };
 
 }  // namespace tessaline

@@ -21,20 +21,20 @@ bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 // one bit each (object or array), so nesting costs neither call stack nor much memory.
 class Scanner {
 public:
-    explicit Scanner(std::string_view text) : text_(text) {}
+    explicit Scanner(std::string_view json) : text(json) {}
 
-    std::size_t position() const { return pos_; }
-    bool atEnd() const { return pos_ == text_.size(); }
-    bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
-    void skipWhitespace() { pos_ = byteScan::skipWhitespace(text_, pos_); }
+    std::size_t position() const { return pos; }
+    bool atEnd() const { return pos == text.size(); }
+    bool atByte(char byte) const { return pos < text.size() && text[pos] == byte; }
+    void skipWhitespace() { pos = byteScan::skipWhitespace(text, pos); }
 
     void expect(char byte) {
         if (!atByte(byte)) throw NotJSON{};
-        ++pos_;
+        ++pos;
     }
 
     void skipByteOrderMark() {
-        if (text_.substr(pos_).starts_with("\xEF\xBB\xBF")) pos_ += 3;
+        if (text.substr(pos).starts_with("\xEF\xBB\xBF")) pos += 3;
     }
 
     // One value after optional whitespace; returns how many values it holds, itself included.
@@ -49,9 +49,9 @@ public:
     // source text, quotes included.
     std::string_view skipKey() {
         skipWhitespace();
-        const auto start = pos_;
+        const auto start = pos;
         skipString();
-        const auto key = text_.substr(start, pos_ - start);
+        const auto key = text.substr(start, pos - start);
         skipWhitespace();
         expect(':');
         return key;
@@ -62,34 +62,34 @@ private:
     // its first value; false when the value is complete.
     bool openContainer() {
         if (atEnd()) throw NotJSON{};
-        const char byte = text_[pos_];
+        const char byte = text[pos];
         if (byte != '{' && byte != '[') {
             skipScalar(byte);
             return false;
         }
-        ++pos_;
+        ++pos;
         skipWhitespace();
         if (atByte(byte == '{' ? '}' : ']')) {
-            ++pos_;
+            ++pos;
             return false;
         }
-        open_.push_back(byte == '{');
-        if (open_.back()) skipKey();
+        open.push_back(byte == '{');
+        if (open.back()) skipKey();
         return true;
     }
 
     // After a complete value: closes the containers that end here. True when another value
     // follows in an open container, with the cursor before it.
     bool closeEndedContainers() {
-        while (!open_.empty()) {
+        while (!open.empty()) {
             skipWhitespace();
             if (atByte(',')) {
-                ++pos_;
-                if (open_.back()) skipKey();
+                ++pos;
+                if (open.back()) skipKey();
                 return true;
             }
-            expect(open_.back() ? '}' : ']');
-            open_.pop_back();
+            expect(open.back() ? '}' : ']');
+            open.pop_back();
         }
         return false;
     }
@@ -105,8 +105,8 @@ private:
     }
 
     void skipWord(std::string_view word) {
-        if (!text_.substr(pos_).starts_with(word)) throw NotJSON{};
-        pos_ += word.size();
+        if (!text.substr(pos).starts_with(word)) throw NotJSON{};
+        pos += word.size();
     }
 
     // The cursor is on the opening quote.
@@ -114,19 +114,19 @@ private:
         expect('"');
         for (;;) {
             bool sawNonASCII = false;  // the line is valid UTF-8 already
-            pos_ = byteScan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
+            pos = byteScan::findQuoteBackslashOrControl(text, pos, sawNonASCII);
             if (atByte('"')) break;
             expect('\\');  // anything else is a control character or the end
             skipEscape();
         }
-        ++pos_;
+        ++pos;
     }
 
     // The cursor is after a backslash. A surrogate escape is valid only as the high half of a
     // pair whose low half follows at once.
     void skipEscape() {
         if (atEnd()) throw NotJSON{};
-        const char escaped = text_[pos_++];
+        const char escaped = text[pos++];
         if (escaped != 'u') {
             if (std::string_view("\"\\/bfnrt").find(escaped) == std::string_view::npos) throw NotJSON{};
             return;
@@ -140,44 +140,44 @@ private:
     }
 
     char32_t hexQuad() {
-        const auto quad = text_.substr(pos_, 4);
+        const auto quad = text.substr(pos, 4);
         std::uint32_t unit = 0;
         if (quad.size() < 4 || std::from_chars(quad.data(), quad.data() + 4, unit, 16).ptr != quad.data() + 4) {
             throw NotJSON{};
         }
-        pos_ += 4;
+        pos += 4;
         return unit;
     }
 
     // An optional minus, an integer part without leading zeros, an optional fraction and an
     // optional exponent, of any length and magnitude.
     void skipNumber() {
-        if (atByte('-')) ++pos_;
+        if (atByte('-')) ++pos;
         if (atByte('0')) {
-            ++pos_;
+            ++pos;
         } else {
             skipDigits();
         }
         if (atByte('.')) {
-            ++pos_;
+            ++pos;
             skipDigits();
         }
         if (atByte('e') || atByte('E')) {
-            ++pos_;
-            if (atByte('+') || atByte('-')) ++pos_;
+            ++pos;
+            if (atByte('+') || atByte('-')) ++pos;
             skipDigits();
         }
     }
 
     // One or more digits.
     void skipDigits() {
-        if (atEnd() || !isDigit(text_[pos_])) throw NotJSON{};
-        while (++pos_ < text_.size() && isDigit(text_[pos_])) {}
+        if (atEnd() || !isDigit(text[pos])) throw NotJSON{};
+        while (++pos < text.size() && isDigit(text[pos])) {}
     }
 
-    std::string_view text_;
-    std::size_t pos_ = 0;
-    std::vector<bool> open_;  // true for an object
+    std::string_view text;
+    std::size_t pos = 0;
+    std::vector<bool> open;  // true for an object
 };
 
 // Valid JSON text without the whitespace between its tokens.
