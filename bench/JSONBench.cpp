@@ -18,7 +18,7 @@ namespace {
 
 using tessaline::JSONDocument;
 using tessaline::JSONFormat;
-using tessaline::JSONParser;
+namespace jsonParser = tessaline::jsonParser;
 
 std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -96,7 +96,7 @@ void registerAll(const std::string& name, const std::string& bytes) {
             measure(state, bytes, operation);
         })->Unit(benchmark::kMillisecond);
     };
-    add("JSONParser::parse", [](const std::string& b) { return JSONParser::parse(b); });
+    add("jsonParser::parse", [](const std::string& b) { return jsonParser::parse(b); });
     add("nlohmann::json::parse", [](const std::string& b) { return nlohmann::json::parse(b); });
     add("JSONDocument::parse", [](const std::string& b) { return JSONDocument::parse(b); });
     add("JSONFormat::isValid", [](const std::string& b) { return JSONFormat::isValid(b); });

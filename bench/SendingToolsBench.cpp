@@ -1,6 +1,5 @@
 // The response summary of a 50 MB body: counting its characters, cutting it at the default
 // limit and writing the result. Goal: under 200 ms.
-#include "mcp/MCPServer.hpp"
 #include "mcp/SendingTools.hpp"
 
 #include <benchmark/benchmark.h>
@@ -19,14 +18,14 @@ StoredResponse largeResponse(const std::string& unit, const std::string& content
 
 void describeLargeJSON(benchmark::State& state) {
     const auto response = largeResponse(R"({"id":12345,"name":"item","tags":["a","b"]},)", "application/json");
-    for (auto _ : state) benchmark::DoNotOptimize(SendingTools::describe(response, MCPServer::defaultBodyLimit));
+    for (auto _ : state) benchmark::DoNotOptimize(SendingTools::describe(response, SendingTools::defaultBodyLimit));
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * response.body.size()));
 }
 BENCHMARK(describeLargeJSON)->Unit(benchmark::kMillisecond);
 
 void describeLargeText(benchmark::State& state) {
     const auto response = largeResponse("Gr\xC3\xBC\xC3\x9F" "e aus K\xC3\xB6ln \xF0\x9F\x91\x8B\r\n", "text/plain");
-    for (auto _ : state) benchmark::DoNotOptimize(SendingTools::describe(response, MCPServer::defaultBodyLimit));
+    for (auto _ : state) benchmark::DoNotOptimize(SendingTools::describe(response, SendingTools::defaultBodyLimit));
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * response.body.size()));
 }
 BENCHMARK(describeLargeText)->Unit(benchmark::kMillisecond);

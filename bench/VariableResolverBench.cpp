@@ -56,7 +56,7 @@ void sendOrderOfALongChain(benchmark::State& state) {
                                               .url = "{{@R" + std::to_string(i + 1) + ".body.token}}"});
     }
     const APIRequest root = *collection.items.front().request();
-    for (auto _ : state) benchmark::DoNotOptimize(ChainAnalyzer::sendOrder(root, collection));
+    for (auto _ : state) benchmark::DoNotOptimize(chainAnalyzer::sendOrder(root, collection));
 }
 BENCHMARK(sendOrderOfALongChain);
 

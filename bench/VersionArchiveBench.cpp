@@ -64,7 +64,7 @@ void diffSample(benchmark::State& state) {
     auto request = itemTree::allRequests(newer.collections[0].items).back();
     request.url += "?changed";
     itemTree::replaceRequest(newer.collections[0].items, request);
-    for (auto _ : state) benchmark::DoNotOptimize(WorkspaceDiff::changes(older, newer));
+    for (auto _ : state) benchmark::DoNotOptimize(workspaceDiff::changes(older, newer));
 }
 BENCHMARK(diffSample)->Unit(benchmark::kMicrosecond);
 

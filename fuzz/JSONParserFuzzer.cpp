@@ -7,7 +7,7 @@
 #include "pipeline/JSONParser.hpp"
 
 using tessaline::JSONFormat;
-using tessaline::JSONParser;
+namespace jsonParser = tessaline::jsonParser;
 using tessaline::JSONValue;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -15,13 +15,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The strict reader skips a byte order mark; the lenient parser does not.
     const bool isStrict = JSONFormat::isValid(input) && !input.starts_with("\xEF\xBB\xBF");
     try {
-        const JSONValue value = JSONParser::parse(input);
+        const JSONValue value = jsonParser::parse(input);
         // Indented output grows with depth times length; indent only small inputs.
-        const std::string serialized = JSONParser::serialize(value, size <= 4096 ? " " : "");
-        if (!(JSONParser::parse(serialized) == value)) __builtin_trap();
+        const std::string serialized = jsonParser::serialize(value, size <= 4096 ? " " : "");
+        if (!(jsonParser::parse(serialized) == value)) __builtin_trap();
         if (!(JSONValue(value) == value)) __builtin_trap();
         if (isStrict && !JSONFormat::isValid(serialized)) __builtin_trap();
-    } catch (const JSONParser::ParseError& error) {
+    } catch (const jsonParser::ParseError& error) {
         if (isStrict || error.offset() < 0 || static_cast<size_t>(error.offset()) > size) __builtin_trap();
     }
     return 0;

@@ -1,6 +1,10 @@
 // Arbitrary input lines for the JSON-RPC layer: never a crash or a hang, at most one reply
-// per line, and every reply is a JSON object.
+// per line, and every reply is one JSON object on one line. A line that nlohmann reads as a JSON object is
+// never answered with a parse error: the server reads lines with its own scanner, which must
+// accept at least what nlohmann accepts.
+#include "mcp/JSONRPCMessage.hpp"
 #include "mcp/MCPServer.hpp"
+#include "support/Utf8.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -14,7 +18,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // One workspace for the whole run, so that tool calls the fuzzer finds edit real files.
     static tessaline::WorkspaceStore store(std::filesystem::temp_directory_path() / "tessaline-fuzz-workspace");
     static tessaline::MCPServer server(store);
-    const auto reply = server.handle(std::string_view(reinterpret_cast<const char*>(data), size));
-    if (reply && !nlohmann::json::parse(*reply, nullptr, false).is_object()) std::abort();
+    const std::string_view line(reinterpret_cast<const char*>(data), size);
+    const auto reply = server.handle(line);
+    if (!reply) return 0;
+    // An echoed id may be a number nlohmann cannot hold, so the server's own scanner checks
+    // that the reply is one JSON object.
+    if (!tessaline::JSONRPCMessage::read(*reply) || reply->find('\n') != std::string::npos) std::abort();
+    const bool parseError = reply->starts_with(R"({"error":{"code":-32700,)");
+    const bool hasNul = line.find('\0') != std::string_view::npos;  // nlohmann stops reading at a NUL
+    if (parseError && !hasNul && nlohmann::json::parse(tessaline::utf8::repaired(line), nullptr, false).is_object()) {
+        std::abort();
+    }
     return 0;
 }

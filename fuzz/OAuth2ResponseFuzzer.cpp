@@ -1,7 +1,7 @@
 // Arbitrary bytes as what an authorization server or another program hands the OAuth 2 code:
 // a token endpoint's body at a success and an error status, a redirect URL, and the token
-// cache file. Never a crash or a hang; failures are only the system's own errors, and a
-// cache file that reads, once written, reads back to the same bytes.
+// cache file. Never a crash or a hang; the only failures are OAuth2Error and DecodingError,
+// and a cache file that reads, once written, reads back to the same bytes.
 #include "oauth/OAuth2Error.hpp"
 #include "oauth/OAuth2ResponseBody.hpp"
 #include "oauth/OAuth2TokenCache.hpp"

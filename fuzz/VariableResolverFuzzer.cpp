@@ -24,6 +24,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto resolved = resolver.resolve(text);
     if (text.find("{{") == std::string_view::npos && resolved != text) std::abort();
     resolver.unresolvedNames(text);
-    ChainAnalyzer::references(text);
+    chainAnalyzer::references(text);
     return 0;
 }

@@ -1,14 +1,16 @@
 #include "app/CommandLine.hpp"
+#include "app/LineReader.hpp"
 #include "mcp/MCPServer.hpp"
 #include "mcp/ToolCatalog.hpp"
 #include "storage/WorkspaceStore.hpp"
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -29,18 +31,17 @@ std::string_view trimBlanksAndTabs(std::string_view line) {
 // before reading the next. What the desktop client wrote meanwhile is taken in before every
 // line, empty ones included.
 void serve(tessaline::WorkspaceStore& store, tessaline::MCPServer& server) {
-    char* buffer = nullptr;
-    size_t capacity = 0;
-    ssize_t length;
-    while ((length = ::getline(&buffer, &capacity, stdin)) >= 0) {
-        std::string_view line(buffer, static_cast<size_t>(length));
-        if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+    tessaline::LineReader lines(STDIN_FILENO, tessaline::MCPServer::lineLengthLimit);
+    while (const auto line = lines.next()) {
         store.reloadIfChanged();
-        line = trimBlanksAndTabs(line);
-        if (line.empty()) continue;
-        if (const auto reply = server.handle(line); reply && !writeLine(*reply)) break;
+        if (line->tooLong) {
+            if (!writeLine(tessaline::MCPServer::lineTooLong())) break;
+            continue;
+        }
+        const auto text = trimBlanksAndTabs(line->text);
+        if (text.empty()) continue;
+        if (const auto reply = server.handle(text); reply && !writeLine(*reply)) break;
     }
-    std::free(buffer);
 }
 
 }  // namespace
@@ -63,7 +64,7 @@ int main(int argc, char** argv) {
                                                           : defaultFolder);
     tessaline::MCPServer server(store);
     if (commandLine.tools) {
-        writeLine(tessaline::ToolCatalog::listing());
+        writeLine(tessaline::toolCatalog::listing());
         return 0;
     }
     serve(store, server);

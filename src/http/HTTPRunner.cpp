@@ -11,7 +11,7 @@ namespace tessaline {
 namespace {
 
 CurlEasy::Request exchange(const ResolvedRequest& resolved, const APIRequest& original) {
-    CurlEasy::Request request{.method = std::string(rawValue(resolved.method)),
+    CurlEasy::Request request{.method = std::string(toString(resolved.method)),
                               .url = resolved.url,
                               .headers = resolved.headers,
                               .body = resolved.body,

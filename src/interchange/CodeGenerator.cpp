@@ -15,7 +15,7 @@ using Headers = std::vector<std::pair<std::string, std::string>>;
 using sourceLiteral::doubleQuoted;
 using sourceLiteral::shell;
 
-std::string method(const ResolvedRequest& request) { return std::string(rawValue(request.method)); }
+std::string method(const ResolvedRequest& request) { return std::string(toString(request.method)); }
 
 const std::string* header(const ResolvedRequest& request, std::string_view name) {
     for (const auto& [key, value] : request.headers) {
@@ -53,7 +53,7 @@ Headers merged(const Headers& headers) {
 
 bool isText(const std::string& body) { return utf8::isValid(body); }
 
-// MARK: shells
+// Shell commands.
 
 // Lines of a shell command, continued with backslashes.
 std::string shellCommand(const std::vector<std::string>& lines) {
@@ -112,7 +112,7 @@ std::string httpie(const ResolvedRequest& request) {
     return shellCommand(lines);
 }
 
-// MARK: scripts
+// Programs in other languages.
 
 std::string python(const ResolvedRequest& request) {
     const auto form = multipart(request);

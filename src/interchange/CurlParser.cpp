@@ -182,7 +182,7 @@ HTTPMethod Command::method() const {
     if (method_) {
         std::string upper = *method_;
         std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-        if (const auto method = fromRawValue<HTTPMethod>(upper)) return *method;
+        if (const auto method = parseEnum<HTTPMethod>(upper)) return *method;
         throw ImportError::unsupportedMethod(*method_);
     }
     if (head_) return HTTPMethod::head;

@@ -252,7 +252,7 @@ void Importer::addBody(APIRequest& request, const json& operation, const std::ve
 
 APIRequest Importer::request(const std::string& path, const std::string& method, const json& operation, const json& pathItem,
                              std::vector<KeyValue>& variables) const {
-    APIRequest request{.method = *fromRawValue<HTTPMethod>(method), .url = path, .notes = text(member(operation, "description"))};
+    APIRequest request{.method = *parseEnum<HTTPMethod>(method), .url = path, .notes = text(member(operation, "description"))};
     request.name = text(member(operation, "summary"));
     if (request.name.empty()) request.name = text(member(operation, "operationId"));
     if (request.name.empty()) request.name = requestName(request.method, path);

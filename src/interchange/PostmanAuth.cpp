@@ -149,7 +149,7 @@ std::optional<json> document(const Auth& auth) {
     if (auth.kind == AuthKind::apiKey || auth.apiKeyName != defaults.apiKeyName || auth.apiKeyValue != defaults.apiKeyValue ||
         auth.apiKeyIn != defaults.apiKeyIn) {
         object["apikey"] = json::array({attribute("key", auth.apiKeyName), attribute("value", auth.apiKeyValue),
-                                        attribute("in", std::string(rawValue(auth.apiKeyIn)))});
+                                        attribute("in", std::string(toString(auth.apiKeyIn)))});
     }
     if (auth.oauth2) object["oauth2"] = oauth2Attributes(*auth.oauth2);
     return object;

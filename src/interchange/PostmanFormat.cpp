@@ -8,6 +8,7 @@
 #include "interchange/URLText.hpp"
 #include "support/CaseInsensitive.hpp"
 #include "support/JSONWriter.hpp"
+#include "support/Joined.hpp"
 #include "support/Overloaded.hpp"
 #include "support/Utf8.hpp"
 
@@ -31,15 +32,6 @@ std::vector<std::string> split(std::string_view text, char separator) {
         if (end == std::string_view::npos) return parts;
         start = end + 1;
     }
-}
-
-std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
-    std::string result;
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (i > 0) result += separator;
-        result += parts[i];
-    }
-    return result;
 }
 
 // A query key or value as it stands in the URL: the characters that would change how the
@@ -68,7 +60,7 @@ json keyValues(const std::vector<KeyValue>& rows) {
     return list;
 }
 
-// MARK: export
+// Export to Postman Collection v2.1.
 
 json urlDocument(const APIRequest& request, bool hasBaseURL) {
     const bool relative = request.url.empty() || request.url.starts_with('/');
@@ -147,7 +139,7 @@ std::optional<json> bodyDocument(const RequestBody& body) {
     case BodyKind::text:
     case BodyKind::xml:
         document["mode"] = "raw";
-        document["options"] = {{"raw", {{"language", rawValue(body.kind)}}}};
+        document["options"] = {{"raw", {{"language", toString(body.kind)}}}};
         break;
     case BodyKind::formURLEncoded:
         document["mode"] = "urlencoded";
@@ -162,7 +154,7 @@ std::optional<json> bodyDocument(const RequestBody& body) {
 }
 
 json requestItem(const APIRequest& request, bool hasBaseURL) {
-    json document{{"method", rawValue(request.method)}, {"header", keyValues(request.headers)}, {"url", urlDocument(request, hasBaseURL)}};
+    json document{{"method", toString(request.method)}, {"header", keyValues(request.headers)}, {"url", urlDocument(request, hasBaseURL)}};
     if (auto body = bodyDocument(request.body)) document["body"] = std::move(*body);
     if (auto auth = postmanAuth::document(request.auth)) document["auth"] = std::move(*auth);
     if (!request.notes.empty()) document["description"] = request.notes;
@@ -190,7 +182,7 @@ json itemList(const std::vector<CollectionItem>& items, bool hasBaseURL) {
     return list;
 }
 
-// MARK: import
+// Import of Postman v2.x collections and environments.
 
 std::vector<KeyValue> rowsOf(const json& list, bool decode) {
     std::vector<KeyValue> rows;
@@ -333,7 +325,7 @@ APIRequest readRequest(const json& item, const std::optional<Auth>& folderAuth, 
     APIRequest request{.name = postmanValue::text(item, "name")};
     auto method = postmanValue::text(document, "method");
     std::transform(method.begin(), method.end(), method.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    request.method = fromRawValue<HTTPMethod>(method).value_or(HTTPMethod::get);
+    request.method = parseEnum<HTTPMethod>(method).value_or(HTTPMethod::get);
     // v2.0 allows the request to be just its URL.
     request.url = readURL(document.is_string() ? document : postmanValue::member(document, "url"), request.query);
     if (context.stripsBaseURL && request.url.starts_with(baseURLReference)) request.url.erase(0, baseURLReference.size());
@@ -344,7 +336,7 @@ APIRequest readRequest(const json& item, const std::optional<Auth>& folderAuth, 
     request.auth = auth.is_object() ? postmanAuth::read(auth) : folderAuth.value_or(Auth{.kind = AuthKind::inherit});
     if (request.name.empty()) request.name = requestName(request.method, request.url);
     request.notes = postmanValue::description(document);
-    if (!method.empty() && rawValue(request.method) != method) {
+    if (!method.empty() && toString(request.method) != method) {
         if (!request.notes.empty()) request.notes += '\n';
         request.notes.append("The method ").append(method).append(" is not supported; imported as GET.");
     }

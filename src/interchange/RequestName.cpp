@@ -6,7 +6,7 @@ namespace tessaline {
 
 std::string requestName(HTTPMethod method, std::string_view url) {
     const auto path = URLText::parse(url).path;
-    return std::string(rawValue(method)) + " " + (path.empty() ? "/" : path);
+    return std::string(toString(method)) + " " + (path.empty() ? "/" : path);
 }
 
 }  // namespace tessaline

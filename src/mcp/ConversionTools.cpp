@@ -4,9 +4,9 @@
 #include "interchange/CodeGenerator.hpp"
 #include "interchange/CurlParser.hpp"
 #include "interchange/PostmanFormat.hpp"
-#include "mcp/MCPError.hpp"
 #include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "oauth/CachedTokenLookup.hpp"
 
 namespace tessaline {
@@ -20,7 +20,7 @@ CodeGenerator::Target targetOrFail(const std::string& language) {
     if (const auto target = CodeGenerator::targetNamed(language)) return *target;
     std::string names;
     for (const auto target : CodeGenerator::targets) names += (names.empty() ? "" : ", ") + std::string(CodeGenerator::displayName(target));
-    throw MCPError::invalid("Unknown language. One of: " + names);
+    throw ToolError("Unknown language. One of: " + names);
 }
 
 }  // namespace
@@ -36,12 +36,12 @@ APICollection ConversionTools::importTarget(const json& arguments) {
 
 std::string ConversionTools::importCurl(const json& arguments) {
     const auto command = args::text(arguments, "curl");
-    if (!command) throw MCPError::invalid("curl is required");
+    if (!command) throw ToolError("curl is required");
     auto request = CurlParser::parse(*command);
     if (const auto name = args::text(arguments, "name")) request.name = *name;
     const auto collection = importTarget(arguments);
     store.addRequest(request, collection.id, std::nullopt);
-    return savedAnswer(store.saveNow(), "Imported request " + request.name + " (" + std::string(rawValue(request.method)) + " " +
+    return savedAnswer(store.saveNow(), "Imported request " + request.name + " (" + std::string(toString(request.method)) + " " +
                                             request.url + ") into " + collection.name + ". id: " + request.id.text());
 }
 
@@ -56,7 +56,7 @@ std::string ConversionTools::generateCode(const json& arguments) {
 
 std::string ConversionTools::exportPostman(const json& arguments) {
     const auto name = args::text(arguments, "collection");
-    if (!name) throw MCPError::invalid("collection is required (id or name)");
+    if (!name) throw ToolError("collection is required (id or name)");
     return PostmanFormat::exportCollection(lookup.findCollection(*name));
 }
 

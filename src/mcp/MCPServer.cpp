@@ -1,12 +1,13 @@
 #include "mcp/MCPServer.hpp"
 
+#include "mcp/JSONRPCMessage.hpp"
 #include "mcp/MCPError.hpp"
 #include "mcp/ToolCatalog.hpp"
 #include "support/CompactJSON.hpp"
+#include "support/Overloaded.hpp"
 #include "support/Utf8.hpp"
 #include "support/Version.hpp"
 
-#include <algorithm>
 
 namespace tessaline {
 
@@ -22,67 +23,61 @@ json toolResult(const std::string& text, bool isError) {
 
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
-bool isKnownTool(const std::string& name) {
-    const auto& tools = ToolCatalog::definitions();
-    return std::any_of(tools.begin(), tools.end(), [&](const json& tool) { return tool["name"] == name; });
+// Only tools/call reads its params, so only there do they become a tree, and only when they
+// hold no more values than a tool's arguments ever need.
+json params(const JSONRPCMessage& message) {
+    if (message.method != "tools/call" || !message.params.starts_with('{')) return json::object();
+    if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
+    json params = json::parse(message.params, nullptr, /*allow_exceptions=*/false);
+    if (params.is_discarded()) throw MCPError::numberOutOfRange();
+    return params;
+}
+
+// The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or
+// {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it;
+// "{}" when the outcome cannot be serialised.
+enum class Outcome { result, error };
+
+std::string reply(std::string_view id, Outcome outcome, const json& value) {
+    std::string encoded;
+    try {
+        encoded = compactJSON::encode(value);
+    } catch (const json::exception&) {
+        return "{}";
+    }
+    // One buffer: an id or a result may be most of a 64 MiB line.
+    std::string line;
+    line.reserve(encoded.size() + id.size() + 40);
+    line += '{';
+    if (outcome == Outcome::error) line.append("\"error\":").append(encoded).append(",");
+    line.append("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
+    if (outcome == Outcome::result) line.append(",\"result\":").append(encoded);
+    line += '}';
+    return line;
 }
 
 }  // namespace
 
 MCPServer::MCPServer(WorkspaceStore& store)
-    : workspaceTools(store), sendingTools(store, runner), conversionTools(store), oauthTools(store) {
-    const auto bind = [](auto* tools, std::string (std::remove_pointer_t<decltype(tools)>::*member)(const json&)) {
-        return [tools, member](const json& arguments) { return (tools->*member)(arguments); };
-    };
-    handlers = {
-        {"list_collections", bind(&workspaceTools, &WorkspaceTools::listCollections)},
-        {"list_requests", bind(&workspaceTools, &WorkspaceTools::listRequests)},
-        {"get_request", bind(&workspaceTools, &WorkspaceTools::getRequest)},
-        {"create_request", bind(&workspaceTools, &WorkspaceTools::createRequest)},
-        {"update_request", bind(&workspaceTools, &WorkspaceTools::updateRequest)},
-        {"delete_request", bind(&workspaceTools, &WorkspaceTools::deleteRequest)},
-        {"list_environments", bind(&workspaceTools, &WorkspaceTools::listEnvironments)},
-        {"set_active_environment", bind(&workspaceTools, &WorkspaceTools::setActiveEnvironment)},
-        {"set_variable", bind(&workspaceTools, &WorkspaceTools::setVariable)},
-        {"update_collection", bind(&workspaceTools, &WorkspaceTools::updateCollection)},
-        {"send_request", bind(&sendingTools, &SendingTools::sendRequest)},
-        {"send_adhoc", bind(&sendingTools, &SendingTools::sendAdhoc)},
-        {"get_last_response", bind(&sendingTools, &SendingTools::getLastResponse)},
-        {"import_curl", bind(&conversionTools, &ConversionTools::importCurl)},
-        {"generate_code", bind(&conversionTools, &ConversionTools::generateCode)},
-        {"export_postman", bind(&conversionTools, &ConversionTools::exportPostman)},
-        {"oauth_token", bind(&oauthTools, &OAuthTools::oauthToken)},
-    };
-}
+    : workspaceTools(store), sendingTools(store, runner), conversionTools(store), oauthTools(store) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) {
-    // A raw NUL byte is never valid JSON, but nlohmann's reader would take it for the end of
-    // the input and accept what stands before it.
-    json message = line.find('\0') == std::string_view::npos
-                       ? json::parse(utf8::repaired(line), nullptr, /*allow_exceptions=*/false)
-                       : json(json::value_t::discarded);
-    if (!message.is_object()) {
-        return encode({{"jsonrpc", "2.0"}, {"id", nullptr}, {"error", errorObject(MCPError::parseError, "Parse error")}});
-    }
-    // The id is moved, never copied: it is echoed as it came, however deeply nested.
-    json id = message.contains("id") ? std::move(message["id"]) : json();
-    if (id.is_null()) return std::nullopt;
-    const json* methodValue = message.contains("method") ? &message["method"] : nullptr;
-    const std::string method = methodValue && methodValue->is_string() ? methodValue->get<std::string>() : "";
-    const json* paramsValue = message.contains("params") ? &message["params"] : nullptr;
-    static const json emptyParams = json::object();
-    const json& params = paramsValue && paramsValue->is_object() ? *paramsValue : emptyParams;
-
-    json reply = {{"jsonrpc", "2.0"}};
+    const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
+    const auto message = JSONRPCMessage::read(repairedLine.empty() ? line : repairedLine);
+    if (!message) return reply("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));
+    if (message->isNotification()) return std::nullopt;
     try {
-        reply["result"] = dispatch(method, params);
+        return reply(message->id, Outcome::result, dispatch(message->method, params(*message)));
     } catch (const MCPError& error) {
-        reply["error"] = errorObject(error.code(), error.message());
+        return reply(message->id, Outcome::error, errorObject(error.code(), error.message()));
     } catch (const std::exception& error) {
-        reply["error"] = errorObject(MCPError::serverError, error.what());
+        return reply(message->id, Outcome::error, errorObject(MCPError::serverError, error.what()));
     }
-    reply["id"] = std::move(id);
-    return encode(reply);
+}
+
+std::string MCPServer::lineTooLong() {
+    const auto error = MCPError::lineTooLong(lineLengthLimit);
+    return reply("null", Outcome::error, errorObject(error.code(), error.message()));
 }
 
 json MCPServer::dispatch(const std::string& method, const json& params) {
@@ -90,10 +85,10 @@ json MCPServer::dispatch(const std::string& method, const json& params) {
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
                 {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},
-                {"instructions", ToolCatalog::instructions}};
+                {"instructions", toolCatalog::instructions}};
     }
     if (method == "ping") return json::object();
-    if (method == "tools/list") return {{"tools", ToolCatalog::definitions()}};
+    if (method == "tools/list") return {{"tools", toolCatalog::definitions()}};
     if (method == "tools/call") return callToolResult(params);
     if (method == "resources/list") return {{"resources", json::array()}};
     if (method == "resources/templates/list") return {{"resourceTemplates", json::array()}};
@@ -103,33 +98,29 @@ json MCPServer::dispatch(const std::string& method, const json& params) {
 
 json MCPServer::callToolResult(const json& params) {
     const auto name = params.find("name");
-    if (name == params.end() || !name->is_string()) throw MCPError::invalid("Missing tool name");
+    if (name == params.end() || !name->is_string()) throw MCPError::missingToolName();
     const auto arguments = params.find("arguments");
     static const json noArguments = json::object();
     try {
         return toolResult(callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments),
                           false);
-    } catch (const MCPError& error) {
-        if (error.code() == MCPError::methodNotFound) throw;
-        return toolResult("Error: " + error.message(), true);
+    } catch (const MCPError&) {
+        throw;  // an unknown tool is a JSON-RPC error
     } catch (const std::exception& error) {
         return toolResult(std::string("Error: ") + error.what(), true);
     }
 }
 
 std::string MCPServer::callTool(const std::string& name, const json& arguments) {
-    if (!isKnownTool(name)) throw MCPError::unknownTool(name);
-    const auto handler = handlers.find(name);
-    if (handler == handlers.end()) throw Error("The " + name + " tool is not available in this build yet.");
-    return handler->second(arguments);
-}
-
-std::string MCPServer::encode(const json& reply) {
-    try {
-        return CompactJSON::encode(reply);
-    } catch (const std::exception&) {
-        return "{}";
-    }
+    const auto handler = toolCatalog::handler(name);
+    if (!handler) throw MCPError::unknownTool(name);
+    return std::visit(Overloaded{
+                          [&](toolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
+                          [&](toolCatalog::Run<SendingTools> run) { return (sendingTools.*run)(arguments); },
+                          [&](toolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
+                          [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
+                      },
+                      *handler);
 }
 
 }  // namespace tessaline

@@ -9,8 +9,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,12 +23,19 @@ class MCPServer {
 public:
     static constexpr std::string_view protocolVersion = "2025-06-18";
     static constexpr std::string_view serverName = "tessaline";
-    static constexpr int defaultBodyLimit = 20000;
+    // The longest input line read, in bytes; a longer one is answered with lineTooLong().
+    static constexpr std::size_t lineLengthLimit = 64 << 20;
+    // How many values the params of tools/call may hold, however they nest; a tool's arguments
+    // are a few dozen. Params are built as a tree, which takes far more memory than their text.
+    static constexpr std::size_t paramsValueLimit = 100000;
 
     explicit MCPServer(WorkspaceStore& store);
 
     // The reply line without its line feed, or nothing for a notification.
     std::optional<std::string> handle(std::string_view line);
+
+    // The reply to a line longer than lineLengthLimit, which is not read.
+    static std::string lineTooLong();
 
     // The method table. Throws MCPError for unknown methods and tools.
     nlohmann::json dispatch(const std::string& method, const nlohmann::json& params);
@@ -39,12 +44,7 @@ public:
     // any other error for a failed tool, which dispatch turns into an isError result.
     std::string callTool(const std::string& name, const nlohmann::json& arguments);
 
-    // One line, keys sorted, slashes plain; "{}" when the value cannot be serialised.
-    static std::string encode(const nlohmann::json& reply);
-
 private:
-    using Handler = std::function<std::string(const nlohmann::json&)>;
-
     nlohmann::json callToolResult(const nlohmann::json& params);
 
     HTTPRunner runner;
@@ -52,8 +52,6 @@ private:
     SendingTools sendingTools;
     ConversionTools conversionTools;
     OAuthTools oauthTools;
-    // Tool name to handler; a catalogue tool missing here is not available in this build.
-    std::map<std::string, Handler, std::less<>> handlers;
 };
 
 }  // namespace tessaline

@@ -2,9 +2,9 @@
 
 #include "http/RequestBuilder.hpp"
 #include "mcp/Blocking.hpp"
-#include "mcp/MCPError.hpp"
 #include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "mcp/WorkspaceTools.hpp"
 #include "oauth/OAuth2ResolvedConfig.hpp"
 
@@ -26,7 +26,7 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
             Date now) {
     const bool valid = token.isUsable(now, OAuth2Service::leeway);
     json result = {{"owner", owner},
-                   {"grant", rawValue(config.grant)},
+                   {"grant", toString(config.grant)},
                    {"tokenUrl", config.tokenURL},
                    {"clientId", config.clientID},
                    {"tokenType", token.tokenType},
@@ -57,10 +57,10 @@ std::string OAuthTools::oauthToken(const json& arguments) {
         const APICollection collection = lookup.findCollection(*collectionName);
         target = {collection.name, collection.auth, store.resolver(collection)};
     } else {
-        throw MCPError::invalid("Pass request or collection");
+        throw ToolError("Pass request or collection");
     }
     if (target.auth.kind != AuthKind::oauth2) {
-        throw MCPError::invalid(target.name + " uses " + std::string(label(target.auth.kind)) + ", not OAuth 2.0.");
+        throw ToolError(target.name + " uses " + std::string(label(target.auth.kind)) + ", not OAuth 2.0.");
     }
 
     const OAuth2Config settings = target.auth.oauth2.value_or(OAuth2Config{});
@@ -88,7 +88,7 @@ std::string OAuthTools::oauthToken(const json& arguments) {
         cache.remove(key);
         return savedAnswer({.failure = cache.saveFailure()}, "Cleared the cached OAuth 2 token for " + target.name);
     }
-    throw MCPError::invalid("action must be status, refresh, new or clear");
+    throw ToolError("action must be status, refresh, new or clear");
 }
 
 }  // namespace tessaline

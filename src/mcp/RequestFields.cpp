@@ -1,7 +1,7 @@
 #include "mcp/RequestFields.hpp"
 
 #include "interchange/FormEncoding.hpp"
-#include "mcp/MCPError.hpp"
+#include "mcp/ToolError.hpp"
 
 #include <algorithm>
 
@@ -10,14 +10,14 @@ namespace tessaline::requestFields {
 std::optional<HTTPMethod> method(const std::string& name) {
     std::string upper = name;
     std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
-    return fromRawValue<HTTPMethod>(upper);
+    return parseEnum<HTTPMethod>(upper);
 }
 
 std::string unknownMethod(const std::string& name) {
     std::string names;
-    for (const auto candidate : allCases<HTTPMethod>()) {
+    for (const auto candidate : enumValues<HTTPMethod>()) {
         names += names.empty() ? "" : ", ";
-        names += rawValue(candidate);
+        names += toString(candidate);
     }
     return "Unknown method " + name + ". Use one of: " + names + ".";
 }
@@ -40,9 +40,9 @@ std::vector<KeyValue> formPairs(const std::string& text) {
 }
 
 BodyKind bodyKind(const std::string& name, bool allowNone) {
-    const auto kind = fromRawValue<BodyKind>(name);
+    const auto kind = parseEnum<BodyKind>(name);
     if (kind && *kind != BodyKind::multipart && (allowNone || *kind != BodyKind::none)) return *kind;
-    throw MCPError::invalid(std::string("bodyKind must be json, text, xml") +
+    throw ToolError(std::string("bodyKind must be json, text, xml") +
                             (allowNone ? ", formURLEncoded or none" : " or formURLEncoded") + ", not " + name);
 }
 

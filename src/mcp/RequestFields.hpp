@@ -22,7 +22,7 @@ std::string unknownMethod(const std::string& name);
 std::vector<KeyValue> formPairs(const std::string& text);
 
 // The body kind for one of the names "json", "text", "xml", "formURLEncoded" (and "none"
-// when `allowNone`); throws MCPError(-32602) naming the accepted ones otherwise.
+// when `allowNone`); throws ToolError naming the accepted ones otherwise.
 BodyKind bodyKind(const std::string& name, bool allowNone);
 
 // Sets the body's text and, for a form kind, its rows from that text.

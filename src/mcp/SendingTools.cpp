@@ -2,11 +2,10 @@
 
 #include "http/RequestBuilder.hpp"
 #include "mcp/Blocking.hpp"
-#include "mcp/MCPError.hpp"
-#include "mcp/MCPServer.hpp"
 #include "mcp/RequestFields.hpp"
 #include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "oauth/CachedTokenLookup.hpp"
 #include "pipeline/HTTPStatus.hpp"
 #include "support/UnicodeText.hpp"
@@ -38,7 +37,7 @@ std::optional<json> embeddable(const std::string& text) {
 }
 
 long long bodyLimit(const json& arguments) {
-    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(MCPServer::defaultBodyLimit));
+    return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(SendingTools::defaultBodyLimit));
 }
 
 }  // namespace
@@ -47,11 +46,11 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
     json headers = json::object();
     for (const auto& header : response.headers) headers[header.key] = header.value;
     json summary = {{"status", response.status},
-                    {"statusText", HTTPStatus::reasonPhrase(static_cast<int>(response.status))},
+                    {"statusText", httpStatus::reasonPhrase(static_cast<int>(response.status))},
                     {"durationMs", static_cast<long long>(response.duration * 1000)},
                     {"bytes", response.body.size()},
                     {"url", response.url},
-                    {"method", rawValue(response.method)},
+                    {"method", toString(response.method)},
                     {"sentAt", iso8601(response.sentAt)},
                     {"headers", std::move(headers)}};
     if (response.error) summary["error"] = *response.error;
@@ -97,9 +96,9 @@ std::string SendingTools::sendRequest(const json& arguments) {
 std::string SendingTools::sendAdhoc(const json& arguments) {
     const auto methodName = args::text(arguments, "method");
     const auto url = args::text(arguments, "url");
-    if (!methodName || !url) throw MCPError::invalid("method and url are required");
+    if (!methodName || !url) throw ToolError("method and url are required");
     const auto method = requestFields::method(*methodName);
-    if (!method) throw MCPError::invalid(requestFields::unknownMethod(*methodName));
+    if (!method) throw ToolError(requestFields::unknownMethod(*methodName));
 
     APIRequest request;
     request.name = "adhoc";
@@ -116,7 +115,7 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
 std::string SendingTools::getLastResponse(const json& arguments) {
     const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
     const auto responses = store.responses(request.id);
-    if (responses.empty()) throw MCPError::invalid("No recorded response for " + request.name);
+    if (responses.empty()) throw ToolError("No recorded response for " + request.name);
     return args::pretty(describe(responses.front(), bodyLimit(arguments)));
 }
 

@@ -15,6 +15,9 @@ namespace tessaline {
 // message loop waits for them.
 class SendingTools {
 public:
+    // The characters of a response body shown when a call gives no maxBodyChars.
+    static constexpr int defaultBodyLimit = 20000;
+
     SendingTools(WorkspaceStore& workspaceStore, const HTTPRunner& httpRunner)
         : store(workspaceStore), runner(httpRunner), lookup(workspaceStore) {}
 

@@ -1,6 +1,6 @@
 #include "mcp/ToolLookup.hpp"
 
-#include "mcp/MCPError.hpp"
+#include "mcp/ToolError.hpp"
 #include "model/ItemTree.hpp"
 #include "support/CaseInsensitive.hpp"
 #include "support/UnicodeText.hpp"
@@ -11,18 +11,20 @@
 namespace tessaline {
 
 APIRequest ToolLookup::findRequest(const std::optional<std::string>& argument) const {
-    if (!argument) throw MCPError::invalid("request is required (id or name)");
+    if (!argument) throw ToolError("request is required (id or name)");
     const std::string& text = *argument;
     if (const auto id = Uuid::parse(text)) {
         if (auto request = store.request(*id)) return *request;
     }
+    // The argument is folded and lower-cased once, not once per request: it may be long.
+    const std::string foldedText = caseInsensitive::folded(text);
     const std::string needle = unicodeText::lowercased(text);
     std::vector<const APIRequest*> named;
     std::vector<const APIRequest*> partial;
     return store.read([&](const Workspace& workspace) -> APIRequest {
         for (const auto& collection : workspace.collections) {
             itemTree::forEachRequest(collection.items, [&](const APIRequest& request, const auto&) {
-                if (caseInsensitive::equal(request.name, text)) named.push_back(&request);
+                if (caseInsensitive::folded(request.name) == foldedText) named.push_back(&request);
                 if (unicodeText::lowercased(request.name).find(needle) != std::string::npos) partial.push_back(&request);
             });
         }
@@ -30,10 +32,10 @@ APIRequest ToolLookup::findRequest(const std::optional<std::string>& argument) c
         if (named.size() > 1) {
             std::string ids;
             for (const auto* request : named) ids += (ids.empty() ? "" : ", ") + request->id.text();
-            throw MCPError::invalid(std::to_string(named.size()) + " requests are named " + text + "; use an id: " + ids);
+            throw ToolError(std::to_string(named.size()) + " requests are named " + text + "; use an id: " + ids);
         }
         if (partial.size() == 1) return *partial.front();
-        throw MCPError::invalid("No request matches " + text + ". Use list_requests.");
+        throw ToolError("No request matches " + text + ". Use list_requests.");
     });
 }
 
@@ -45,14 +47,14 @@ APICollection ToolLookup::findCollection(const std::string& text) const {
         for (const auto& collection : workspace.collections) {
             if (caseInsensitive::equal(collection.name, text)) return collection;
         }
-        throw MCPError::invalid("No collection named " + text + ". Use list_collections.");
+        throw ToolError("No collection named " + text + ". Use list_collections.");
     });
 }
 
 APICollection ToolLookup::findOrCreateCollection(const std::string& text) const {
     try {
         return findCollection(text);
-    } catch (const MCPError&) {
+    } catch (const ToolError&) {
         APICollection collection;  // with the default icon and colour
         collection.name = text;
         store.addCollection(collection);
@@ -65,7 +67,7 @@ APIEnvironment ToolLookup::findEnvironment(const std::string& name) const {
         for (const auto& environment : workspace.environments) {
             if (caseInsensitive::equal(environment.name, name)) return environment;
         }
-        throw MCPError::invalid("No environment named " + name);
+        throw ToolError("No environment named " + name);
     });
 }
 

@@ -13,7 +13,7 @@
 namespace tessaline {
 
 // Turns an agent's "request", "collection" and "environment" arguments into workspace
-// records. Every failure is MCPError(-32602) with a message that tells the agent what to
+// records. Every failure is a ToolError with a message that tells the agent what to
 // do next. An ambiguous name never picks one of its matches.
 class ToolLookup {
 public:

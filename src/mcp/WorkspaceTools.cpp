@@ -1,9 +1,9 @@
 #include "mcp/WorkspaceTools.hpp"
 
-#include "mcp/MCPError.hpp"
 #include "mcp/RequestFields.hpp"
 #include "mcp/SavedAnswer.hpp"
 #include "mcp/ToolArguments.hpp"
+#include "mcp/ToolError.hpp"
 #include "model/ItemTree.hpp"
 
 namespace tessaline {
@@ -22,7 +22,7 @@ json enabledRows(const std::vector<KeyValue>& rows) {
 }
 
 json describeBody(const RequestBody& body) {
-    json result = {{"kind", rawValue(body.kind)}};
+    json result = {{"kind", toString(body.kind)}};
     switch (body.kind) {
         case BodyKind::none:
             break;
@@ -40,7 +40,7 @@ json describeBody(const RequestBody& body) {
 }
 
 json describeAuth(const Auth& auth) {
-    json result = {{"kind", rawValue(auth.kind)}};
+    json result = {{"kind", toString(auth.kind)}};
     switch (auth.kind) {
         case AuthKind::none:
         case AuthKind::inherit:
@@ -55,11 +55,11 @@ json describeAuth(const Auth& auth) {
         case AuthKind::apiKey:
             result["name"] = auth.apiKeyName;
             result["value"] = auth.apiKeyValue;
-            result["in"] = rawValue(auth.apiKeyIn);
+            result["in"] = toString(auth.apiKeyIn);
             break;
         case AuthKind::oauth2:
             if (const auto& config = auth.oauth2) {
-                result["grant"] = rawValue(config->grant);
+                result["grant"] = toString(config->grant);
                 result["tokenURL"] = config->tokenURL;
                 result["clientID"] = config->clientID;
                 result["scope"] = config->scope;
@@ -71,13 +71,13 @@ json describeAuth(const Auth& auth) {
 
 std::string requiredCollection(const json& arguments) {
     const auto collection = args::text(arguments, "collection");
-    if (!collection) throw MCPError::invalid("collection is required (id or name)");
+    if (!collection) throw ToolError("collection is required (id or name)");
     return *collection;
 }
 
 HTTPMethod methodOrFail(const std::string& name) {
     const auto method = requestFields::method(name);
-    if (!method) throw MCPError::invalid(requestFields::unknownMethod(name));
+    if (!method) throw ToolError(requestFields::unknownMethod(name));
     return *method;
 }
 
@@ -86,7 +86,7 @@ HTTPMethod methodOrFail(const std::string& name) {
 json WorkspaceTools::describe(const APIRequest& request) {
     return {{"id", request.id.text()},
             {"name", request.name},
-            {"method", rawValue(request.method)},
+            {"method", toString(request.method)},
             {"url", request.url},
             {"query", enabledRows(request.query)},
             {"headers", enabledRows(request.headers)},
@@ -108,7 +108,7 @@ std::string WorkspaceTools::listCollections(const json&) {
                             {"requests", itemTree::requestCount(collection.items)},
                             {"baseUrl", collection.baseURL},
                             {"variables", std::move(variables)},
-                            {"defaultAuth", rawValue(collection.auth.kind)}});
+                            {"defaultAuth", toString(collection.auth.kind)}});
         }
     });
     return args::pretty(list);
@@ -126,7 +126,7 @@ std::string WorkspaceTools::listRequests(const json& arguments) {
                 for (const auto* folder : folders) path += " / " + folder->name;
                 list.push_back({{"id", request.id.text()},
                                 {"name", request.name},
-                                {"method", rawValue(request.method)},
+                                {"method", toString(request.method)},
                                 {"url", request.url},
                                 {"path", std::move(path)}});
             });
@@ -143,7 +143,7 @@ std::string WorkspaceTools::createRequest(const json& arguments) {
     const std::string collectionName = requiredCollection(arguments);
     const auto name = args::text(arguments, "name");
     const auto url = args::text(arguments, "url");
-    if (!name || !url) throw MCPError::invalid("name and url are required");
+    if (!name || !url) throw ToolError("name and url are required");
 
     APIRequest request;
     request.name = *name;
@@ -221,7 +221,7 @@ std::string WorkspaceTools::listEnvironments(const json& arguments) {
 
 std::string WorkspaceTools::setActiveEnvironment(const json& arguments) {
     const auto name = args::text(arguments, "environment");
-    if (!name) throw MCPError::invalid("environment is required (a name, or empty for none)");
+    if (!name) throw ToolError("environment is required (a name, or empty for none)");
     if (name->empty()) {
         store.setActiveEnvironment(std::nullopt);
         return savedAnswer(store.saveNow(), "Active environment cleared.");
@@ -234,7 +234,7 @@ std::string WorkspaceTools::setActiveEnvironment(const json& arguments) {
 std::string WorkspaceTools::setVariable(const json& arguments) {
     const auto key = args::text(arguments, "key");
     const auto value = args::text(arguments, "value");
-    if (!key || !value) throw MCPError::invalid("key and value are required");
+    if (!key || !value) throw ToolError("key and value are required");
     if (const auto collectionName = args::text(arguments, "collection")) {
         APICollection collection = lookup.findCollection(*collectionName);
         ToolLookup::upsert(collection.variables, *key, *value);

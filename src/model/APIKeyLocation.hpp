@@ -1,13 +1,13 @@
 #pragma once
 
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 
 namespace tessaline {
 
 enum class APIKeyLocation { header, query };
 
 template <>
-struct RawValues<APIKeyLocation> {
+struct EnumStrings<APIKeyLocation> {
     static constexpr std::array table{
         std::pair{APIKeyLocation::header, std::string_view("header")},
         std::pair{APIKeyLocation::query, std::string_view("query")},

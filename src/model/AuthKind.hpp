@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 
 namespace tessaline {
 
@@ -9,7 +9,7 @@ namespace tessaline {
 enum class AuthKind { none, inherit, bearer, basic, apiKey, oauth2 };
 
 template <>
-struct RawValues<AuthKind> {
+struct EnumStrings<AuthKind> {
     static constexpr std::array table{
         std::pair{AuthKind::none, std::string_view("none")},
         std::pair{AuthKind::inherit, std::string_view("inherit")},

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 
 namespace tessaline {
 
 enum class BodyKind { none, json, text, xml, formURLEncoded, multipart };
 
 template <>
-struct RawValues<BodyKind> {
+struct EnumStrings<BodyKind> {
     static constexpr std::array table{
         std::pair{BodyKind::none, std::string_view("none")},
         std::pair{BodyKind::json, std::string_view("json")},

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 
 namespace tessaline {
 
 enum class HTTPMethod { get, post, put, patch, delete_, head, options };
 
 template <>
-struct RawValues<HTTPMethod> {
+struct EnumStrings<HTTPMethod> {
     static constexpr std::array table{
         std::pair{HTTPMethod::get, std::string_view("GET")},
         std::pair{HTTPMethod::post, std::string_view("POST")},

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/KeyValue.hpp"
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 
 #include <string>
 #include <vector>
@@ -11,7 +11,7 @@ namespace tessaline {
 enum class OAuth2Grant { authorizationCode, clientCredentials, password, deviceCode, refreshToken };
 
 template <>
-struct RawValues<OAuth2Grant> {
+struct EnumStrings<OAuth2Grant> {
     static constexpr std::array table{
         std::pair{OAuth2Grant::authorizationCode, std::string_view("authorizationCode")},
         std::pair{OAuth2Grant::clientCredentials, std::string_view("clientCredentials")},
@@ -32,7 +32,7 @@ bool isInteractive(OAuth2Grant grant);
 enum class OAuth2ClientAuth { basicHeader, body };
 
 template <>
-struct RawValues<OAuth2ClientAuth> {
+struct EnumStrings<OAuth2ClientAuth> {
     static constexpr std::array table{
         std::pair{OAuth2ClientAuth::basicHeader, std::string_view("basicHeader")},
         std::pair{OAuth2ClientAuth::body, std::string_view("body")},
@@ -43,7 +43,7 @@ struct RawValues<OAuth2ClientAuth> {
 enum class OAuth2TokenPlacement { header, query };
 
 template <>
-struct RawValues<OAuth2TokenPlacement> {
+struct EnumStrings<OAuth2TokenPlacement> {
     static constexpr std::array table{
         std::pair{OAuth2TokenPlacement::header, std::string_view("header")},
         std::pair{OAuth2TokenPlacement::query, std::string_view("query")},
@@ -61,7 +61,7 @@ struct OAuth2Config {
     std::string clientID{};
     std::string clientSecret{};
     std::string scope{};  // space-separated, sent as given
-    std::string redirectURI{};  // empty: the system's own custom-scheme redirect
+    std::string redirectURI{};  // empty: the tessaline:// custom-scheme redirect
     bool usePKCE = true;
     OAuth2ClientAuth clientAuth = OAuth2ClientAuth::basicHeader;
     std::string username{};

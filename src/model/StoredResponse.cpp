@@ -61,7 +61,7 @@ void write(JSONWriter& writer, const StoredResponse& response) {
     if (response.error) writer.key("error"), writer.value(*response.error);
     writer.key("headers"), write(writer, response.headers);
     writer.key("id"), writer.value(response.id.text());
-    writer.key("method"), writer.value(rawValue(response.method));
+    writer.key("method"), writer.value(toString(response.method));
     if (response.requestBody) writer.key("requestBody"), writer.value(*response.requestBody);
     writer.key("requestHeaders"), write(writer, response.requestHeaders);
     writer.key("requestID"), writer.value(response.requestID.text());
@@ -69,12 +69,6 @@ void write(JSONWriter& writer, const StoredResponse& response) {
     writer.key("status"), writer.value(response.status);
     writer.key("url"), writer.value(response.url);
     writer.endObject();
-}
-
-nlohmann::json toJSON(const StoredResponse& response) {
-    JSONWriter writer;
-    write(writer, response);
-    return nlohmann::json::parse(std::move(writer).text());
 }
 
 StoredResponse decodeStoredResponse(const JSONReader& reader) {

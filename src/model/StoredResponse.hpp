@@ -47,7 +47,6 @@ struct StoredResponse {
 // The persisted form: keys are the field names, `sentAt` ISO 8601, `body` standard Base64,
 // absent optionals left out.
 void write(JSONWriter& writer, const StoredResponse& response);
-nlohmann::json toJSON(const StoredResponse& response);
 StoredResponse decodeStoredResponse(const JSONReader& reader);
 
 // A history file: a JSON list of responses, written by the shared writer.

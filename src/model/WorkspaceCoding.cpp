@@ -7,7 +7,7 @@ namespace {
 
 template <class Enum>
 void writeRaw(JSONWriter& writer, Enum value) {
-    writer.value(rawValue(value));
+    writer.value(toString(value));
 }
 
 template <class Record>
@@ -15,13 +15,6 @@ void writeArray(JSONWriter& writer, const std::vector<Record>& records) {
     writer.beginArray();
     for (const auto& record : records) write(writer, record);
     writer.endArray();
-}
-
-template <class Record>
-nlohmann::json treeOf(const Record& record) {
-    JSONWriter writer;
-    write(writer, record);
-    return nlohmann::json::parse(std::move(writer).text());
 }
 
 // Overwrites `field` with the member under key when it is there and not null.
@@ -37,7 +30,7 @@ std::vector<CollectionItem> decodeItems(const JSONReader& reader) { return reade
 
 }  // namespace
 
-// MARK: encoding (keys in ascending byte order, as the writer requires)
+// Writing the records. Keys go in ascending byte order, as the writer requires.
 
 std::string encodeWorkspace(const Workspace& workspace) {
     JSONWriter writer;
@@ -167,19 +160,8 @@ void write(JSONWriter& writer, const APIEnvironment& environment) {
     writer.endObject();
 }
 
-nlohmann::json toJSON(const Workspace& workspace) { return treeOf(workspace); }
-nlohmann::json toJSON(const APICollection& collection) { return treeOf(collection); }
-nlohmann::json toJSON(const CollectionItem& item) { return treeOf(item); }
-nlohmann::json toJSON(const Folder& folder) { return treeOf(folder); }
-nlohmann::json toJSON(const APIRequest& request) { return treeOf(request); }
-nlohmann::json toJSON(const KeyValue& row) { return treeOf(row); }
-nlohmann::json toJSON(const std::vector<KeyValue>& rows) { return treeOf(rows); }
-nlohmann::json toJSON(const RequestBody& body) { return treeOf(body); }
-nlohmann::json toJSON(const Auth& auth) { return treeOf(auth); }
-nlohmann::json toJSON(const OAuth2Config& config) { return treeOf(config); }
-nlohmann::json toJSON(const APIEnvironment& environment) { return treeOf(environment); }
 
-// MARK: decoding
+// Reading the records.
 
 Workspace decodeWorkspace(std::string_view bytes) {
     const auto document = JSONDocument::parse(bytes);
@@ -212,7 +194,7 @@ APICollection decodeAPICollection(const JSONReader& reader) {
 CollectionItem decodeCollectionItem(const JSONReader& reader) {
     const bool isFolder = reader.contains("folder");
     if (isFolder == reader.contains("request")) {
-        reader.fail(DecodingError::Kind::typeMismatch, "Invalid number of keys found, expected one.");
+        reader.fail(DecodingError::Kind::wrongType, "Invalid number of keys found, expected one.");
     }
     if (isFolder) return decodeFolder(reader.member("folder").member("_0"));
     return decodeAPIRequest(reader.member("request").member("_0"));

@@ -10,10 +10,10 @@
 #include <string_view>
 
 // The persisted JSON form of the workspace records. Keys are the field names; enumerations
-// are written as their raw values, UUIDs as upper-case text; an absent optional is left out.
+// are written as their strings (EnumStrings), UUIDs as upper-case text; an absent optional is left out.
 //
 // Reading is strict: every non-optional key must be present with a value of its type or the
-// whole document is rejected with a DecodingError that names the coding path. Unknown keys
+// whole document is rejected with a DecodingError that names the path to the value. Unknown keys
 // are ignored and null reads as absent. Two records are tolerant, so that documents from
 // before their later fields existed still load: APICollection needs only "id" and "name",
 // and every key of OAuth2Config is optional; missing keys take the defaults of the records.
@@ -36,19 +36,6 @@ void write(JSONWriter& writer, const Auth& auth);
 void write(JSONWriter& writer, const OAuth2Config& config);
 void write(JSONWriter& writer, const APIEnvironment& environment);
 
-// The same JSON as a tree, for embedding a record in another document.
-nlohmann::json toJSON(const Workspace& workspace);
-nlohmann::json toJSON(const APICollection& collection);
-nlohmann::json toJSON(const CollectionItem& item);
-nlohmann::json toJSON(const Folder& folder);
-nlohmann::json toJSON(const APIRequest& request);
-nlohmann::json toJSON(const KeyValue& row);
-nlohmann::json toJSON(const RequestBody& body);
-nlohmann::json toJSON(const Auth& auth);
-nlohmann::json toJSON(const OAuth2Config& config);
-nlohmann::json toJSON(const APIEnvironment& environment);
-nlohmann::json toJSON(const std::vector<KeyValue>& rows);
-
 Workspace decodeWorkspace(const JSONReader& reader);
 APICollection decodeAPICollection(const JSONReader& reader);
 // An item is {"folder": {"_0": {...}}} or {"request": {"_0": {...}}}: exactly one of the two
@@ -68,13 +55,13 @@ APIEnvironment decodeAPIEnvironment(const JSONReader& reader);
 template <class Enum>
 Enum decodeEnum(const JSONReader& reader) {
     const auto text = reader.string();
-    if (const auto value = fromRawValue<Enum>(text)) return *value;
+    if (const auto value = parseEnum<Enum>(text)) return *value;
     std::string accepted;
-    for (const auto candidate : allCases<Enum>()) {
+    for (const auto candidate : enumValues<Enum>()) {
         accepted += accepted.empty() ? "" : ", ";
-        accepted += rawValue(candidate);
+        accepted += toString(candidate);
     }
-    reader.fail(DecodingError::Kind::dataCorrupted, "Unknown value “" + text + "”, expected one of " + accepted + ".");
+    reader.fail(DecodingError::Kind::malformed, "Unknown value “" + text + "”, expected one of " + accepted + ".");
 }
 
 }  // namespace tessaline

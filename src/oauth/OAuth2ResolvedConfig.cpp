@@ -81,7 +81,7 @@ std::vector<std::string> unresolvedNames(const OAuth2Config& config, const Varia
 
 std::string OAuth2ResolvedConfig::cacheKey() const {
     constexpr char unitSeparator = '\x1F';
-    std::string joined(rawValue(grant));
+    std::string joined(toString(grant));
     for (const auto* field : {&authURL, &tokenURL, &deviceAuthURL, &clientID, &clientSecret, &scope, &username,
                               &refreshToken}) {
         joined += unitSeparator;

@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
-namespace tessaline::ChainAnalyzer {
+namespace tessaline::chainAnalyzer {
 namespace {
 
 constexpr std::string_view referenceOpener = "{{@";
@@ -88,4 +88,4 @@ std::vector<APIRequest> sendOrder(const APIRequest& root, const APICollection& c
     return std::move(walk.order);
 }
 
-}  // namespace tessaline::ChainAnalyzer
+}  // namespace tessaline::chainAnalyzer

@@ -11,7 +11,7 @@
 // `{{@Name.header.X}}`, `{{@Name.body.path}}`) and in which order they must be sent first.
 // Only the saved texts are inspected; names are matched exactly, against the first request of
 // that name in the collection's depth-first order.
-namespace tessaline::ChainAnalyzer {
+namespace tessaline::chainAnalyzer {
 
 // The request names of the chained references in `text`, in order, repeats kept. A reference
 // without a "." (`{{@Login}}`) names nothing; blanks and tabs around a name are dropped.
@@ -30,4 +30,4 @@ std::vector<APIRequest> dependents(const APIRequest& request, const APICollectio
 // root can make a request appear twice.
 std::vector<APIRequest> sendOrder(const APIRequest& root, const APICollection& collection);
 
-}  // namespace tessaline::ChainAnalyzer
+}  // namespace tessaline::chainAnalyzer

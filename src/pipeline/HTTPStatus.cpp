@@ -180,15 +180,15 @@ GuideText classGuide(int code) {
 }  // namespace
 
 std::string StatusGuide::docsURL() const {
-    return std::string(HTTPStatus::docsHost) + "/en-US/docs/Web/HTTP/Status/" + std::to_string(code);
+    return std::string(httpStatus::docsHost) + "/en-US/docs/Web/HTTP/Status/" + std::to_string(code);
 }
 
-std::string HTTPStatus::reasonPhrase(int code) {
+std::string httpStatus::reasonPhrase(int code) {
     const auto found = reasonPhrases.find(code);
     return found == reasonPhrases.end() ? "" : found->second;
 }
 
-StatusGuide HTTPStatus::guide(int code) {
+StatusGuide httpStatus::guide(int code) {
     const auto found = guides.find(code);
     GuideText text = found == guides.end() ? classGuide(code) : found->second;
     std::string title = reasonPhrase(code);

@@ -18,7 +18,7 @@ struct StatusGuide {
     bool operator==(const StatusGuide&) const = default;
 };
 
-namespace HTTPStatus {
+namespace httpStatus {
 
 inline constexpr const char* docsHost = "https://developer.mozilla.org";
 
@@ -28,5 +28,5 @@ std::string reasonPhrase(int code);
 // The guide for a code: its own texts where it has them, else those of its class.
 StatusGuide guide(int code);
 
-}  // namespace HTTPStatus
+}  // namespace httpStatus
 }  // namespace tessaline

@@ -13,7 +13,7 @@ namespace {
 
 using TokenKind = JSONFormat::TokenKind;
 
-constexpr std::array<bool, 256> bareWordEnds = bytescan::byteSet(" \t\n\r\",:[]{}");
+constexpr std::array<bool, 256> bareWordEnds = byteScan::byteSet(" \t\n\r\",:[]{}");
 
 // The one formatting pass. Calls emit(kind, head, tail) for each token in order, the token's
 // text being head followed by tail; both views are valid UTF-8 and die with the call.
@@ -31,7 +31,7 @@ public:
             case ' ':
             case '\t':
             case '\n':
-            case '\r': pos = bytescan::skipWhitespace(text, pos); break;
+            case '\r': pos = byteScan::skipWhitespace(text, pos); break;
             case '{':
             case '[': opener(); break;
             case '}':
@@ -47,7 +47,7 @@ public:
 private:
     void opener() {
         const char bracket = text[pos];
-        const size_t next = bytescan::skipWhitespace(text, pos + 1);
+        const size_t next = byteScan::skipWhitespace(text, pos + 1);
         if (next < text.size() && text[next] == (bracket == '{' ? '}' : ']')) {
             emit(TokenKind::punctuation, bracket == '{' ? "{}" : "[]", "");
             pos = next + 1;
@@ -86,7 +86,7 @@ private:
     void quoted() {
         bool sawNonASCII = false;
         size_t end = pos + 1;
-        while ((end = bytescan::findQuoteOrBackslash(text, end, sawNonASCII)) + 1 < text.size() && text[end] == '\\') {
+        while ((end = byteScan::findQuoteOrBackslash(text, end, sawNonASCII)) + 1 < text.size() && text[end] == '\\') {
             sawNonASCII |= static_cast<unsigned char>(text[end + 1]) >= 0x80;  // passed over, whatever it is
             end += 2;
         }
@@ -132,8 +132,8 @@ void layOut(std::string_view text, std::string_view indent, std::string_view new
     LayoutPass<Emit>(text, indent, newline, space, emit).run();
 }
 
-std::string joined(std::string_view text, std::string_view indent, std::string_view newline,
-                   std::string_view space) {
+std::string laidOut(std::string_view text, std::string_view indent, std::string_view newline,
+                    std::string_view space) {
     std::string out;
     out.reserve(text.size() + text.size() / 2);
     layOut(text, indent, newline, space, [&out](TokenKind, std::string_view head, std::string_view tail) {
@@ -158,11 +158,11 @@ std::vector<JSONFormat::Token> JSONFormat::tokens(std::string_view text, std::st
 }
 
 std::string JSONFormat::prettyPrinted(std::string_view text, std::string_view indent) {
-    return joined(text, indent, "\n", " ");
+    return laidOut(text, indent, "\n", " ");
 }
 
 std::string JSONFormat::minified(std::string_view text) {
-    return joined(text, "", "", "");
+    return laidOut(text, "", "", "");
 }
 
 // The strict reader takes a NUL byte for the end of the text; valid JSON never holds one

@@ -11,7 +11,7 @@
 namespace tessaline {
 namespace {
 
-constexpr std::array<bool, 256> numberBytes = bytescan::byteSet("0123456789+-.eE");
+constexpr std::array<bool, 256> numberBytes = byteScan::byteSet("0123456789+-.eE");
 
 int hexDigit(char byte) {
     if (byte >= '0' && byte <= '9') return byte - '0';
@@ -33,9 +33,6 @@ std::optional<long> hexQuad(std::string_view quad) {
     }
     return negative ? -number : number;
 }
-
-bool isHighSurrogate(long unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(long unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 // One pass over the input with an explicit stack of open containers, so that nesting depth
 // costs heap, never call stack. Finished values wait on `elements` (and object keys on
@@ -63,13 +60,13 @@ private:
     };
 
     [[noreturn]] static void fail(size_t offset, std::string message) {
-        throw JSONParser::ParseError(static_cast<std::ptrdiff_t>(offset), std::move(message));
+        throw jsonParser::ParseError(static_cast<std::ptrdiff_t>(offset), std::move(message));
     }
 
     bool atEnd() const { return pos == bytes.size(); }
     bool at(char byte) const { return pos < bytes.size() && bytes[pos] == byte; }
 
-    void skipWhitespace() { pos = bytescan::skipWhitespace(bytes, pos); }
+    void skipWhitespace() { pos = byteScan::skipWhitespace(bytes, pos); }
 
     // Pushes a complete value onto `elements`, or opens a non-empty container and returns
     // false with the cursor at its first value.
@@ -191,7 +188,7 @@ private:
     // were all ASCII.
     bool scanRun() {
         bool sawNonASCII = false;
-        pos = bytescan::findQuoteOrBackslash(bytes, pos, sawNonASCII);
+        pos = byteScan::findQuoteOrBackslash(bytes, pos, sawNonASCII);
         if (atEnd()) fail(pos, "unterminated string");
         return !sawNonASCII;
     }
@@ -218,18 +215,22 @@ private:
         const std::optional<long> unit = bytes.size() - pos >= 4 ? hexQuad(bytes.substr(pos, 4)) : std::nullopt;
         if (!unit) fail(pos, "bad \\u escape");
         pos += 4;
-        long scalar = *unit;
-        if (isHighSurrogate(scalar) && bytes.size() - pos >= 6 && bytes.compare(pos, 2, "\\u") == 0) {
+        if (*unit < 0) {  // a sign the lenient reading lets through
+            scratch += utf8::replacementCharacter;
+            return;
+        }
+        char32_t scalar = static_cast<char32_t>(*unit);
+        if (utf8::isHighSurrogate(scalar) && bytes.size() - pos >= 6 && bytes.compare(pos, 2, "\\u") == 0) {
             const std::optional<long> low = hexQuad(bytes.substr(pos + 2, 4));
-            if (low && isLowSurrogate(*low)) {
-                scalar = 0x10000 + ((scalar - 0xD800) << 10) + (*low - 0xDC00);
+            if (low && utf8::isLowSurrogate(static_cast<char32_t>(*low))) {
+                scalar = utf8::scalarOfSurrogates(scalar, static_cast<char32_t>(*low));
                 pos += 6;
             }
         }
-        if (scalar < 0 || scalar > 0x10FFFF || isHighSurrogate(scalar) || isLowSurrogate(scalar)) {
+        if (utf8::isHighSurrogate(scalar) || utf8::isLowSurrogate(scalar)) {
             scratch += utf8::replacementCharacter;
         } else {
-            utf8::appendScalar(scratch, static_cast<char32_t>(scalar));
+            utf8::appendScalar(scratch, scalar);
         }
     }
 
@@ -243,14 +244,14 @@ private:
 
 }  // namespace
 
-JSONParser::ParseError::ParseError(std::ptrdiff_t offset, std::string message)
+jsonParser::ParseError::ParseError(std::ptrdiff_t offset, std::string message)
     : Error("Invalid JSON at byte " + std::to_string(offset) + ": " + message), at(offset), reason(std::move(message)) {}
 
-JSONValue JSONParser::parse(std::string_view bytes) {
+JSONValue jsonParser::parse(std::string_view bytes) {
     return Reader(bytes).document();
 }
 
-std::string JSONParser::serialize(const JSONValue& value, std::string_view indent, size_t level) {
+std::string jsonParser::serialize(const JSONValue& value, std::string_view indent, size_t level) {
     struct Open {
         const JSONValue* container;
         size_t next;
@@ -295,7 +296,7 @@ std::string JSONParser::serialize(const JSONValue& value, std::string_view inden
     return out;
 }
 
-std::string JSONParser::quote(std::string_view text) {
+std::string jsonParser::quote(std::string_view text) {
     static constexpr char hex[] = "0123456789abcdef";
     std::string out;
     out.reserve(text.size() + 2);

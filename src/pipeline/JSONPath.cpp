@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-namespace tessaline::JSONPath {
+namespace tessaline::jsonPath {
 namespace {
 
 using nlohmann::json;
@@ -64,7 +64,7 @@ std::string stringify(const json& value) {
         normaliseNumber(number);
         return number.dump();
     }
-    return CompactJSON::encode(value);
+    return compactJSON::encode(value);
 }
 
-}  // namespace tessaline::JSONPath
+}  // namespace tessaline::jsonPath

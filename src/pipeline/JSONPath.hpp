@@ -9,7 +9,7 @@
 
 // Values read out of a JSON response body by a dotted path (`items.0.id`), for chained
 // references.
-namespace tessaline::JSONPath {
+namespace tessaline::jsonPath {
 
 // Walks the parsed body one piece at a time: an object's member with exactly that key, or an
 // array's element at that index (decimal, optional sign, within bounds). The value reached is
@@ -24,4 +24,4 @@ std::optional<std::string> extract(std::span<const std::string_view> pieces, std
 // are written as they are held; extract holds whole numbers below 2^53 as integers.
 std::string stringify(const nlohmann::json& value);
 
-}  // namespace tessaline::JSONPath
+}  // namespace tessaline::jsonPath

@@ -42,7 +42,7 @@ std::string JSONValue::literal() const {
     return std::visit(Overloaded{
                           [](const Object&) { return std::string(); },
                           [](const Array&) { return std::string(); },
-                          [](const std::string& text) { return JSONParser::quote(text); },
+                          [](const std::string& text) { return jsonParser::quote(text); },
                           [](const Number& number) { return std::string(number.text()); },
                           [](bool flag) { return std::string(flag ? "true" : "false"); },
                           [](std::nullptr_t) { return std::string("null"); },

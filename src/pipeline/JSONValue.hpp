@@ -49,7 +49,7 @@ public:
     // Members of an object or elements of an array; 0 for a scalar.
     size_t childCount() const;
     // A scalar's display text: a quoted string, a number's text, "true", "false" or "null".
-    // A container has no literal (the empty text); JSONParser::serialize renders it.
+    // A container has no literal (the empty text); jsonParser::serialize renders it.
     std::string literal() const;
 
     // Structural: member order matters, numbers compare by their text.

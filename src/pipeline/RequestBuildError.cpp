@@ -1,15 +1,10 @@
 #include "pipeline/RequestBuildError.hpp"
 
+#include "support/Joined.hpp"
 #include "support/Overloaded.hpp"
 
 namespace tessaline {
 namespace {
-
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (std::size_t index = 0; index < names.size(); ++index) text += (index == 0 ? "" : ", ") + names[index];
-    return text;
-}
 
 std::string description(const RequestBuildError::Reason& reason) {
     return std::visit(Overloaded{
@@ -17,7 +12,7 @@ std::string description(const RequestBuildError::Reason& reason) {
                               return "“" + invalid.url + "” is not a valid URL.";
                           },
                           [](const RequestBuildError::UnresolvedVariables& unresolved) {
-                              return "Undefined variables: " + joined(unresolved.names);
+                              return "Undefined variables: " + joined(unresolved.names, ", ");
                           },
                           [](const RequestBuildError::EmptyURL&) { return std::string("The request has no URL."); },
                       },

@@ -7,7 +7,7 @@
 namespace tessaline {
 namespace {
 
-using Line = RequestDiff::Line;
+using Line = requestDiff::Line;
 using Lines = std::span<const std::string>;
 
 std::vector<std::string> splitLines(const std::string& text) {
@@ -87,7 +87,7 @@ std::optional<std::vector<Line>> shortestScript(Lines a, Lines b, std::size_t li
 
 }  // namespace
 
-std::vector<RequestDiff::Line> RequestDiff::diff(const std::vector<std::string>& oldLines,
+std::vector<requestDiff::Line> requestDiff::diff(const std::vector<std::string>& oldLines,
                                                  const std::vector<std::string>& newLines, std::size_t limit) {
     const auto [oldEnd, newEnd] = std::mismatch(oldLines.begin(), oldLines.end(), newLines.begin(), newLines.end());
     const auto prefix = static_cast<std::size_t>(oldEnd - oldLines.begin());
@@ -109,14 +109,14 @@ std::vector<RequestDiff::Line> RequestDiff::diff(const std::vector<std::string>&
     return lines;
 }
 
-std::vector<std::string> RequestDiff::rows(const std::vector<KeyValue>& rows) {
+std::vector<std::string> requestDiff::rows(const std::vector<KeyValue>& rows) {
     std::vector<std::string> lines;
     lines.reserve(rows.size());
     for (const auto& row : rows) lines.push_back(row.key + ": " + row.value + (row.enabled ? "" : "  (off)"));
     return lines;
 }
 
-std::vector<std::string> RequestDiff::body(const RequestBody& body) {
+std::vector<std::string> requestDiff::body(const RequestBody& body) {
     std::vector<std::string> lines{std::string(label(body.kind))};
     std::vector<std::string> content;
     switch (body.kind) {
@@ -131,7 +131,7 @@ std::vector<std::string> RequestDiff::body(const RequestBody& body) {
     return lines;
 }
 
-std::vector<std::string> RequestDiff::auth(const Auth& auth) {
+std::vector<std::string> requestDiff::auth(const Auth& auth) {
     std::vector<std::string> lines{std::string(label(auth.kind))};
     switch (auth.kind) {
     case AuthKind::none:
@@ -144,7 +144,7 @@ std::vector<std::string> RequestDiff::auth(const Auth& auth) {
     case AuthKind::apiKey:
         lines.push_back(setting("Key", auth.apiKeyName));
         lines.push_back(setting("Value", auth.apiKeyValue));
-        lines.push_back(setting("Add to", std::string(rawValue(auth.apiKeyIn))));
+        lines.push_back(setting("Add to", std::string(toString(auth.apiKeyIn))));
         break;
     case AuthKind::oauth2: {
         const auto config = auth.oauth2.value_or(OAuth2Config{});
@@ -158,10 +158,10 @@ std::vector<std::string> RequestDiff::auth(const Auth& auth) {
     return lines;
 }
 
-std::vector<RequestDiff::Aspect> RequestDiff::describe(const APIRequest& request) {
+std::vector<requestDiff::Aspect> requestDiff::describe(const APIRequest& request) {
     return {
         {"Name", {request.name}},
-        {"Method", {std::string(rawValue(request.method))}},
+        {"Method", {std::string(toString(request.method))}},
         {"URL", {request.url}},
         {"Query", rows(request.query)},
         {"Headers", rows(request.headers)},
@@ -173,7 +173,7 @@ std::vector<RequestDiff::Aspect> RequestDiff::describe(const APIRequest& request
     };
 }
 
-std::vector<RequestDiff::Field> RequestDiff::fields(const APIRequest& from, const APIRequest& to) {
+std::vector<requestDiff::Field> requestDiff::fields(const APIRequest& from, const APIRequest& to) {
     const auto before = describe(from);
     const auto after = describe(to);
     std::vector<Field> changed;
@@ -183,7 +183,7 @@ std::vector<RequestDiff::Field> RequestDiff::fields(const APIRequest& from, cons
     return changed;
 }
 
-std::string RequestDiff::summary(const APIRequest& from, const APIRequest& to) {
+std::string requestDiff::summary(const APIRequest& from, const APIRequest& to) {
     std::string names;
     for (const auto& field : fields(from, to)) names += (names.empty() ? "" : ", ") + field.name;
     return names;

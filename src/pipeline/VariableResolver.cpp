@@ -5,6 +5,7 @@
 #include "support/Base64.hpp"
 #include "support/CaseInsensitive.hpp"
 #include "support/DecimalInteger.hpp"
+#include "support/Joined.hpp"
 #include "support/LocalDateFormat.hpp"
 #include "support/UniformRandom.hpp"
 
@@ -29,15 +30,6 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
         if (found == std::string_view::npos) return pieces;
         text.remove_prefix(found + 1);
     }
-}
-
-std::string joined(std::span<const std::string_view> pieces, char separator) {
-    std::string text;
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-        if (i > 0) text += separator;
-        text += pieces[i];
-    }
-    return text;
 }
 
 std::optional<std::string_view> argument(const std::vector<std::string_view>& arguments, std::size_t index) {
@@ -137,7 +129,7 @@ std::optional<std::string> VariableResolver::dynamic(std::string_view text) cons
         return std::to_string(uniformRandom::between(minimum, maximum));
     }
     if (name == "randomString") return randomString(integerArgument(arguments, 0).value_or(defaultRandomLength));
-    if (name == "base64") return base64::encode(resolve(joined(arguments, ',')));
+    if (name == "base64") return base64::encode(resolve(joined(arguments, ",")));
     if (name == "env") return environmentValue(arguments);
     return std::nullopt;
 }
@@ -152,11 +144,11 @@ std::optional<std::string> VariableResolver::chained(std::string_view reference)
     if (field == "status") return std::to_string(response->status);
     if (field == "header") {
         if (rest.empty()) return std::nullopt;
-        return headerValue(*response, joined(rest, '.'));
+        return headerValue(*response, joined(rest, "."));
     }
     if (field == "body") {
         if (rest.empty()) return response->bodyText();
-        return JSONPath::extract(rest, response->body);
+        return jsonPath::extract(rest, response->body);
     }
     return std::nullopt;
 }

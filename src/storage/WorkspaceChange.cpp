@@ -3,7 +3,7 @@
 namespace tessaline {
 
 std::string WorkspaceChange::id() const {
-    return std::string(rawValue(entity)) + "-" + entityID.text() + "-" + std::string(rawValue(kind));
+    return std::string(toString(entity)) + "-" + entityID.text() + "-" + std::string(toString(kind));
 }
 
 }  // namespace tessaline

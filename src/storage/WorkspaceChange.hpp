@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/RawValues.hpp"
+#include "model/EnumStrings.hpp"
 #include "support/Uuid.hpp"
 
 #include <string>
@@ -28,7 +28,7 @@ struct WorkspaceChange {
 };
 
 template <>
-struct RawValues<WorkspaceChange::Kind> {
+struct EnumStrings<WorkspaceChange::Kind> {
     static constexpr std::array table{
         std::pair{WorkspaceChange::Kind::added, std::string_view("added")},
         std::pair{WorkspaceChange::Kind::removed, std::string_view("removed")},
@@ -38,7 +38,7 @@ struct RawValues<WorkspaceChange::Kind> {
 };
 
 template <>
-struct RawValues<WorkspaceChange::Entity> {
+struct EnumStrings<WorkspaceChange::Entity> {
     static constexpr std::array table{
         std::pair{WorkspaceChange::Entity::collection, std::string_view("collection")},
         std::pair{WorkspaceChange::Entity::folder, std::string_view("folder")},

@@ -1,6 +1,7 @@
 #include "storage/WorkspaceDiff.hpp"
 
 #include "model/ItemTree.hpp"
+#include "support/Joined.hpp"
 #include "support/Overloaded.hpp"
 
 #include <algorithm>
@@ -31,12 +32,6 @@ private:
     std::vector<std::string> names_;
 };
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const auto& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 std::vector<std::string> environmentFields(const APIEnvironment& older, const APIEnvironment& newer) {
     return FieldList()
         .check(older.name != newer.name, "name")
@@ -46,7 +41,7 @@ std::vector<std::string> environmentFields(const APIEnvironment& older, const AP
 
 std::vector<std::string> itemFields(const CollectionItem& older, const CollectionItem& newer) {
     if (older.request() != nullptr && newer.request() != nullptr) {
-        return WorkspaceDiff::requestFields(*older.request(), *newer.request());
+        return workspaceDiff::requestFields(*older.request(), *newer.request());
     }
     if (older.name() != newer.name()) return {"name"};
     return {};
@@ -74,7 +69,7 @@ void compareByID(const std::vector<Record>& older, const std::vector<Record>& ne
         if (old == nullptr) {
             changes.push_back({Kind::added, entity, record.id, record.name, presence(record)});
         } else if (const auto differing = fields(*old, record); !differing.empty()) {
-            changes.push_back({Kind::modified, entity, record.id, record.name, joined(differing)});
+            changes.push_back({Kind::modified, entity, record.id, record.name, joined(differing, ", ")});
         }
     }
     for (const auto& record : older) {
@@ -87,7 +82,7 @@ void compareByID(const std::vector<Record>& older, const std::vector<Record>& ne
 class ItemComparison {
 public:
     ItemComparison(const Workspace& from, const Workspace& to)
-        : from_(from), to_(to), older_(WorkspaceDiff::flatten(from)), newer_(WorkspaceDiff::flatten(to)) {}
+        : from_(from), to_(to), older_(workspaceDiff::flatten(from)), newer_(workspaceDiff::flatten(to)) {}
 
     void addChanges(std::vector<WorkspaceChange>& changes) const {
         for (const auto& [id, placed] : newer_) {
@@ -100,7 +95,7 @@ public:
                 add(changes, Kind::moved, placed, "was in " + parentName(old->second));
             }
             if (const auto differing = itemFields(old->second.item, placed.item); !differing.empty()) {
-                add(changes, Kind::modified, placed, joined(differing));
+                add(changes, Kind::modified, placed, joined(differing, ", "));
             }
         }
         for (const auto& [id, placed] : older_) {
@@ -111,27 +106,27 @@ public:
     }
 
 private:
-    static void add(std::vector<WorkspaceChange>& changes, Kind kind, const WorkspaceDiff::Placed& placed,
+    static void add(std::vector<WorkspaceChange>& changes, Kind kind, const workspaceDiff::Placed& placed,
                     std::string detail) {
         changes.push_back({kind, entityOf(placed.item), placed.item.id(), placed.item.name(), std::move(detail)});
     }
 
     // The name of the folder holding the item in the older workspace, or of its collection.
-    std::string parentName(const WorkspaceDiff::Placed& placed) const {
+    std::string parentName(const workspaceDiff::Placed& placed) const {
         if (placed.parentID) return older_.at(*placed.parentID).item.name();
         return findByID(from_.collections, placed.collectionID)->name;
     }
 
     const Workspace& from_;
     const Workspace& to_;
-    std::unordered_map<Uuid, WorkspaceDiff::Placed> older_;
-    std::unordered_map<Uuid, WorkspaceDiff::Placed> newer_;
+    std::unordered_map<Uuid, workspaceDiff::Placed> older_;
+    std::unordered_map<Uuid, workspaceDiff::Placed> newer_;
 };
 
-void flattenInto(std::unordered_map<Uuid, WorkspaceDiff::Placed>& places, const std::vector<CollectionItem>& items,
+void flattenInto(std::unordered_map<Uuid, workspaceDiff::Placed>& places, const std::vector<CollectionItem>& items,
                  const Uuid& collectionID, const std::optional<Uuid>& parentID) {
     for (const auto& item : items) {
-        places.insert_or_assign(item.id(), WorkspaceDiff::Placed{item, collectionID, parentID});
+        places.insert_or_assign(item.id(), workspaceDiff::Placed{item, collectionID, parentID});
         if (const auto* folder = item.folder()) flattenInto(places, folder->items, collectionID, folder->id);
     }
 }
@@ -153,7 +148,7 @@ std::string_view verb(Kind kind) {
 
 }  // namespace
 
-std::vector<WorkspaceChange> WorkspaceDiff::changes(const Workspace& from, const Workspace& to) {
+std::vector<WorkspaceChange> workspaceDiff::changes(const Workspace& from, const Workspace& to) {
     std::vector<WorkspaceChange> changes;
     compareByID(from.collections, to.collections, Entity::collection, requestCount, collectionFields, changes);
     ItemComparison(from, to).addChanges(changes);
@@ -164,19 +159,19 @@ std::vector<WorkspaceChange> WorkspaceDiff::changes(const Workspace& from, const
     return changes;
 }
 
-std::string WorkspaceDiff::summary(const std::vector<WorkspaceChange>& changes) {
+std::string workspaceDiff::summary(const std::vector<WorkspaceChange>& changes) {
     if (changes.empty()) return "Same as now";
     if (changes.size() == 1) return changes.front().name + " " + std::string(verb(changes.front().kind));
     return std::to_string(changes.size()) + " differences";
 }
 
-std::unordered_map<Uuid, WorkspaceDiff::Placed> WorkspaceDiff::flatten(const Workspace& workspace) {
+std::unordered_map<Uuid, workspaceDiff::Placed> workspaceDiff::flatten(const Workspace& workspace) {
     std::unordered_map<Uuid, Placed> places;
     for (const auto& collection : workspace.collections) flattenInto(places, collection.items, collection.id, std::nullopt);
     return places;
 }
 
-std::vector<std::string> WorkspaceDiff::requestFields(const APIRequest& older, const APIRequest& newer) {
+std::vector<std::string> workspaceDiff::requestFields(const APIRequest& older, const APIRequest& newer) {
     return FieldList()
         .check(older.name != newer.name, "name")
         .check(older.method != newer.method, "method")
@@ -191,7 +186,7 @@ std::vector<std::string> WorkspaceDiff::requestFields(const APIRequest& older, c
         .names();
 }
 
-std::vector<std::string> WorkspaceDiff::collectionFields(const APICollection& older, const APICollection& newer) {
+std::vector<std::string> workspaceDiff::collectionFields(const APICollection& older, const APICollection& newer) {
     return FieldList()
         .check(older.name != newer.name, "name")
         .check(older.baseURL != newer.baseURL, "base URL")

@@ -8,8 +8,6 @@
 #include <unordered_map>
 #include <vector>
 
-namespace tessaline {
-
 // What differs between two workspaces, typically a snapshot and the live one.
 //
 // changes(from, to) reports, with `from` the older workspace:
@@ -24,34 +22,31 @@ namespace tessaline {
 //   "variables").
 // The list is sorted by entity (collection, folder, request, environment), then kind (added,
 // removed, modified, moved), then name (byte-wise), then id.
-class WorkspaceDiff {
-public:
-    // Where a folder or request stands: its collection and the folder directly holding it
-    // (none at the collection's top level).
-    struct Placed {
-        CollectionItem item;
-        Uuid collectionID;
-        std::optional<Uuid> parentID;
+namespace tessaline::workspaceDiff {
 
-        bool operator==(const Placed&) const = default;
-    };
+// Where a folder or request stands: its collection and the folder directly holding it
+// (none at the collection's top level).
+struct Placed {
+    CollectionItem item;
+    Uuid collectionID;
+    std::optional<Uuid> parentID;
 
-    WorkspaceDiff() = delete;
-
-    static std::vector<WorkspaceChange> changes(const Workspace& from, const Workspace& to);
-
-    // "Same as now", "<name> added" / "removed" / "changed" / "moved", or "<n> differences".
-    static std::string summary(const std::vector<WorkspaceChange>& changes);
-
-    // Every folder and request of every collection by id.
-    static std::unordered_map<Uuid, Placed> flatten(const Workspace& workspace);
-
-    // The differing fields, in this order: "name", "method", "URL", "params", "headers",
-    // "body", "auth", "docs", "settings" (follow redirects or timeout). Rows are compared
-    // whole, ids and enabled flags included.
-    static std::vector<std::string> requestFields(const APIRequest& older, const APIRequest& newer);
-    // "name", "base URL", "variables", "auth", "docs", "appearance" (icon or colour).
-    static std::vector<std::string> collectionFields(const APICollection& older, const APICollection& newer);
+    bool operator==(const Placed&) const = default;
 };
 
-}  // namespace tessaline
+std::vector<WorkspaceChange> changes(const Workspace& from, const Workspace& to);
+
+// "Same as now", "<name> added" / "removed" / "changed" / "moved", or "<n> differences".
+std::string summary(const std::vector<WorkspaceChange>& changes);
+
+// Every folder and request of every collection by id.
+std::unordered_map<Uuid, Placed> flatten(const Workspace& workspace);
+
+// The differing fields, in this order: "name", "method", "URL", "params", "headers",
+// "body", "auth", "docs", "settings" (follow redirects or timeout). Rows are compared
+// whole, ids and enabled flags included.
+std::vector<std::string> requestFields(const APIRequest& older, const APIRequest& newer);
+// "name", "base URL", "variables", "auth", "docs", "appearance" (icon or colour).
+std::vector<std::string> collectionFields(const APICollection& older, const APICollection& newer);
+
+}  // namespace tessaline::workspaceDiff

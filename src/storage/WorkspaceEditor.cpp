@@ -73,8 +73,8 @@ void restoreItem(Workspace& workspace, const Workspace& from, const Uuid& id) {
 
 }  // namespace
 
-WorkspaceEditor::WorkspaceEditor(std::filesystem::path folderURL, Clock now)
-    : clock(now), store(std::move(folderURL), now) {}
+WorkspaceEditor::WorkspaceEditor(std::filesystem::path folderPath, Clock now)
+    : clock(now), store(std::move(folderPath), now) {}
 
 WorkspaceEditor::~WorkspaceEditor() {
     const Lock lock(mutex);

@@ -25,7 +25,7 @@ public:
     static constexpr std::chrono::milliseconds saveDelay{400};
     static constexpr std::chrono::seconds watchInterval{1};
 
-    explicit WorkspaceEditor(std::filesystem::path folderURL, Clock now = systemClock());
+    explicit WorkspaceEditor(std::filesystem::path folderPath, Clock now = systemClock());
     // Writes a save that is still waiting for its delay.
     ~WorkspaceEditor();
     WorkspaceEditor(const WorkspaceEditor&) = delete;

@@ -43,8 +43,8 @@ std::string unreadableCopyName(Date now) {
 
 std::filesystem::path WorkspaceStore::defaultFolder() { return platform::userDataFolder() / "Tessaline"; }
 
-WorkspaceStore::WorkspaceStore(std::filesystem::path folderURL, Clock now)
-    : folder(std::move(folderURL)),
+WorkspaceStore::WorkspaceStore(std::filesystem::path folderPath, Clock now)
+    : folder(std::move(folderPath)),
       clock(std::move(now)),
       file(folder / "workspace.json", clock),
       history(folder / "history", clock),
@@ -72,7 +72,7 @@ Workspace& WorkspaceStore::loaded() {
 // Called once, by the first member that needs the files.
 void WorkspaceStore::open() {
     opened = true;
-    for (const auto& place : {folder, folder / "history", archive.folderURL()}) atomicFile::removeStaleTemporaries(place);
+    for (const auto& place : {folder, folder / "history", archive.folder()}) atomicFile::removeStaleTemporaries(place);
     archive.prune(clock());
     const auto& content = file.read();
     if (!content.bytes && !content.failure) {

@@ -47,13 +47,13 @@ public:
 
     // Creates the folder (0700 where it is new); its files are loaded on first use. A folder
     // without a workspace file gets the sample.
-    explicit WorkspaceStore(std::filesystem::path folderURL, Clock now = systemClock());
+    explicit WorkspaceStore(std::filesystem::path folderPath, Clock now = systemClock());
     // Writes the sample into a new folder that was never used.
     ~WorkspaceStore();
     WorkspaceStore(const WorkspaceStore&) = delete;
     WorkspaceStore& operator=(const WorkspaceStore&) = delete;
 
-    const std::filesystem::path& folderURL() const { return folder; }
+    const std::filesystem::path& folderPath() const { return folder; }
     std::filesystem::path workspaceFileURL() const { return folder / "workspace.json"; }
 
     // Reading.

@@ -8,7 +8,7 @@
 
 // Byte classes and searches of the inner loops over text (the JSON readers, character counting);
 // runs are scanned eight bytes at a time.
-namespace tessaline::bytescan {
+namespace tessaline::byteScan {
 
 static_assert(std::endian::native == std::endian::little, "byte order of the word-at-a-time searches");
 
@@ -120,4 +120,4 @@ inline size_t skipWhitespace(std::string_view text, size_t from) {
     return at;
 }
 
-}  // namespace tessaline::bytescan
+}  // namespace tessaline::byteScan

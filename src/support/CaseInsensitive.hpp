@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 // Unicode-aware comparisons of UTF-8 texts that ignore case, not ASCII alone. Ill-formed
@@ -9,7 +10,8 @@ namespace tessaline::caseInsensitive {
 // Equal after full case folding: "STRASSE" equals "straße".
 bool equal(std::string_view text, std::string_view otherText);
 
-// `part` occurs in `text` once both are lower-cased (root locale); an empty part always does.
-bool contains(std::string_view text, std::string_view part);
+// The text after full case folding. To compare one text with many, fold it once: two texts
+// are equal ignoring case exactly when their folded forms are equal.
+std::string folded(std::string_view text);
 
 }  // namespace tessaline::caseInsensitive

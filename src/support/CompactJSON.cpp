@@ -2,7 +2,7 @@
 
 #include <vector>
 
-namespace tessaline::CompactJSON {
+namespace tessaline::compactJSON {
 namespace {
 
 using nlohmann::json;
@@ -48,4 +48,4 @@ std::string encode(const json& value) {
     return out;
 }
 
-}  // namespace tessaline::CompactJSON
+}  // namespace tessaline::compactJSON

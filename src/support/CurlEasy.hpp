@@ -8,9 +8,9 @@
 
 namespace tessaline {
 
-// One libcurl easy handle, performing HTTP(S) exchanges one after another the way the system's
-// HTTP client behaves everywhere: no cookies, no cache, compressed responses asked for and
-// decoded, http and https only, and a failed exchange reported as a text, never thrown.
+// One libcurl easy handle, performing HTTP(S) exchanges one after another with the settings
+// every send shares: no cookies, no cache, compressed responses asked for and decoded, http
+// and https only, and a failed exchange reported as a text, never thrown.
 //
 // A handle belongs to one thread at a time; separate handles may run on separate threads at
 // once (libcurl's global set-up is done once, whichever thread comes first).

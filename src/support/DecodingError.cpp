@@ -3,16 +3,16 @@
 namespace tessaline {
 namespace {
 
-std::string message(const std::string& codingPath, const std::string& description) {
-    return codingPath.empty() ? description : codingPath + ": " + description;
+std::string message(const std::string& path, const std::string& description) {
+    return path.empty() ? description : path + ": " + description;
 }
 
 }  // namespace
 
-DecodingError::DecodingError(Kind kind, std::string codingPath, std::string description)
-    : Error(message(codingPath, description)),
+DecodingError::DecodingError(Kind kind, std::string path, std::string description)
+    : Error(message(path, description)),
       kind_(kind),
-      codingPath_(std::move(codingPath)),
+      path_(std::move(path)),
       description_(std::move(description)) {}
 
 }  // namespace tessaline

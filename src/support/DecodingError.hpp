@@ -6,22 +6,24 @@
 
 namespace tessaline {
 
-// A persisted JSON document could not be read. The text names where reading stopped as a
-// coding path (`collections[0].items[2].request._0.timeout`) followed by what was wrong;
+// A persisted JSON document could not be read. The text names the path to the value where
+// reading stopped (`collections[0].items[2].request._0.timeout`) followed by what was wrong;
 // a document that is not JSON at all has an empty path.
 class DecodingError : public Error {
 public:
-    enum class Kind { dataCorrupted, keyNotFound, valueNotFound, typeMismatch };
+    // malformed: not JSON, or a value outside what its field allows; missingKey: a required
+    // member is absent; nullValue: a required value is null; wrongType: a value of another type.
+    enum class Kind { malformed, missingKey, nullValue, wrongType };
 
-    DecodingError(Kind kind, std::string codingPath, std::string description);
+    DecodingError(Kind kind, std::string path, std::string description);
 
     Kind kind() const { return kind_; }
-    const std::string& codingPath() const { return codingPath_; }
+    const std::string& path() const { return path_; }
     const std::string& description() const { return description_; }
 
 private:
     Kind kind_;
-    std::string codingPath_;
+    std::string path_;
     std::string description_;
 };
 

@@ -15,13 +15,11 @@ static_assert(sizeof(JSONDocument::Node) == 16);
 namespace {
 
 [[noreturn]] void failAt(std::size_t offset) {
-    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+    throw DecodingError(DecodingError::Kind::malformed, "",
                         "The data is not valid JSON (error at offset " + std::to_string(offset) + ").");
 }
 
 bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
-bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 // Whether a number that a double cannot hold is too large for one, rather than too close to
 // zero: the power of ten of its first significant digit is positive. `number` is valid JSON
@@ -70,7 +68,7 @@ public:
 private:
     bool atEnd() const { return pos_ == text_.size(); }
     bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
-    void skipWhitespace() { pos_ = bytescan::skipWhitespace(text_, pos_); }
+    void skipWhitespace() { pos_ = byteScan::skipWhitespace(text_, pos_); }
     bool inObject() const { return open_.back().isObject; }
     std::uint32_t nextIndex() const { return static_cast<std::uint32_t>(document_.nodes_.size()); }
 
@@ -174,7 +172,7 @@ private:
         for (++pos_;;) {
             bool sawNonASCII = false;
             const auto start = pos_;
-            pos_ = bytescan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
+            pos_ = byteScan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
             const auto run = text_.substr(start, pos_ - start);
             if (sawNonASCII && !utf8::isValid(run)) failAt(start + utf8::firstIllFormedByte(run));
             strings.append(run);
@@ -211,13 +209,13 @@ private:
     // low half follows at once; a digit that rules that out is the fault ("\uDC" cannot
     // begin a valid string, nor can "\uD800\u0").
     void readUnicodeEscape() {
-        std::uint32_t unit = readHexQuad();
-        if (isLowSurrogate(unit)) failAt(pos_ - 3);
-        if (isHighSurrogate(unit)) {
+        char32_t unit = readHexQuad();
+        if (utf8::isLowSurrogate(unit)) failAt(pos_ - 3);
+        if (utf8::isHighSurrogate(unit)) {
             expectWord("\\u");
-            const std::uint32_t low = readHexQuad();
-            if (!isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
-            unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+            const char32_t low = readHexQuad();
+            if (!utf8::isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
+            unit = utf8::scalarOfSurrogates(unit, low);
         }
         utf8::appendScalar(document_.strings_, unit);
     }
@@ -291,7 +289,7 @@ private:
 
 JSONDocument JSONDocument::parse(std::string_view bytes) {
     if (bytes.size() >= std::numeric_limits<std::uint32_t>::max()) {
-        throw DecodingError(DecodingError::Kind::dataCorrupted, "", "The document is too large.");
+        throw DecodingError(DecodingError::Kind::malformed, "", "The document is too large.");
     }
     JSONDocument document;
     // Room for what pretty-printed files need, so that the buffers rarely move while they grow;

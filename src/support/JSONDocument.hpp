@@ -39,7 +39,7 @@ public:
         double numeric() const { return type == Type::integer ? static_cast<double>(payload.integer) : payload.number; }
     };
 
-    // Throws DecodingError (with an empty coding path) when the bytes are not strict JSON
+    // Throws DecodingError (with an empty path) when the bytes are not strict JSON
     // (RFC 8259; a leading byte order mark is allowed, numbers beyond a double's range are not).
     static JSONDocument parse(std::string_view bytes);
 

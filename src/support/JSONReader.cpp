@@ -26,7 +26,7 @@ std::string_view describe(Type type) {
 
 JSONReader::JSONReader(const JSONReader& parent, std::uint32_t node, std::string_view key, std::size_t index)
     : document_(parent.document_), node_(node), parent_(&parent), key_(key), index_(index), depth_(parent.depth_ + 1) {
-    if (depth_ > maximumDepth) fail(DecodingError::Kind::dataCorrupted, "The document is nested too deeply.");
+    if (depth_ > maximumDepth) fail(DecodingError::Kind::malformed, "The document is nested too deeply.");
 }
 
 void JSONReader::appendPath(std::string& path) const {
@@ -40,19 +40,19 @@ void JSONReader::appendPath(std::string& path) const {
     }
 }
 
-std::string JSONReader::codingPath() const {
+std::string JSONReader::path() const {
     std::string path;
     appendPath(path);
     return path;
 }
 
 void JSONReader::fail(DecodingError::Kind kind, std::string description) const {
-    throw DecodingError(kind, codingPath(), std::move(description));
+    throw DecodingError(kind, path(), std::move(description));
 }
 
 void JSONReader::failType(std::string_view expected) const {
     const auto found = value().type;
-    const auto kind = found == Type::null ? DecodingError::Kind::valueNotFound : DecodingError::Kind::typeMismatch;
+    const auto kind = found == Type::null ? DecodingError::Kind::nullValue : DecodingError::Kind::wrongType;
     fail(kind, "Expected " + std::string(expected) + " but found " + std::string(describe(found)) + ".");
 }
 
@@ -72,7 +72,7 @@ bool JSONReader::contains(std::string_view key) const { return find(key).has_val
 
 JSONReader JSONReader::member(std::string_view key) const {
     const auto found = find(key);
-    if (!found) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::keyNotFound, "Key not found.");
+    if (!found) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::missingKey, "Key not found.");
     return {*this, *found, key, 0};
 }
 
@@ -89,7 +89,7 @@ bool JSONReader::boolean() const { return checked(Type::boolean).flag; }
 double JSONReader::number() const {
     const auto& node = value();
     if (node.type != Type::integer && node.type != Type::number) failType("a number");
-    if (!std::isfinite(node.numeric())) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
+    if (!std::isfinite(node.numeric())) fail(DecodingError::Kind::malformed, "The number is out of range.");
     return node.numeric();
 }
 
@@ -97,8 +97,8 @@ std::int64_t JSONReader::integer() const {
     if (value().type == Type::integer) return value().payload.integer;
     const double number = this->number();
     constexpr double bound = 9223372036854775808.0;  // 2^63
-    if (std::trunc(number) != number) fail(DecodingError::Kind::dataCorrupted, "Expected an integer but found a fraction.");
-    if (number >= bound || number < -bound) fail(DecodingError::Kind::dataCorrupted, "The number is out of range.");
+    if (std::trunc(number) != number) fail(DecodingError::Kind::malformed, "Expected an integer but found a fraction.");
+    if (number >= bound || number < -bound) fail(DecodingError::Kind::malformed, "The number is out of range.");
     return static_cast<std::int64_t>(number);
 }
 
@@ -110,20 +110,20 @@ std::string_view JSONReader::text() const {
 Uuid JSONReader::uuid() const {
     const auto text = this->text();
     const auto uuid = Uuid::parse(text);
-    if (!uuid) fail(DecodingError::Kind::dataCorrupted, "Invalid UUID “" + std::string(text) + "”.");
+    if (!uuid) fail(DecodingError::Kind::malformed, "Invalid UUID “" + std::string(text) + "”.");
     return *uuid;
 }
 
 Date JSONReader::date() const {
     const auto text = this->text();
     const auto date = parseISO8601(text);
-    if (!date) fail(DecodingError::Kind::dataCorrupted, "Invalid ISO 8601 date “" + std::string(text) + "”.");
+    if (!date) fail(DecodingError::Kind::malformed, "Invalid ISO 8601 date “" + std::string(text) + "”.");
     return *date;
 }
 
 std::string JSONReader::data() const {
     auto bytes = base64::decode(text());
-    if (!bytes) fail(DecodingError::Kind::dataCorrupted, "Invalid Base64 data.");
+    if (!bytes) fail(DecodingError::Kind::malformed, "Invalid Base64 data.");
     return std::move(*bytes);
 }
 

@@ -15,7 +15,7 @@
 namespace tessaline {
 
 // Strict, typed reading of one value inside a parsed JSON document. Every failed read
-// throws DecodingError naming the value's coding path; the path is only rendered then,
+// throws DecodingError naming the path to the value; the path is only rendered then,
 // so reading a large document costs no string building.
 //
 // A reader refers to its document and to the reader it was made from: keep both alive
@@ -29,7 +29,7 @@ public:
     // A reader of the document's root value.
     explicit JSONReader(const JSONDocument& document) : document_(&document) {}
 
-    std::string codingPath() const;
+    std::string path() const;
 
     // Throws unless this is an object.
     void requireObject() const;

@@ -216,7 +216,7 @@ Scan scanCharacters(std::string_view text, std::size_t limit) {
         if (next.scalar >= 0x80 || next.scalar == '\r') continue;
         // After an ASCII code point other than CR, each ASCII code point begins a character.
         const std::size_t run =
-            std::min(bytescan::findCarriageReturnOrNonASCII(text, scan.end) - scan.end, limit - scan.characters);
+            std::min(byteScan::findCarriageReturnOrNonASCII(text, scan.end) - scan.end, limit - scan.characters);
         if (run == 0) continue;
         scan.characters += run;
         scan.end += run;

@@ -8,7 +8,7 @@ namespace {
 
 // The index where the first ill-formed sequence starts, or bytes.size().
 size_t firstIllFormedSequence(std::string_view bytes) {
-    for (size_t i = bytescan::findNonASCII(bytes, 0); i < bytes.size(); i = bytescan::findNonASCII(bytes, i)) {
+    for (size_t i = byteScan::findNonASCII(bytes, 0); i < bytes.size(); i = byteScan::findNonASCII(bytes, i)) {
         const CodePoint c = codePointAt(bytes, i);
         if (!c.wellFormed) return i;
         i += c.length;

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// UTF-8 validation and repair. Text that reaches the system from outside (input lines,
-// response bodies, files) is turned into valid UTF-8 here, never rejected.
+// UTF-8 validation and repair. Text that comes from outside (input lines, response bodies,
+// files) is turned into valid UTF-8 here, never rejected.
 namespace tessaline::utf8 {
 
 bool isValid(std::string_view bytes);
@@ -25,6 +25,12 @@ std::string repaired(std::string_view bytes);
 void appendScalar(std::string& out, char32_t scalar);
 
 inline constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
+
+// The halves of a UTF-16 surrogate pair, as JSON's "\\u" escapes write a scalar beyond U+FFFF.
+constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+// The scalar a high and a low surrogate stand for together.
+constexpr char32_t scalarOfSurrogates(char32_t high, char32_t low) { return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00); }
 
 // The code point that starts a sequence and the number of bytes it takes. An ill-formed
 // sequence reads as U+FFFD taking its maximal subpart (at least one byte), as `repaired` reads it.

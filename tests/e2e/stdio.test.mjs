@@ -51,16 +51,41 @@ test('bytes that are not UTF-8 are replaced, not rejected', async (t) => {
   assert.equal(stderr, '');
 });
 
-test('a 5 MB line and a deeply nested id are answered', async (t) => {
-  const big = `{"id":1,"method":"ping","params":{"pad":"${'x'.repeat(5 * 1024 * 1024)}"}}`;
-  const deepId = '['.repeat(100000) + ']'.repeat(100000);
+test('ids come back exactly as written, whatever their size or form', async (t) => {
+  const deep = '['.repeat(100000) + ']'.repeat(100000);
+  const ids = [
+    // [as written, as echoed]
+    ['123456789012345678901234567890', '123456789012345678901234567890'],
+    ['18446744073709551616', '18446744073709551616'],
+    ['-9223372036854775809', '-9223372036854775809'],
+    ['1e999', '1e999'],
+    ['-0', '-0'],
+    ['1.50', '1.50'],
+    ['2E-400', '2E-400'],
+    ['"a\\u00e9/b"', '"a\\u00e9/b"'],
+    ['{ "z" : [ 1.0 , " x y " ] , "a" : { } }', '{"z":[1.0," x y "],"a":{}}'],
+    [deep, deep],
+  ];
+  const input = ids.map(([id]) => `{"jsonrpc":"2.0","id":${id},"method":"ping"}\n`).join('');
+  const { stdout, stderr } = await run(['--workspace', temporaryFolder(t)], input);
+  assert.equal(stderr, '');
+  assert.deepEqual(stdout.trimEnd().split('\n'), ids.map(([, echoed]) => `{"id":${echoed},"jsonrpc":"2.0","result":{}}`));
+});
+
+test('a line up to 64 MiB is answered; a longer one gets an error and the next line is read', async (t) => {
+  const limit = 64 * 1024 * 1024;
+  const lineOf = (length, id) => {
+    const head = `{"id":${id},"method":"ping","params":{"pad":"`;
+    return head + 'x'.repeat(length - head.length - 3) + '"}}';
+  };
   const { status, stdout, stderr } = await run(
     ['--workspace', temporaryFolder(t)],
-    `${big}\n{"id":${deepId},"method":"ping"}\n`,
+    `${lineOf(limit, 1)}\n${lineOf(limit + 1, 2)}\n{"id":3,"method":"ping"}\n${lineOf(limit + 1, 4)}`,
   );
   assert.equal(status, 0);
   assert.equal(stderr, '');
-  assert.equal(stdout, `{"id":1,"jsonrpc":"2.0","result":{}}\n{"id":${deepId},"jsonrpc":"2.0","result":{}}\n`);
+  const tooLong = '{"error":{"code":-32600,"message":"Invalid Request: the line is longer than 67108864 bytes"},"id":null,"jsonrpc":"2.0"}';
+  assert.equal(stdout, ['{"id":1,"jsonrpc":"2.0","result":{}}', tooLong, '{"id":3,"jsonrpc":"2.0","result":{}}', tooLong].join('\n') + '\n');
 });
 
 test('--version wins over --help and prints one line', async () => {

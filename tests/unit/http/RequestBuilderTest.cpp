@@ -140,8 +140,8 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuth) {
             RequestBuilder::resolve({.url = "https://h.test", .headers = {row("A", "1")}, .auth = c.auth}, collection, resolver);
         auto expected = c.headers;
         expected.insert(expected.begin(), {"A", "1"});
-        EXPECT_EQ(expected, resolved.headers) << rawValue(c.auth.kind);
-        EXPECT_EQ(c.url, resolved.url) << rawValue(c.auth.kind);
+        EXPECT_EQ(expected, resolved.headers) << toString(c.auth.kind);
+        EXPECT_EQ(c.url, resolved.url) << toString(c.auth.kind);
     }
     EXPECT_EQ(Auth::none(), RequestBuilder::effectiveAuth({.auth = {.kind = AuthKind::inherit}}, std::nullopt));
     EXPECT_EQ(bearer, RequestBuilder::effectiveAuth({.auth = bearer}, APICollection{}));

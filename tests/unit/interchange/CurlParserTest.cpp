@@ -51,7 +51,7 @@ void expectParsed(std::string_view command, const Parsed& expected) {
     EXPECT_EQ(expected.name, actual.name);
     EXPECT_EQ(expected.url, actual.url);
     EXPECT_EQ(expected.headers, actual.headers);
-    EXPECT_EQ(rawValue(expected.kind), rawValue(actual.kind));
+    EXPECT_EQ(toString(expected.kind), toString(actual.kind));
     EXPECT_EQ(expected.raw, actual.raw);
     EXPECT_EQ(expected.form, actual.form);
 }

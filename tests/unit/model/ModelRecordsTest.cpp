@@ -7,20 +7,20 @@ namespace {
 
 TEST(ModelRecordsTest, MethodsThatAllowABody) {
     std::vector<std::string_view> allowing;
-    for (const auto method : allCases<HTTPMethod>()) {
-        if (allowsBody(method)) allowing.push_back(rawValue(method));
+    for (const auto method : enumValues<HTTPMethod>()) {
+        if (allowsBody(method)) allowing.push_back(toString(method));
     }
     EXPECT_EQ((std::vector<std::string_view>{"POST", "PUT", "PATCH", "DELETE", "OPTIONS"}), allowing);
 }
 
-TEST(ModelRecordsTest, RawValuesReadBackExactly) {
-    EXPECT_EQ(HTTPMethod::options, fromRawValue<HTTPMethod>("OPTIONS"));
-    EXPECT_FALSE(fromRawValue<HTTPMethod>("get"));
-    EXPECT_EQ(BodyKind::formURLEncoded, fromRawValue<BodyKind>("formURLEncoded"));
-    EXPECT_EQ(AuthKind::apiKey, fromRawValue<AuthKind>("apiKey"));
-    EXPECT_EQ(APIKeyLocation::query, fromRawValue<APIKeyLocation>("query"));
-    EXPECT_EQ(OAuth2Grant::clientCredentials, fromRawValue<OAuth2Grant>("clientCredentials"));
-    EXPECT_EQ(6u, allCases<AuthKind>().size());
+TEST(ModelRecordsTest, EnumStringsReadBackExactly) {
+    EXPECT_EQ(HTTPMethod::options, parseEnum<HTTPMethod>("OPTIONS"));
+    EXPECT_FALSE(parseEnum<HTTPMethod>("get"));
+    EXPECT_EQ(BodyKind::formURLEncoded, parseEnum<BodyKind>("formURLEncoded"));
+    EXPECT_EQ(AuthKind::apiKey, parseEnum<AuthKind>("apiKey"));
+    EXPECT_EQ(APIKeyLocation::query, parseEnum<APIKeyLocation>("query"));
+    EXPECT_EQ(OAuth2Grant::clientCredentials, parseEnum<OAuth2Grant>("clientCredentials"));
+    EXPECT_EQ(6u, enumValues<AuthKind>().size());
 }
 
 TEST(ModelRecordsTest, LabelsAndContentTypes) {
@@ -30,7 +30,7 @@ TEST(ModelRecordsTest, LabelsAndContentTypes) {
     EXPECT_EQ("OAuth 2.0", label(AuthKind::oauth2));
     EXPECT_EQ("Device Code", displayName(OAuth2Grant::deviceCode));
     std::vector<OAuth2Grant> interactive;
-    for (const auto grant : allCases<OAuth2Grant>()) {
+    for (const auto grant : enumValues<OAuth2Grant>()) {
         if (isInteractive(grant)) interactive.push_back(grant);
     }
     EXPECT_EQ((std::vector<OAuth2Grant>{OAuth2Grant::authorizationCode, OAuth2Grant::deviceCode}), interactive);

@@ -1,4 +1,5 @@
 #include "model/StoredResponse.hpp"
+#include "model/Written.hpp"
 
 #include <gtest/gtest.h>
 
@@ -37,13 +38,13 @@ TEST(StoredResponseTest, RoundTripOfAnAnswerAndOfATransportFailure) {
 
 TEST(StoredResponseTest, PersistedFormUsesBase64IsoDatesAndLeavesOutAbsentOptionals) {
     const StoredResponse failed{.sentAt = sent + milliseconds(750), .duration = 2, .error = "refused"};
-    const auto object = toJSON(failed);
+    const auto object = written(failed);
     EXPECT_EQ("2026-01-01T09:00:00Z", object["sentAt"]);
     EXPECT_FALSE(object.contains("requestBody"));
     EXPECT_EQ("refused", object["error"]);
     EXPECT_EQ("", object["body"]);
-    EXPECT_EQ("AP9vaw==", toJSON(answered({}, std::string("\0\xFFok", 4)))["body"]);
-    EXPECT_FALSE(toJSON(answered({}, "")).contains("error"));
+    EXPECT_EQ("AP9vaw==", written(answered({}, std::string("\0\xFFok", 4)))["body"]);
+    EXPECT_FALSE(written(answered({}, "")).contains("error"));
     EXPECT_NE(std::string::npos, encodeHistory({failed}).find("\"duration\": 2,"));
 }
 
@@ -58,7 +59,7 @@ std::string historyFailure(const nlohmann::json& list) {
 }
 
 TEST(StoredResponseTest, ReadingErrorsNameTheEntry) {
-    const auto good = toJSON(answered({}, ""));
+    const auto good = written(answered({}, ""));
     auto badBody = good;
     badBody["body"] = "not base64!";
     EXPECT_EQ("[1].body: Invalid Base64 data.", historyFailure(nlohmann::json::array({good, badBody})));

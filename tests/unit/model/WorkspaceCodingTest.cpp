@@ -1,4 +1,5 @@
 #include "model/WorkspaceCoding.hpp"
+#include "model/Written.hpp"
 
 #include <gtest/gtest.h>
 
@@ -57,7 +58,7 @@ std::string withItem(const std::string& item) {
 }
 
 std::string requestJSON(const std::string& skippedKey = "") {
-    nlohmann::json request = toJSON(APIRequest{.id = collectionID, .name = "R"});
+    nlohmann::json request = written(APIRequest{.id = collectionID, .name = "R"});
     request.erase(skippedKey);
     return request.dump();
 }
@@ -123,13 +124,13 @@ TEST(WorkspaceCodingTest, CollectionWithOnlyIdAndNameTakesDefaultsAndIsWrittenIn
     EXPECT_EQ(Auth::none(), workspace.collections[0].auth);
     EXPECT_EQ("square.stack.3d.up.fill", workspace.collections[0].icon);
     EXPECT_EQ("indigo", workspace.collections[0].color);
-    const auto written = toJSON(workspace.collections[0]);
-    EXPECT_EQ(9u, written.size());
-    EXPECT_EQ("X-API-Key", written["auth"]["apiKeyName"]);
+    const auto collection = written(workspace.collections[0]);
+    EXPECT_EQ(9u, collection.size());
+    EXPECT_EQ("X-API-Key", collection["auth"]["apiKeyName"]);
 }
 
 TEST(WorkspaceCodingTest, EmptyOAuth2ObjectIsTheDefaultConfiguration) {
-    auto auth = toJSON(Auth{});
+    auto auth = written(Auth{});
     auth["oauth2"] = nlohmann::json::object();
     const auto document = JSONDocument::parse(auth.dump());
     const auto config = decodeAuth(JSONReader(document)).oauth2;
@@ -141,7 +142,7 @@ TEST(WorkspaceCodingTest, EmptyOAuth2ObjectIsTheDefaultConfiguration) {
     EXPECT_EQ("Bearer", config->headerPrefix);
     EXPECT_EQ("access_token", config->queryParamName);
     EXPECT_FALSE(config->useIDToken);
-    EXPECT_EQ(19u, toJSON(*config).size());
+    EXPECT_EQ(19u, written(*config).size());
 }
 
 TEST(WorkspaceCodingTest, UnknownKeysAreIgnored) {
@@ -205,8 +206,8 @@ TEST(WorkspaceCodingTest, DecodingErrorKeepsKindPathAndDescription) {
         decodeWorkspace(withItem("{}"));
         FAIL();
     } catch (const DecodingError& error) {
-        EXPECT_EQ(DecodingError::Kind::typeMismatch, error.kind());
-        EXPECT_EQ("collections[0].items[0]", error.codingPath());
+        EXPECT_EQ(DecodingError::Kind::wrongType, error.kind());
+        EXPECT_EQ("collections[0].items[0]", error.path());
         EXPECT_EQ("Invalid number of keys found, expected one.", error.description());
     }
 }

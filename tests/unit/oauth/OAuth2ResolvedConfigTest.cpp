@@ -76,7 +76,7 @@ TEST(OAuth2ResolvedConfigTest, ActiveFieldsDependOnTheGrant) {
     };
     for (const auto& [grant, expected] : cases) {
         config.grant = grant;
-        EXPECT_EQ(expected, activeFields(config)) << rawValue(grant);
+        EXPECT_EQ(expected, activeFields(config)) << toString(grant);
     }
 }
 

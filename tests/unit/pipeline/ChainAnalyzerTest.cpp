@@ -37,7 +37,7 @@ TEST(ChainAnalyzerTest, ReferencesNameTheRequestBeforeTheFirstDot) {
         {"{{@A}}.x}} {{@B.status}}", {"B"}},  // the body ends at the first "}}"
         {"{{@A{{@B.status}}", {"A{{@B"}},
     };
-    for (const auto& c : cases) EXPECT_EQ(c.names, ChainAnalyzer::references(c.text)) << c.text;
+    for (const auto& c : cases) EXPECT_EQ(c.names, chainAnalyzer::references(c.text)) << c.text;
 }
 
 TEST(ChainAnalyzerTest, DependenciesScanTheRequestInOrderOnce) {
@@ -54,8 +54,8 @@ TEST(ChainAnalyzerTest, DependenciesScanTheRequestInOrderOnce) {
                     {.key = "Y", .value = "{{@DisabledHeader.body}}", .enabled = false}};
     read.body.form = {{.key = "f", .value = "{{@Form.body}}"}, {.value = "{{@DisabledForm.body}}", .enabled = false}};
     EXPECT_EQ((Names{"Url", "Login", "Raw", "Token", "User", "Password", "KeyValue", "Query", "Header", "Form"}),
-              ChainAnalyzer::dependencies(read));
-    EXPECT_EQ(Names{}, ChainAnalyzer::dependencies(request("Plain", "https://example.test/{{id}}")));
+              chainAnalyzer::dependencies(read));
+    EXPECT_EQ(Names{}, chainAnalyzer::dependencies(request("Plain", "https://example.test/{{id}}")));
 }
 
 TEST(ChainAnalyzerTest, DependentsAreTheOtherRequestsThatReadIt) {
@@ -68,8 +68,8 @@ TEST(ChainAnalyzerTest, DependentsAreTheOtherRequestsThatReadIt) {
     disabled.headers = {{.key = "Authorization", .value = "{{@Login.status}}", .enabled = false}};
     const auto shop = collection({profile, Folder{Uuid::random(), "Nested", {plain, orders}}, login, disabled});
 
-    EXPECT_EQ((Names{"Profile", "Orders"}), names(ChainAnalyzer::dependents(login, shop)));
-    EXPECT_EQ(Names{}, names(ChainAnalyzer::dependents(profile, shop)));
+    EXPECT_EQ((Names{"Profile", "Orders"}), names(chainAnalyzer::dependents(login, shop)));
+    EXPECT_EQ(Names{}, names(chainAnalyzer::dependents(profile, shop)));
 }
 
 TEST(ChainAnalyzerTest, SendOrderVisitsPrerequisitesFirst) {
@@ -94,7 +94,7 @@ TEST(ChainAnalyzerTest, SendOrderVisitsPrerequisitesFirst) {
     };
     for (const auto& c : cases) {
         std::vector<CollectionItem> items(c.requests.begin(), c.requests.end());
-        EXPECT_EQ(c.order, names(ChainAnalyzer::sendOrder(c.requests.front(), collection(items)))) << c.title;
+        EXPECT_EQ(c.order, names(chainAnalyzer::sendOrder(c.requests.front(), collection(items)))) << c.title;
     }
 }
 
@@ -104,7 +104,7 @@ TEST(ChainAnalyzerTest, SendOrderTakesTheFirstRequestOfAName) {
     const auto topTwin = request("Twin");
     const auto leaf = request("Leaf");
     const auto shop = collection({root, Folder{Uuid::random(), "Nested", {nestedTwin}}, topTwin, leaf});
-    const auto order = ChainAnalyzer::sendOrder(root, shop);
+    const auto order = chainAnalyzer::sendOrder(root, shop);
     ASSERT_EQ((Names{"Leaf", "Twin"}), names(order));
     EXPECT_EQ(nestedTwin.id, order[1].id);
 }

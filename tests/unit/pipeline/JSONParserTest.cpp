@@ -25,7 +25,7 @@ std::string readFile(const std::filesystem::path& path) {
 }
 
 std::string parsedString(std::string_view json) {
-    return std::get<std::string>(JSONParser::parse(json).storage());
+    return std::get<std::string>(jsonParser::parse(json).storage());
 }
 
 TEST(JSONParserTest, ErrorsNameTheFirstProblemAndItsByteOffset) {
@@ -65,9 +65,9 @@ TEST(JSONParserTest, ErrorsNameTheFirstProblemAndItsByteOffset) {
     };
     for (const auto& c : cases) {
         try {
-            JSONParser::parse(c.input);
+            jsonParser::parse(c.input);
             ADD_FAILURE() << "accepted: " << c.input;
-        } catch (const JSONParser::ParseError& error) {
+        } catch (const jsonParser::ParseError& error) {
             EXPECT_EQ(c.offset, error.offset()) << c.input;
             EXPECT_EQ(c.message, error.message()) << c.input;
         }
@@ -76,7 +76,7 @@ TEST(JSONParserTest, ErrorsNameTheFirstProblemAndItsByteOffset) {
 
 TEST(JSONParserTest, ErrorDescriptionGivesOffsetAndMessage) {
     try {
-        JSONParser::parse("{\"a\":1,\"b\":2x}");
+        jsonParser::parse("{\"a\":1,\"b\":2x}");
         FAIL();
     } catch (const Error& error) {
         EXPECT_STREQ("Invalid JSON at byte 12: expected ',' or '}'", error.what());
@@ -84,16 +84,16 @@ TEST(JSONParserTest, ErrorDescriptionGivesOffsetAndMessage) {
 }
 
 TEST(JSONParserTest, ObjectsKeepDuplicateMembersInOrder) {
-    const JSONValue value = JSONParser::parse(" {\"a\":1,\"b\":[],\"a\":2} ");
+    const JSONValue value = jsonParser::parse(" {\"a\":1,\"b\":[],\"a\":2} ");
     EXPECT_EQ(JSONValue(Object{{"a", Number{"1"}}, {"b", Array{}}, {"a", Number{"2"}}}), value);
-    EXPECT_EQ("{\n  \"a\": 1,\n  \"b\": [],\n  \"a\": 2\n}", JSONParser::serialize(value, "  "));
+    EXPECT_EQ("{\n  \"a\": 1,\n  \"b\": [],\n  \"a\": 2\n}", jsonParser::serialize(value, "  "));
 }
 
 TEST(JSONParserTest, NumbersAreAnyRunOfNumberBytesKeptVerbatim) {
     for (const char* number : {"1.50", "1e", "-", "1-2e", "+5", "00", ".", "--", "1E+9"}) {
-        EXPECT_EQ(JSONValue(Number{number}), JSONParser::parse(number)) << number;
+        EXPECT_EQ(JSONValue(Number{number}), jsonParser::parse(number)) << number;
     }
-    EXPECT_EQ(JSONValue(Array{Number{"1.50"}, Number{"-0"}}), JSONParser::parse("[1.50,-0]"));
+    EXPECT_EQ(JSONValue(Array{Number{"1.50"}, Number{"-0"}}), jsonParser::parse("[1.50,-0]"));
 }
 
 TEST(JSONParserTest, StringEscapes) {
@@ -117,16 +117,16 @@ TEST(JSONParserTest, StringEscapes) {
         {"\"\xC3\\u00e9\"", fffd + "\xC3\xA9"},  // raw bytes and escapes are repaired together
     };
     for (const auto& c : cases) EXPECT_EQ(c.text, parsedString(c.json)) << c.json;
-    EXPECT_EQ(JSONValue(Object{{"\xF0\x9F\x98\x80", true}}), JSONParser::parse(R"({"\ud83d\ude00":true})"));
+    EXPECT_EQ(JSONValue(Object{{"\xF0\x9F\x98\x80", true}}), jsonParser::parse(R"({"\ud83d\ude00":true})"));
 }
 
 TEST(JSONParserTest, KeywordsAndWhitespace) {
-    EXPECT_EQ(JSONValue(Array{true, false, nullptr}), JSONParser::parse("\t[ true ,\r\nfalse,null ]\n"));
-    EXPECT_EQ(JSONValue(Object{}), JSONParser::parse("{ }"));
+    EXPECT_EQ(JSONValue(Array{true, false, nullptr}), jsonParser::parse("\t[ true ,\r\nfalse,null ]\n"));
+    EXPECT_EQ(JSONValue(Object{}), jsonParser::parse("{ }"));
 }
 
 TEST(JSONParserTest, SerializeIndentsFromTheGivenLevel) {
-    const JSONValue value = JSONParser::parse(R"({"a":[1,{}],"b":"x\"y","c":{"d":null}})");
+    const JSONValue value = jsonParser::parse(R"({"a":[1,{}],"b":"x\"y","c":{"d":null}})");
     EXPECT_EQ("{\n"
               "    \"a\": [\n"
               "      1,\n"
@@ -137,16 +137,16 @@ TEST(JSONParserTest, SerializeIndentsFromTheGivenLevel) {
               "      \"d\": null\n"
               "    }\n"
               "  }",
-              JSONParser::serialize(value, "  ", 1));
-    EXPECT_EQ("[]", JSONParser::serialize(Array{}, "  ", 3));
-    EXPECT_EQ("true", JSONParser::serialize(true, "  "));
+              jsonParser::serialize(value, "  ", 1));
+    EXPECT_EQ("[]", jsonParser::serialize(Array{}, "  ", 3));
+    EXPECT_EQ("true", jsonParser::serialize(true, "  "));
 }
 
 TEST(JSONParserTest, QuoteEscapesOnlyQuotesBackslashesAndControls) {
-    EXPECT_EQ("\"\\u001b\"", JSONParser::quote("\x1b"));
+    EXPECT_EQ("\"\\u001b\"", jsonParser::quote("\x1b"));
     EXPECT_EQ(R"("a\"b\\c\n\r\t\u0008\u000c\u0000/)" "\x7F" "\xC3\xA9\"",
-              JSONParser::quote(std::string("a\"b\\c\n\r\t\b\f\0/\x7F\xC3\xA9", 15)));
-    EXPECT_EQ("\"\"", JSONParser::quote(""));
+              jsonParser::quote(std::string("a\"b\\c\n\r\t\b\f\0/\x7F\xC3\xA9", 15)));
+    EXPECT_EQ("\"\"", jsonParser::quote(""));
 }
 
 TEST(JSONParserTest, DeepNestingParsesSerializesAndComparesWithoutRecursion) {
@@ -156,15 +156,15 @@ TEST(JSONParserTest, DeepNestingParsesSerializesAndComparesWithoutRecursion) {
         for (size_t i = 0; i < depth; ++i) json += open;
         json += "0";
         for (size_t i = 0; i < depth; ++i) json += close;
-        const JSONValue value = JSONParser::parse(json);
-        const std::string serialized = JSONParser::serialize(value, "");
+        const JSONValue value = jsonParser::parse(json);
+        const std::string serialized = jsonParser::serialize(value, "");
         EXPECT_EQ(json, JSONFormat::minified(serialized));
-        EXPECT_EQ(value, JSONParser::parse(serialized));
+        EXPECT_EQ(value, jsonParser::parse(serialized));
     }
     try {
-        JSONParser::parse(std::string(depth, '['));
+        jsonParser::parse(std::string(depth, '['));
         FAIL();
-    } catch (const JSONParser::ParseError& error) {
+    } catch (const jsonParser::ParseError& error) {
         EXPECT_EQ(std::ptrdiff_t(depth), error.offset());
         EXPECT_EQ("unexpected end", error.message());
     }
@@ -178,12 +178,12 @@ TEST(JSONParserTest, AcceptsTheConformanceSuiteAndRendersStrictJSON) {
         if (entry.path().filename().string().rfind("y_", 0) != 0) continue;
         const std::string json = readFile(entry.path());
         try {
-            const JSONValue value = JSONParser::parse(json);
-            const std::string serialized = JSONParser::serialize(value, "  ");
+            const JSONValue value = jsonParser::parse(json);
+            const std::string serialized = jsonParser::serialize(value, "  ");
             EXPECT_TRUE(JSONFormat::isValid(serialized)) << entry.path() << "\n" << serialized;
-            EXPECT_EQ(value, JSONParser::parse(serialized)) << entry.path();
+            EXPECT_EQ(value, jsonParser::parse(serialized)) << entry.path();
             ++accepted;
-        } catch (const JSONParser::ParseError& error) {
+        } catch (const jsonParser::ParseError& error) {
             ADD_FAILURE() << entry.path() << ": " << error.what();
         }
     }

@@ -47,7 +47,7 @@ TEST(JSONPathTest, FollowsMembersAndIndexes) {
         {{"items", "0", "id", "x"}, std::nullopt},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(c.value, JSONPath::extract(c.pieces, body)) << ::testing::PrintToString(c.pieces);
+        EXPECT_EQ(c.value, jsonPath::extract(c.pieces, body)) << ::testing::PrintToString(c.pieces);
     }
 }
 
@@ -57,31 +57,31 @@ TEST(JSONPathTest, NumbersByTheirShortestText) {
         const char* text;
     } cases[] = {{"whole", "3"}, {"ratio", "0.1"}, {"tiny", "1e-07"}, {"big", "1e+21"},
                  {"negative", "-2"}, {"huge", "12345678901234567890"}};
-    for (const auto& c : cases) EXPECT_EQ(c.text, JSONPath::extract(Pieces{c.name}, body)) << c.name;
+    for (const auto& c : cases) EXPECT_EQ(c.text, jsonPath::extract(Pieces{c.name}, body)) << c.name;
 
-    EXPECT_EQ("3", JSONPath::stringify(3.0));
-    EXPECT_EQ("0", JSONPath::stringify(-0.0));
-    EXPECT_EQ("-4503599627370496", JSONPath::stringify(-4503599627370496.0));
-    EXPECT_EQ("9.007199254740992e+15", JSONPath::stringify(9007199254740992.0));  // 2^53: no longer exact
-    EXPECT_EQ("0.30000000000000004", JSONPath::stringify(0.1 + 0.2));
+    EXPECT_EQ("3", jsonPath::stringify(3.0));
+    EXPECT_EQ("0", jsonPath::stringify(-0.0));
+    EXPECT_EQ("-4503599627370496", jsonPath::stringify(-4503599627370496.0));
+    EXPECT_EQ("9.007199254740992e+15", jsonPath::stringify(9007199254740992.0));  // 2^53: no longer exact
+    EXPECT_EQ("0.30000000000000004", jsonPath::stringify(0.1 + 0.2));
 }
 
 TEST(JSONPathTest, ArraysAtTheTopLevel) {
-    EXPECT_EQ("20", JSONPath::extract(Pieces{"1"}, "[10, 20]"));
-    EXPECT_EQ(std::nullopt, JSONPath::extract(Pieces{"2"}, "[10, 20]"));
+    EXPECT_EQ("20", jsonPath::extract(Pieces{"1"}, "[10, 20]"));
+    EXPECT_EQ(std::nullopt, jsonPath::extract(Pieces{"2"}, "[10, 20]"));
 }
 
 TEST(JSONPathTest, BodiesThatAreNotJSONGiveNothing) {
     for (const std::string_view text : {"", "not json", "{", R"({"token": "abc"} trailing)", "{'token': 'abc'}",
                                         "{\"token\": \"\xFF\"}"}) {
-        EXPECT_EQ(std::nullopt, JSONPath::extract(Pieces{"token"}, text)) << text;
+        EXPECT_EQ(std::nullopt, jsonPath::extract(Pieces{"token"}, text)) << text;
     }
 }
 
 TEST(JSONPathTest, DeeplyNestedValuesAreWrittenWithoutRecursion) {
     constexpr std::size_t depth = 100000;
     const std::string nested = std::string(depth, '[') + std::string(depth, ']');
-    const auto value = JSONPath::extract(Pieces{"0"}, nested);
+    const auto value = jsonPath::extract(Pieces{"0"}, nested);
     ASSERT_TRUE(value);
     EXPECT_EQ(std::string(depth - 1, '[') + std::string(depth - 1, ']'), *value);
 }

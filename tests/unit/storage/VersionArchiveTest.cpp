@@ -32,14 +32,14 @@ protected:
 
     std::set<std::string> fileNames() const {
         std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(archive.folderURL()))
+        for (const auto& entry : std::filesystem::directory_iterator(archive.folder()))
             names.insert(entry.path().filename().string());
         return names;
     }
 
     void touch(const std::string& name, const std::string& bytes = "{}") const {
-        std::filesystem::create_directories(archive.folderURL());
-        std::ofstream(archive.folderURL() / name) << bytes;
+        std::filesystem::create_directories(archive.folder());
+        std::ofstream(archive.folder() / name) << bytes;
     }
 
     std::filesystem::path root;
@@ -168,7 +168,7 @@ TEST_F(VersionArchiveTest, ListIgnoresFilesThatAreNotSnapshots) {
     EXPECT_TRUE(archive.list().empty());  // no folder yet
     touch("notes.txt");
     touch("20250301T142233.045Z~x.txt");
-    std::filesystem::create_directories(archive.folderURL() / "20250301T142233.045Z~folder.json");
+    std::filesystem::create_directories(archive.folder() / "20250301T142233.045Z~folder.json");
     touch("20250301T142233.045Z~real.json");
     const auto listed = archive.list();
     ASSERT_EQ(1U, listed.size());

@@ -32,9 +32,9 @@ struct Fixture {
 
 TEST(WorkspaceDiffTest, EqualWorkspacesHaveNoChanges) {
     const Fixture fixture;
-    const auto changes = WorkspaceDiff::changes(fixture.workspace, fixture.workspace);
+    const auto changes = workspaceDiff::changes(fixture.workspace, fixture.workspace);
     EXPECT_TRUE(changes.empty());
-    EXPECT_EQ("Same as now", WorkspaceDiff::summary(changes));
+    EXPECT_EQ("Same as now", workspaceDiff::summary(changes));
 }
 
 TEST(WorkspaceDiffTest, RenamedRequestIsOneModification) {
@@ -44,11 +44,11 @@ TEST(WorkspaceDiffTest, RenamedRequestIsOneModification) {
     login.name = "Sign in";
     fixture.update(renamed, login);
 
-    const auto changes = WorkspaceDiff::changes(fixture.workspace, renamed);
+    const auto changes = workspaceDiff::changes(fixture.workspace, renamed);
     ASSERT_EQ(1U, changes.size());
     EXPECT_EQ((WorkspaceChange{Kind::modified, Entity::request, login.id, "Sign in", "name"}), changes[0]);
     EXPECT_EQ("request-" + login.id.text() + "-modified", changes[0].id());
-    EXPECT_EQ("Sign in changed", WorkspaceDiff::summary(changes));
+    EXPECT_EQ("Sign in changed", workspaceDiff::summary(changes));
 }
 
 TEST(WorkspaceDiffTest, ModifiedRequestListsItsFieldsInOrder) {
@@ -58,7 +58,7 @@ TEST(WorkspaceDiffTest, ModifiedRequestListsItsFieldsInOrder) {
     me.headers.push_back({.key = "Accept", .value = "application/json"});
     me.url = "/auth/me?full=1";
     fixture.update(edited, me);
-    EXPECT_EQ("URL, headers", WorkspaceDiff::changes(fixture.workspace, edited).at(0).detail);
+    EXPECT_EQ("URL, headers", workspaceDiff::changes(fixture.workspace, edited).at(0).detail);
 }
 
 TEST(WorkspaceDiffTest, RequestFieldNames) {
@@ -76,7 +76,7 @@ TEST(WorkspaceDiffTest, RequestFieldNames) {
     for (const auto& [edit, fields] : cases) {
         auto edited = base;
         edit(edited);
-        EXPECT_EQ(fields, WorkspaceDiff::requestFields(base, edited));
+        EXPECT_EQ(fields, workspaceDiff::requestFields(base, edited));
     }
 }
 
@@ -87,11 +87,11 @@ TEST(WorkspaceDiffTest, CollectionFieldNames) {
     edited.color = "amber";
     edited.variables.push_back({.key = "id", .value = "1"});
     EXPECT_EQ((std::vector<std::string>{"base URL", "variables", "appearance"}),
-              WorkspaceDiff::collectionFields(base, edited));
+              workspaceDiff::collectionFields(base, edited));
     edited = base;
     edited.notes = "docs";
     edited.auth.kind = AuthKind::bearer;
-    EXPECT_EQ((std::vector<std::string>{"auth", "docs"}), WorkspaceDiff::collectionFields(base, edited));
+    EXPECT_EQ((std::vector<std::string>{"auth", "docs"}), workspaceDiff::collectionFields(base, edited));
 }
 
 TEST(WorkspaceDiffTest, MovingOutOfAFolderNamesTheFolder) {
@@ -100,10 +100,10 @@ TEST(WorkspaceDiffTest, MovingOutOfAFolderNamesTheFolder) {
     itemTree::remove(fixture.newShop(moved).items, fixture.me.id);
     itemTree::insertIntoFolder(fixture.newShop(moved).items, fixture.me, std::nullopt);
 
-    const auto changes = WorkspaceDiff::changes(fixture.workspace, moved);
+    const auto changes = workspaceDiff::changes(fixture.workspace, moved);
     ASSERT_EQ(1U, changes.size());
     EXPECT_EQ((WorkspaceChange{Kind::moved, Entity::request, fixture.me.id, "Me", "was in Auth"}), changes[0]);
-    EXPECT_EQ("Me moved", WorkspaceDiff::summary(changes));
+    EXPECT_EQ("Me moved", workspaceDiff::summary(changes));
 }
 
 TEST(WorkspaceDiffTest, MovedAndEditedItemCarriesBothChanges) {
@@ -114,11 +114,11 @@ TEST(WorkspaceDiffTest, MovedAndEditedItemCarriesBothChanges) {
     itemTree::remove(fixture.newShop(moved).items, list.id);
     itemTree::insertIntoFolder(moved.collections[1].items, list, std::nullopt);
 
-    const auto changes = WorkspaceDiff::changes(fixture.workspace, moved);
+    const auto changes = workspaceDiff::changes(fixture.workspace, moved);
     EXPECT_EQ((std::vector<WorkspaceChange>{{Kind::modified, Entity::request, list.id, "List products", "method"},
                                             {Kind::moved, Entity::request, list.id, "List products", "was in Shop"}}),
               changes);
-    EXPECT_EQ("2 differences", WorkspaceDiff::summary(changes));
+    EXPECT_EQ("2 differences", workspaceDiff::summary(changes));
 }
 
 TEST(WorkspaceDiffTest, RenamedFolderIsModifiedByName) {
@@ -126,22 +126,22 @@ TEST(WorkspaceDiffTest, RenamedFolderIsModifiedByName) {
     auto renamed = fixture.workspace;
     itemTree::renameFolder(fixture.newShop(renamed).items, fixture.auth.id, "Sign-in");
     EXPECT_EQ((std::vector<WorkspaceChange>{{Kind::modified, Entity::folder, fixture.auth.id, "Sign-in", "name"}}),
-              WorkspaceDiff::changes(fixture.workspace, renamed));
+              workspaceDiff::changes(fixture.workspace, renamed));
 }
 
 TEST(WorkspaceDiffTest, RemovedCollectionCountsItsRequestsAndStandsForThem) {
     const Fixture fixture;
     auto withoutShop = fixture.workspace;
     withoutShop.collections.erase(withoutShop.collections.begin());
-    const auto changes = WorkspaceDiff::changes(fixture.workspace, withoutShop);
+    const auto changes = workspaceDiff::changes(fixture.workspace, withoutShop);
     EXPECT_EQ((std::vector<WorkspaceChange>{{Kind::removed, Entity::collection, fixture.shop.id, "Shop", "3 requests"}}),
               changes);
-    EXPECT_EQ("Shop removed", WorkspaceDiff::summary(changes));
+    EXPECT_EQ("Shop removed", workspaceDiff::summary(changes));
 
     auto withoutBlog = fixture.workspace;
     withoutBlog.collections.pop_back();
-    EXPECT_EQ("1 request", WorkspaceDiff::changes(fixture.workspace, withoutBlog).at(0).detail);
-    EXPECT_EQ("0 requests", WorkspaceDiff::changes(Workspace{}, Workspace{.collections = {{.name = "E"}}}).at(0).detail);
+    EXPECT_EQ("1 request", workspaceDiff::changes(fixture.workspace, withoutBlog).at(0).detail);
+    EXPECT_EQ("0 requests", workspaceDiff::changes(Workspace{}, Workspace{.collections = {{.name = "E"}}}).at(0).detail);
 }
 
 TEST(WorkspaceDiffTest, EnvironmentsAreMatchedByID) {
@@ -155,9 +155,9 @@ TEST(WorkspaceDiffTest, EnvironmentsAreMatchedByID) {
                   {Kind::added, Entity::environment, staging.id, "Staging", ""},
                   {Kind::modified, Entity::environment, fixture.dev.id, "Development", "name, variables"},
               }),
-              WorkspaceDiff::changes(fixture.workspace, edited));
+              workspaceDiff::changes(fixture.workspace, edited));
     EXPECT_EQ((std::vector<WorkspaceChange>{{Kind::removed, Entity::environment, fixture.dev.id, "Dev", ""}}),
-              WorkspaceDiff::changes(fixture.workspace, Workspace{.collections = fixture.workspace.collections}));
+              workspaceDiff::changes(fixture.workspace, Workspace{.collections = fixture.workspace.collections}));
 }
 
 TEST(WorkspaceDiffTest, ListIsSortedByEntityKindAndName) {
@@ -173,7 +173,7 @@ TEST(WorkspaceDiffTest, ListIsSortedByEntityKindAndName) {
     edited.environments.clear();
 
     std::vector<std::string> ids;
-    for (const auto& change : WorkspaceDiff::changes(fixture.workspace, edited)) ids.push_back(change.id());
+    for (const auto& change : workspaceDiff::changes(fixture.workspace, edited)) ids.push_back(change.id());
     EXPECT_EQ((std::vector<std::string>{
                   "collection-" + added.id.text() + "-added",
                   "collection-" + fixture.shop.id.text() + "-modified",
@@ -187,11 +187,11 @@ TEST(WorkspaceDiffTest, ListIsSortedByEntityKindAndName) {
 
 TEST(WorkspaceDiffTest, FlattenPlacesEveryItem) {
     const Fixture fixture;
-    const auto places = WorkspaceDiff::flatten(fixture.workspace);
+    const auto places = workspaceDiff::flatten(fixture.workspace);
     EXPECT_EQ(5U, places.size());
-    EXPECT_EQ((WorkspaceDiff::Placed{fixture.me, fixture.shop.id, fixture.auth.id}), places.at(fixture.me.id));
-    EXPECT_EQ((WorkspaceDiff::Placed{fixture.auth, fixture.shop.id, std::nullopt}), places.at(fixture.auth.id));
-    EXPECT_EQ((WorkspaceDiff::Placed{fixture.posts, fixture.blog.id, std::nullopt}), places.at(fixture.posts.id));
+    EXPECT_EQ((workspaceDiff::Placed{fixture.me, fixture.shop.id, fixture.auth.id}), places.at(fixture.me.id));
+    EXPECT_EQ((workspaceDiff::Placed{fixture.auth, fixture.shop.id, std::nullopt}), places.at(fixture.auth.id));
+    EXPECT_EQ((workspaceDiff::Placed{fixture.posts, fixture.blog.id, std::nullopt}), places.at(fixture.posts.id));
 }
 
 }  // namespace

@@ -14,18 +14,18 @@ TEST(ByteScanTest, FindQuoteOrBackslashStopsAtTheFirstAndSeesNonASCIIBeforeIt) {
         for (const char stop : {'"', '\\'}) {
             const std::string text = std::string(length, 'a') + stop + "\xC3\xA9\"";
             bool sawNonASCII = false;
-            EXPECT_EQ(length, bytescan::findQuoteOrBackslash(text, 0, sawNonASCII));
+            EXPECT_EQ(length, byteScan::findQuoteOrBackslash(text, 0, sawNonASCII));
             EXPECT_FALSE(sawNonASCII) << length;
             for (size_t at = 0; at < length; ++at) {
                 std::string marked = text;
                 marked[at] = '\xE9';
                 sawNonASCII = false;
-                EXPECT_EQ(length, bytescan::findQuoteOrBackslash(marked, 0, sawNonASCII));
+                EXPECT_EQ(length, byteScan::findQuoteOrBackslash(marked, 0, sawNonASCII));
                 EXPECT_TRUE(sawNonASCII) << length << " " << at;
             }
         }
         bool sawNonASCII = false;
-        EXPECT_EQ(length, bytescan::findQuoteOrBackslash(std::string(length, 'a'), 0, sawNonASCII));
+        EXPECT_EQ(length, byteScan::findQuoteOrBackslash(std::string(length, 'a'), 0, sawNonASCII));
     }
 }
 
@@ -36,26 +36,26 @@ TEST(ByteScanTest, FindQuoteBackslashOrControlStopsAtAnyOfThem) {
         for (int stop = 0; stop < 0x20; ++stop) {
             const std::string text = std::string(length, 'a') + static_cast<char>(stop) + "\"";
             bool sawNonASCII = false;
-            EXPECT_EQ(length, bytescan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length << " " << stop;
+            EXPECT_EQ(length, byteScan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length << " " << stop;
             EXPECT_FALSE(sawNonASCII);
         }
         for (const char* stop : {"\"", "\\"}) {
             bool sawNonASCII = false;
             const std::string text = std::string(length, '\x7F') + "\xC3\xA9" + stop + "\n";
-            EXPECT_EQ(length + 2, bytescan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length;
+            EXPECT_EQ(length + 2, byteScan::findQuoteBackslashOrControl(text, 0, sawNonASCII)) << length;
             EXPECT_TRUE(sawNonASCII);
         }
         bool sawNonASCII = false;
-        EXPECT_EQ(length, bytescan::findQuoteBackslashOrControl(std::string(length, ' '), 0, sawNonASCII));
+        EXPECT_EQ(length, byteScan::findQuoteBackslashOrControl(std::string(length, ' '), 0, sawNonASCII));
     }
 }
 
 TEST(ByteScanTest, SkipWhitespacePassesRunsOfEveryLength) {
     for (size_t length = 0; length < 20; ++length) {
-        EXPECT_EQ(length, bytescan::skipWhitespace(std::string(length, ' ') + "x  ", 0));
-        EXPECT_EQ(length + 2, bytescan::skipWhitespace("\n" + std::string(length, ' ') + "\tx", 0));
+        EXPECT_EQ(length, byteScan::skipWhitespace(std::string(length, ' ') + "x  ", 0));
+        EXPECT_EQ(length + 2, byteScan::skipWhitespace("\n" + std::string(length, ' ') + "\tx", 0));
     }
-    EXPECT_EQ(9u, bytescan::skipWhitespace("x\r\n \t    y", 1));
+    EXPECT_EQ(9u, byteScan::skipWhitespace("x\r\n \t    y", 1));
 }
 
 // Every position within and across eight-byte words, starting anywhere before the stop; a CR
@@ -64,13 +64,13 @@ TEST(ByteScanTest, FindNonASCIIAndCarriageReturnStopAtTheFirst) {
     for (size_t length = 0; length < 20; ++length) {
         for (size_t from = 0; from <= length; ++from) {
             const std::string nonASCII = std::string(length, 'a') + "\xC3\xA9\r";
-            EXPECT_EQ(length, bytescan::findNonASCII(nonASCII, from)) << length << " " << from;
-            EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(nonASCII, from)) << length << " " << from;
+            EXPECT_EQ(length, byteScan::findNonASCII(nonASCII, from)) << length << " " << from;
+            EXPECT_EQ(length, byteScan::findCarriageReturnOrNonASCII(nonASCII, from)) << length << " " << from;
             const std::string carriageReturn = std::string(length, 'a') + "\r\xC3\xA9";
-            EXPECT_EQ(length + 1, bytescan::findNonASCII(carriageReturn, from)) << length << " " << from;
-            EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(carriageReturn, from)) << length << " " << from;
+            EXPECT_EQ(length + 1, byteScan::findNonASCII(carriageReturn, from)) << length << " " << from;
+            EXPECT_EQ(length, byteScan::findCarriageReturnOrNonASCII(carriageReturn, from)) << length << " " << from;
         }
-        EXPECT_EQ(length, bytescan::findCarriageReturnOrNonASCII(std::string(length, '\n'), 0));
+        EXPECT_EQ(length, byteScan::findCarriageReturnOrNonASCII(std::string(length, '\n'), 0));
     }
 }
 

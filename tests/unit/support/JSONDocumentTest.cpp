@@ -20,8 +20,8 @@ long errorOffset(std::string_view text) {
     try {
         JSONDocument::parse(text);
     } catch (const DecodingError& error) {
-        EXPECT_EQ(DecodingError::Kind::dataCorrupted, error.kind());
-        EXPECT_EQ("", error.codingPath());
+        EXPECT_EQ(DecodingError::Kind::malformed, error.kind());
+        EXPECT_EQ("", error.path());
         const std::string message = error.what();
         const std::string prefix = "The data is not valid JSON (error at offset ";
         EXPECT_EQ(prefix, message.substr(0, prefix.size())) << message;

@@ -31,7 +31,7 @@ TEST(JSONReaderTest, StringsKeepTheirBlanksAndEscapes) {
     const auto numbers = root.member("n");
     std::vector<std::string> kinds;
     numbers.array([&kinds](const JSONReader& element) {
-        kinds.push_back(element.codingPath());
+        kinds.push_back(element.path());
         return 0;
     });
     EXPECT_EQ((std::vector<std::string>{"n[0]", "n[1]", "n[2]", "n[3]"}), kinds);

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tessaline {
+
+// The members of a JSON-RPC message that the server reads, taken from one input line as their
+// source text instead of as a tree. The line is checked as strict JSON (RFC 8259) in one pass
+// whose only memory is a bit for each open container, so however a line nests it costs little
+// beyond its own bytes, and an id is echoed as it was written: a number no double holds, -0
+// and 1e999 included.
+struct JSONRPCMessage {
+    // The id's text with the whitespace between its tokens removed; empty when there is none.
+    std::string id;
+    // The method when it is a text, else empty.
+    std::string method;
+    // The source text of "params" (a view into the line); empty when absent.
+    std::string_view params;
+    // How many values "params" holds, itself and those in its containers at any depth.
+    std::size_t paramsValues = 0;
+
+    // Nothing when the line is not one JSON object. A member that repeats counts by its last value.
+    static std::optional<JSONRPCMessage> read(std::string_view line);
+
+    // Without an id, or with a null one, a message is a notification and gets no reply.
+    bool isNotification() const { return id.empty() || id == "null"; }
+};
+
+}  // namespace tessaline
