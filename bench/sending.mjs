@@ -32,9 +32,13 @@ function cpuTicks(pid) {
 }
 const ticksPerSecond = Number(spawnSync('getconf', ['CLK_TCK']).stdout) || 100;
 
+// Trust comes only from the variables given: a CA bundle named in this process's environment
+// would take precedence over them.
 async function connect(command, args, env) {
+  const inherited = { ...process.env };
+  for (const name of ['CURL_CA_BUNDLE', 'SSL_CERT_FILE', 'SSL_CERT_DIR', 'NODE_EXTRA_CA_CERTS']) delete inherited[name];
   const client = new Client({ name: 'bench', version: '1.0.0' });
-  const transport = new StdioClientTransport({ command, args, env: { ...process.env, ...env }, stderr: 'ignore' });
+  const transport = new StdioClientTransport({ command, args, env: { ...inherited, ...env }, stderr: 'ignore' });
   await client.connect(transport);
   return { client, pid: transport.pid };
 }

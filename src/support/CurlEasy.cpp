@@ -176,6 +176,7 @@ void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* heade
     curl().easySetopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs must not raise signals in a threaded program
     curl().easySetopt(handle, CURLOPT_ERRORBUFFER, errors);
     curl().easySetopt(handle, CURLOPT_ACCEPT_ENCODING, "");  // every encoding this libcurl decodes
+    curl().easySetopt(handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);  // HTTP/2 where TLS's ALPN offers it
     curl().easySetopt(handle, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
     curl().easySetopt(handle, CURLOPT_MAXREDIRS, CurlEasy::maximumRedirects);
     curl().easySetopt(handle, CURLOPT_HTTPHEADER, headers);
