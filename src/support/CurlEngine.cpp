@@ -49,6 +49,11 @@ CurlEngine::CurlEngine()
     }
 }
 
+CurlEngine::~CurlEngine() {
+    idle_.clear();  // a share handle still in use by an easy handle cannot be cleaned up
+    curl().shareCleanup(share_);
+}
+
 CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request) {
     auto handle = takeHandle();
     auto response = handle->perform(request, {.share = share_,

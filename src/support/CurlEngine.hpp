@@ -33,6 +33,8 @@ public:
     // Reads the CA variables of the environment; tests make their own engines to read them
     // afresh. Throws Error when libcurl cannot be loaded.
     CurlEngine();
+    // Closes the connections it keeps; no exchange may be running.
+    ~CurlEngine();
     CurlEngine(const CurlEngine&) = delete;
     CurlEngine& operator=(const CurlEngine&) = delete;
 
