@@ -1,9 +1,12 @@
 // Arbitrary input lines for the JSON-RPC layer: never a crash or a hang, at most one reply
-// per line, and every reply is one JSON object on one line. A line that nlohmann reads as a JSON object is
-// never answered with a parse error: the server reads lines with its own scanner, which must
-// accept at least what nlohmann accepts.
+// per line, and every reply is one JSON object on one line. A line that nlohmann reads as a
+// JSON object is never answered with a parse error: the server reads lines with its own
+// scanner, which must accept at least what nlohmann accepts. The sample workspace's requests
+// address a public host, so sends are held to loopback addresses: a run never reaches the
+// network.
 #include "mcp/JSONRPCMessage.hpp"
 #include "mcp/MCPServer.hpp"
+#include "support/CurlEngine.hpp"
 #include "support/Utf8.hpp"
 
 #include <nlohmann/json.hpp>
@@ -13,6 +16,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    tessaline::CurlEngine::shared().setLoopbackOnly(true);
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // One workspace for the whole run, so that tool calls the fuzzer finds edit real files.

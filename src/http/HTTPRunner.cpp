@@ -1,7 +1,7 @@
 #include "http/HTTPRunner.hpp"
 
 #include "support/CaseInsensitive.hpp"
-#include "support/CurlEasy.hpp"
+#include "support/CurlEngine.hpp"
 #include "support/UnicodeText.hpp"
 
 #include <algorithm>
@@ -42,14 +42,20 @@ std::vector<KeyValue> sorted(std::vector<KeyValue> headers) {
     return headers;
 }
 
+std::optional<std::int64_t> cutBodyBytes(const CurlEasy::Response& answer) {
+    if (answer.bodyBytes == answer.body.size()) return std::nullopt;
+    return static_cast<std::int64_t>(answer.bodyBytes);
+}
+
 }  // namespace
 
 StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIRequest& original) const {
     const auto request = exchange(resolved, original);
     const auto sentAt = std::chrono::system_clock::now();
     const auto start = std::chrono::steady_clock::now();
-    auto answer = CurlEasy().perform(request);
+    auto answer = CurlEngine::shared().perform(request);
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+    const auto bodyBytes = cutBodyBytes(answer);
 
     return {
         .requestID = original.id,
@@ -61,6 +67,7 @@ StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIReques
         .status = answer.status,
         .headers = sorted(keyValues(answer.headers)),
         .body = std::move(answer.body),
+        .bodyBytes = bodyBytes,
         .duration = duration.count(),
         .error = std::move(answer.error),
     };

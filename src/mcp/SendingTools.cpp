@@ -48,12 +48,16 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
     json summary = {{"status", response.status},
                     {"statusText", httpStatus::reasonPhrase(static_cast<int>(response.status))},
                     {"durationMs", static_cast<long long>(response.duration * 1000)},
-                    {"bytes", response.body.size()},
+                    {"bytes", response.bodyBytes.value_or(static_cast<std::int64_t>(response.body.size()))},
                     {"url", response.url},
                     {"method", toString(response.method)},
                     {"sentAt", iso8601(response.sentAt)},
                     {"headers", std::move(headers)}};
     if (response.error) summary["error"] = *response.error;
+    if (response.bodyBytes) {
+        summary["bodyCut"] = "Only the first " + std::to_string(response.body.size()) + " of " +
+                             std::to_string(*response.bodyBytes) + " bytes of the body were kept.";
+    }
 
     const std::string text = response.bodyText();
     const std::size_t characters = unicodeText::characterCount(text);
@@ -82,13 +86,11 @@ std::string SendingTools::sendRequest(const json& arguments) {
 
     const auto collection = store.collectionContaining(request.id);
     // An OAuth 2 token is obtained first, without a person: from the cache, by refreshing it,
-    // or by a grant that needs no browser.
-    const Auth auth = RequestBuilder::effectiveAuth(request, collection);
-    if (auth.kind == AuthKind::oauth2) {
-        blocking([&] { return store.oauth().prepare(auth, resolver, OAuth2Service::Mode::reuse); });
-    }
-    const ResolvedRequest resolved =
-        RequestBuilder::resolve(request, collection, resolver, cachedTokenLookup(store.oauthTokens()));
+    // or by a grant that needs no browser. A grant runs on a thread of its own, so this thread
+    // may wait for it.
+    const auto token = store.oauth().prepare(RequestBuilder::effectiveAuth(request, collection), resolver,
+                                             OAuth2Service::Mode::reuse);
+    const ResolvedRequest resolved = RequestBuilder::resolve(request, collection, resolver, heldTokenLookup(token));
     const StoredResponse response = sendBlocking(resolved, request);
     return savedAnswer(store.recordAndFlush(response), args::pretty(describe(response, bodyLimit(arguments))));
 }

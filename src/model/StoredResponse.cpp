@@ -57,6 +57,7 @@ bool StoredResponse::isJSON() const {
 void write(JSONWriter& writer, const StoredResponse& response) {
     writer.beginObject();
     writer.key("body"), writer.value(base64::encode(response.body));
+    if (response.bodyBytes) writer.key("bodyBytes"), writer.value(*response.bodyBytes);
     writer.key("duration"), writer.value(response.duration);
     if (response.error) writer.key("error"), writer.value(*response.error);
     writer.key("headers"), write(writer, response.headers);
@@ -76,6 +77,10 @@ StoredResponse decodeStoredResponse(const JSONReader& reader) {
         if (const auto member = reader.optionalMember(key)) return member->string();
         return std::nullopt;
     };
+    const auto optionalInteger = [&reader](std::string_view key) -> std::optional<std::int64_t> {
+        if (const auto member = reader.optionalMember(key)) return member->integer();
+        return std::nullopt;
+    };
     return {
         .id = reader.member("id").uuid(),
         .requestID = reader.member("requestID").uuid(),
@@ -87,6 +92,7 @@ StoredResponse decodeStoredResponse(const JSONReader& reader) {
         .status = reader.member("status").integer(),
         .headers = decodeKeyValues(reader.member("headers")),
         .body = reader.member("body").data(),
+        .bodyBytes = optionalInteger("bodyBytes"),
         .duration = reader.member("duration").number(),
         .error = optionalText("error"),
     };

@@ -29,7 +29,9 @@ struct StoredResponse {
     std::optional<std::string> requestBody{};  // readable rendering of the body sent
     std::int64_t status = 0;
     std::vector<KeyValue> headers{};  // sorted by lower-cased name
-    std::string body{};  // raw bytes
+    std::string body{};  // raw bytes, at most the HTTP client's limit
+    // Set when the body was cut at that limit: how many bytes arrived.
+    std::optional<std::int64_t> bodyBytes{};
     double duration = 0;  // seconds
     std::optional<std::string> error{};
 

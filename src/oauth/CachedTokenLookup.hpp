@@ -20,4 +20,8 @@ using CachedTokenLookup =
 // A lookup in the cache, which must outlive it; fits RequestBuilder::resolve's `tokens`.
 CachedTokenLookup cachedTokenLookup(OAuth2TokenCache& cache);
 
+// A lookup that gives the token in hand (the one just obtained for the request being built,
+// or none), without reading the cache again.
+CachedTokenLookup heldTokenLookup(std::optional<OAuth2Token> token);
+
 }  // namespace tessaline

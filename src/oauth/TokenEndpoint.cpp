@@ -2,7 +2,7 @@
 
 #include "oauth/OAuth2Error.hpp"
 #include "support/Base64.hpp"
-#include "support/CurlEasy.hpp"
+#include "support/CurlEngine.hpp"
 #include "support/URLComponents.hpp"
 
 namespace tessaline {
@@ -28,7 +28,7 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
     }
     request.body = formFields::encoded(fields);
 
-    auto response = CurlEasy().perform(request);
+    auto response = CurlEngine::shared().perform(request);
     if (response.error) throw Error(*response.error);
     return {response.status, std::move(response.body)};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,7 +11,10 @@ namespace tessaline {
 
 // One libcurl easy handle, performing HTTP(S) exchanges one after another with the settings
 // every send shares: no cookies, no cache, compressed responses asked for and decoded, http
-// and https only, and a failed exchange reported as a text, never thrown.
+// and https only, HTTP/2 where a TLS server offers it, and a failed exchange reported as a
+// text, never thrown. Everything a user could see is set afresh for each
+// exchange; what the handle keeps between them is libcurl's CA store, and, through the
+// engine's share handle, connections, TLS sessions and DNS answers (see CurlEngine).
 //
 // A handle belongs to one thread at a time; separate handles may run on separate threads at
 // once (libcurl's global set-up is done once, whichever thread comes first).
@@ -23,14 +27,15 @@ public:
         std::string method = "GET";  // upper-case; POST alone turns into GET on a 301, 302 or 303
         std::string url{};
         // Sent in order; a repeated name is sent again, never replaced. A header the caller
-        // names replaces libcurl's own of that name ("Accept", "Accept-Encoding", "Expect", ...).
+        // names replaces libcurl's own of that name ("Accept", "Accept-Encoding", "Expect", ...);
+        // without a Content-Type here, none is sent.
         std::vector<Header> headers{};
         std::optional<std::string> body{};
         bool followRedirects = false;  // when false, a 3xx response is itself the answer
         // Seconds that connecting, and any stretch in which no data moves, may last; a
-        // non-positive time-out means 60 s.
+        // non-positive time-out means 60 s. The whole exchange may last `totalTimeFactor`
+        // times as long, so that a peer sending a trickle cannot hold it for ever.
         double timeout = 60;
-
     };
 
     struct Response {
@@ -39,7 +44,8 @@ public:
         // or of a redirect that was followed. A name that repeats (ignoring ASCII case) is
         // merged into one field, in its first spelling, with the values joined by ", ".
         std::vector<Header> headers{};
-        std::string body{};  // decoded from its Content-Encoding
+        std::string body{};  // decoded from its Content-Encoding; its first `bodyLimit` bytes
+        std::uint64_t bodyBytes = 0;  // how many decoded bytes arrived, kept or not
         // Set when the exchange failed, and then status, headers and body are empty: libcurl's
         // specific text for the failure ("Failed to connect to ...") when it gave one, else
         // the general text of its result code.
@@ -48,7 +54,21 @@ public:
         bool operator==(const Response&) const = default;
     };
 
+    // What every exchange of the process has in common; the engine owns it.
+    struct Context {
+        void* share = nullptr;  // CURLSH*
+        const char* caFile = nullptr;  // null: libcurl's default bundle
+        const char* caDirectory = nullptr;  // null: libcurl's default folder
+        // Refuse every host but this machine's loopback addresses, before any name lookup.
+        bool loopbackOnly = false;
+    };
+
     static constexpr double defaultTimeout = 60;
+    static constexpr int totalTimeFactor = 4;
+    // A response body is kept up to this size, which holds any JSON document an agent can
+    // read (its replies are cut to 20000 characters) and keeps a 25-entry history file small
+    // enough to load at once; the rest is read and counted.
+    static constexpr std::size_t bodyLimit = 10 << 20;
     // Redirects followed before the exchange fails: as many as any browser follows.
     static constexpr long maximumRedirects = 20;
 
@@ -60,8 +80,9 @@ public:
 
     // Blocks until the exchange ends. libcurl's own "Expect: 100-continue" pause before a
     // large body is left out, as no other client makes it; a request that sets Expect itself
-    // gets the interim response handled.
-    Response perform(const Request& request);
+    // gets the interim response handled. A response that ends inside its header block is a
+    // failure, never an answer.
+    Response perform(const Request& request, const Context& context);
 
 private:
     void* handle_;  // CURL*, kept out of this header

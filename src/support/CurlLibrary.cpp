@@ -34,6 +34,9 @@ CurlLibrary load() {
     resolve(library, "curl_easy_getinfo", curl.easyGetinfo);
     resolve(library, "curl_easy_nextheader", curl.easyNextheader);
     resolve(library, "curl_easy_strerror", curl.easyStrerror);
+    resolve(library, "curl_share_init", curl.shareInit);
+    resolve(library, "curl_share_setopt", curl.shareSetopt);
+    resolve(library, "curl_share_cleanup", curl.shareCleanup);
     resolve(library, "curl_slist_append", curl.slistAppend);
     resolve(library, "curl_slist_free_all", curl.slistFreeAll);
     resolve(library, "curl_strequal", curl.strequal);

@@ -20,6 +20,9 @@ struct CurlLibrary {
     decltype(&::curl_easy_getinfo) easyGetinfo;
     decltype(&::curl_easy_nextheader) easyNextheader;
     decltype(&::curl_easy_strerror) easyStrerror;
+    decltype(&::curl_share_init) shareInit;
+    decltype(&::curl_share_setopt) shareSetopt;
+    decltype(&::curl_share_cleanup) shareCleanup;
     decltype(&::curl_slist_append) slistAppend;
     decltype(&::curl_slist_free_all) slistFreeAll;
     decltype(&::curl_strequal) strequal;

@@ -3,6 +3,7 @@
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { createServer } from 'node:http';
+import { createServer as createTCPServer } from 'node:net';
 import { createHash } from 'node:crypto';
 import { readFileSync, readdirSync, statSync } from 'node:fs';
 import { join } from 'node:path';
@@ -19,6 +20,9 @@ async function startServer(t) {
       if (req.url === '/login') {
         res.writeHead(200, { 'Content-Type': 'application/json' });
         res.end(JSON.stringify({ token: 'abc', user: { id: 7 } }));
+      } else if (req.url === '/huge') {
+        res.writeHead(200, { 'Content-Type': 'text/plain' });
+        res.end('x'.repeat(10 * 1024 * 1024 + 1));
       } else if (req.url.startsWith('/text/')) {
         // "é" written as e + combining acute: two code points, one character.
         res.writeHead(200, { 'Content-Type': 'text/plain; charset=utf-8' });
@@ -138,6 +142,26 @@ test('an unreachable host is reported in the summary, not as a tool error', asyn
   assert.equal(summary.statusText, '');
   assert.ok(summary.error.length > 0, 'the error text is given');
   assert.deepEqual(summary.headers, {});
+});
+
+test('a body over the limit is kept cut with its real size; a cut header block fails the send only', async (t) => {
+  const { base, folder, call } = await setUp(t);
+  await call('create_request', { collection: 'DummyJSON', name: 'Huge', url: '/huge' });
+  const summary = JSON.parse((await call('send_request', { request: 'Huge', maxBodyChars: 10 })).text);
+  assert.equal(summary.bytes, 10485761);
+  assert.equal(summary.bodyCut, 'Only the first 10485760 of 10485761 bytes of the body were kept.');
+  const id = JSON.parse((await call('get_request', { request: 'Huge' })).text).id;
+  const [recorded] = JSON.parse(readFileSync(join(folder, 'history', `${id}.json`), 'utf8'));
+  assert.equal(recorded.bodyBytes, 10485761);
+  assert.equal(Buffer.from(recorded.body, 'base64').length, 10485760);
+
+  const peer = createTCPServer((socket) => socket.once('data', () => socket.end('HTTP/1.1 200 OK\r\nContent-Ty')));
+  await new Promise((resolve) => peer.listen(0, '127.0.0.1', resolve));
+  t.after(() => peer.close());
+  const cut = JSON.parse((await call('send_adhoc', { method: 'GET', url: `http://127.0.0.1:${peer.address().port}/` })).text);
+  assert.equal(cut.status, 0);
+  assert.equal(cut.error, "The connection closed inside the response's header block.");
+  assert.equal(JSON.parse((await call('send_adhoc', { method: 'GET', url: `${base}/text/3` })).text).status, 200);
 });
 
 test('send_adhoc changes no file of the workspace', async (t) => {

@@ -1,8 +1,11 @@
 #include "http/HTTPRunner.hpp"
 
+#include "support/CannedHTTPServer.hpp"
+#include "support/CurlEasy.hpp"
 #include "support/LocalHTTPServer.hpp"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -48,6 +51,24 @@ std::string everyByteRepeated(std::size_t size) {
     return bytes;
 }
 
+std::string gzipped(const std::string& bytes) {
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY);  // 16: gzip framing
+    std::string packed(deflateBound(&stream, bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+std::string answerWith(const std::string& header, const std::string& body) {
+    return "HTTP/1.1 200 OK\r\n" + header + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
 class HTTPRunnerTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -76,7 +97,7 @@ protected:
             response.set_content("{}", "application/octet-stream");
         });
         http.Get("/bytes", [](const httplib::Request&, httplib::Response& response) {
-            response.set_content(everyByteRepeated(20 << 20), "application/octet-stream");
+            response.set_content(everyByteRepeated(8 << 20), "application/octet-stream");
         });
         http.Get("/chunks", [](const httplib::Request&, httplib::Response& response) {
             response.set_chunked_content_provider("application/octet-stream", [](std::size_t offset, httplib::DataSink& sink) {
@@ -91,6 +112,7 @@ protected:
             response.set_content("late", "text/plain");
         });
         http.Get("/failure", [](const httplib::Request&, httplib::Response& response) { response.status = 500; });
+
         server.start();
     }
 
@@ -185,17 +207,17 @@ TEST_F(HTTPRunnerTest, SendsItsUserAgentUnlessTheRequestHasOne) {
 
 TEST_F(HTTPRunnerTest, MergesRepeatedFieldsAndSortsThemIgnoringCase) {
     const auto response = send("/fields");
-    EXPECT_EQ((Pairs{{"Content-Length", "2"},
+    EXPECT_EQ((Pairs{{"Connection", "close"},
+                     {"Content-Length", "2"},
                      {"Content-Type", "application/octet-stream"},
                      {"date", "today"},
-                     {"Keep-Alive", "timeout=5, max=5"},
                      {"Set-Cookie", "a=1, b=2"},
                      {"X-Id", "7"}}),
               pairs(response.headers));
 }
 
 TEST_F(HTTPRunnerTest, KeepsLargeAndChunkedBodiesByteForByte) {
-    EXPECT_EQ(everyByteRepeated(20 << 20), send("/bytes").body);
+    EXPECT_EQ(everyByteRepeated(8 << 20), send("/bytes").body);
     EXPECT_EQ("first,second", send("/chunks").body);
 }
 
@@ -206,6 +228,44 @@ TEST_F(HTTPRunnerTest, RecordsATimeOutAsAFailure) {
     EXPECT_EQ("", response.body);
     EXPECT_EQ("Operation too slow. Less than 1 bytes/sec transferred the last 1 seconds", response.error);
     EXPECT_GE(response.duration, 1);
+}
+
+TEST_F(HTTPRunnerTest, StopsAnExchangeAfterFourTimesItsTimeOut) {
+    // Ten bytes a second: more than the idle time-out notices.
+    CannedHTTPServer trickling(answerWith("", std::string(100, 'x')), std::chrono::milliseconds(100));
+    const auto response = HTTPRunner().send({.url = trickling.url()}, {.timeout = 0.5});
+    EXPECT_EQ(0, response.status);
+    EXPECT_EQ("The exchange was stopped after 2000 ms, four times the request's time-out.", response.error);
+    EXPECT_EQ(std::string(1000, 'z'), send("/text").body);
+}
+
+// Plain or compressed, a body is kept up to the limit and counted to its end; the client
+// keeps answering afterwards.
+TEST(HTTPRunnerLimitsTest, KeepsABodyUpToTheLimitAndCountsTheRest) {
+    const auto limit = CurlEasy::bodyLimit;
+    const std::string bomb = gzipped(std::string(64 << 20, '\0'));
+    const struct {
+        const char* name;
+        std::string answer;
+        std::string kept;
+        std::int64_t bytes;
+    } cases[] = {
+        {"plain", answerWith("", everyByteRepeated(limit + 5)), everyByteRepeated(limit), limit + 5},
+        {"gzip bomb", answerWith("Content-Encoding: gzip\r\n", bomb), std::string(limit, '\0'), 64 << 20},
+    };
+    for (const auto& [name, answer, kept, bytes] : cases) {
+        SCOPED_TRACE(name);
+        CannedHTTPServer server(answer);
+        const auto response = HTTPRunner().send({.url = server.url()}, {});
+        EXPECT_EQ(200, response.status);
+        EXPECT_FALSE(response.error);
+        EXPECT_TRUE(response.body == kept);
+        EXPECT_EQ(bytes, response.bodyBytes);
+    }
+    CannedHTTPServer small(answerWith("", "ok"));
+    const auto whole = HTTPRunner().send({.url = small.url()}, {});
+    EXPECT_EQ("ok", whole.body);
+    EXPECT_FALSE(whole.bodyBytes);
 }
 
 TEST(HTTPRunnerFailureTest, RecordsARefusedConnectionAsAFailure) {

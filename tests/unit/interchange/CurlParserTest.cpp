@@ -80,6 +80,9 @@ TEST(CurlParserTest, InfersMethodAndBodyKindAsCurlSends) {
     expectParsed("curl --data-urlencode 'q=a b&c' --data-urlencode '=é' --data-urlencode 'x~' https://x/u",
                  {"POST /u", "https://x/u", {{"Content-Type", form}}, BodyKind::text, "q=a+b%26c&%C3%A9&x~"});
     expectParsed("curl -d '' https://x/u", {"POST /u", "https://x/u", {}, BodyKind::formURLEncoded, ""});
+    // No data option, no body: nothing that would add a Content-Type.
+    expectParsed("curl -X POST https://x/u", {"POST /u", "https://x/u"});
+    expectParsed("curl -X PUT -G -d a=1 https://x/u", {"PUT /u", "https://x/u?a=1"});
 }
 
 TEST(CurlParserTest, MovesDataIntoTheQueryForGet) {

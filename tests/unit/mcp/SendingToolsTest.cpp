@@ -52,6 +52,16 @@ TEST(SendingToolsTest, CutsAfterTheLimitInCharactersAndNeverParsesACutBody) {
     EXPECT_EQ(5, cut["bodyChars"]);
 }
 
+TEST(SendingToolsTest, ABodyCutByTheClientCountsEveryByteAndSaysSo) {
+    auto response = responseWith("{\"a\":", "application/json");
+    response.bodyBytes = 12345678901;
+    const json summary = SendingTools::describe(response, 100);
+    EXPECT_EQ(12345678901, summary["bytes"]);
+    EXPECT_EQ("Only the first 5 of 12345678901 bytes of the body were kept.", summary["bodyCut"]);
+    EXPECT_EQ("{\"a\":", summary["body"]);
+    EXPECT_FALSE(SendingTools::describe(responseWith("{}", "application/json"), 100).contains("bodyCut"));
+}
+
 TEST(SendingToolsTest, ATransportFailureKeepsItsError) {
     StoredResponse failed;
     failed.error = "Couldn't connect to server";

@@ -24,7 +24,8 @@ StoredResponse answered(std::vector<KeyValue> headers, std::string body) {
 }
 
 TEST(StoredResponseTest, RoundTripOfAnAnswerAndOfATransportFailure) {
-    const auto answer = answered({KeyValue{.key = "content-type", .value = "text/plain"}}, std::string("\0\xFFok", 4));
+    auto answer = answered({KeyValue{.key = "content-type", .value = "text/plain"}}, std::string("\0\xFFok", 4));
+    answer.bodyBytes = 20'000'000'000;  // cut at the client's limit
     const StoredResponse timedOut{.requestID = answer.requestID,
                                   .sentAt = sent,
                                   .url = "https://example.test/slow",
@@ -41,6 +42,7 @@ TEST(StoredResponseTest, PersistedFormUsesBase64IsoDatesAndLeavesOutAbsentOption
     const auto object = written(failed);
     EXPECT_EQ("2026-01-01T09:00:00Z", object["sentAt"]);
     EXPECT_FALSE(object.contains("requestBody"));
+    EXPECT_FALSE(object.contains("bodyBytes"));
     EXPECT_EQ("refused", object["error"]);
     EXPECT_EQ("", object["body"]);
     EXPECT_EQ("AP9vaw==", written(answered({}, std::string("\0\xFFok", 4)))["body"]);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -16,10 +17,12 @@ namespace tessaline {
 // written as given once the request has arrived (its header block and as many bytes as its
 // "Content-Length: " line announces), then closes it: for answers
 // an HTTP library would not produce, such as interim responses with fields, and for seeing
-// the exact bytes of a request's header block.
+// the exact bytes of a request's header block. With a pause, the answer's body trickles out a
+// byte at a time after its header block, for as long as the client reads it.
 class CannedHTTPServer {
 public:
-    explicit CannedHTTPServer(std::string answer) : answer_(std::move(answer)) {
+    explicit CannedHTTPServer(std::string answer, std::chrono::milliseconds pause = {})
+        : answer_(std::move(answer)), pause_(pause) {
         listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -67,13 +70,24 @@ private:
                 const std::lock_guard lock(mutex_);
                 lastRequest_ = request;
             }
-            for (std::string_view rest = answer_; !rest.empty();) {
-                const auto count = ::write(connection, rest.data(), rest.size());
-                if (count <= 0) break;
-                rest.remove_prefix(static_cast<std::size_t>(count));
+            const auto headEnd = pause_.count() > 0 ? answer_.find("\r\n\r\n") + 4 : answer_.size();
+            if (write(connection, std::string_view(answer_).substr(0, headEnd))) {
+                for (std::size_t next = headEnd; next < answer_.size(); ++next) {
+                    std::this_thread::sleep_for(pause_);
+                    if (!write(connection, std::string_view(answer_).substr(next, 1))) break;
+                }
             }
             ::close(connection);
         }
+    }
+
+    static bool write(int connection, std::string_view rest) {
+        while (!rest.empty()) {
+            const auto count = ::send(connection, rest.data(), rest.size(), MSG_NOSIGNAL);
+            if (count <= 0) return false;
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        }
+        return true;
     }
 
     static bool complete(const std::string& request) {
@@ -85,6 +99,7 @@ private:
     }
 
     std::string answer_;
+    std::chrono::milliseconds pause_;
     mutable std::mutex mutex_;
     std::string lastRequest_;
     int listener_ = -1;

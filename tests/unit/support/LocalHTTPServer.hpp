@@ -5,18 +5,26 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <type_traits>
 
 namespace tessaline {
 
 // An HTTP server on 127.0.0.1 at a free port, serving from its own thread from start() until
-// it is destroyed. Register routes on `http` before start().
-class LocalHTTPServer {
+// it is destroyed. Register routes on `http` before start(). Each connection serves one
+// request and is closed, so that stopping never waits out the idle connection a client keeps
+// for reuse; tests of reuse raise `http.set_keep_alive_max_count`. LocalHTTPSServer serves over TLS
+// with the test certificate of tests/data/tls, issued to 127.0.0.1 by the CA in ca.pem there.
+template <class Server>
+class BasicLocalHTTPServer {
 public:
-    LocalHTTPServer() = default;
-    LocalHTTPServer(const LocalHTTPServer&) = delete;
-    LocalHTTPServer& operator=(const LocalHTTPServer&) = delete;
+    template <class... Arguments>
+    explicit BasicLocalHTTPServer(Arguments&&... arguments) : http(std::forward<Arguments>(arguments)...) {
+        http.set_keep_alive_max_count(1);
+    }
+    BasicLocalHTTPServer(const BasicLocalHTTPServer&) = delete;
+    BasicLocalHTTPServer& operator=(const BasicLocalHTTPServer&) = delete;
 
-    ~LocalHTTPServer() {
+    ~BasicLocalHTTPServer() {
         if (!thread_.joinable()) return;
         http.stop();
         thread_.join();
@@ -30,14 +38,23 @@ public:
     }
 
     std::string url(std::string_view path = "/") const {
-        return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+        return std::string(std::is_same_v<Server, httplib::SSLServer> ? "https" : "http") +
+               "://127.0.0.1:" + std::to_string(port_) + std::string(path);
     }
 
-    httplib::Server http;
+    Server http;
 
 private:
     int port_ = 0;
     std::thread thread_;
+};
+
+using LocalHTTPServer = BasicLocalHTTPServer<httplib::Server>;
+
+class LocalHTTPSServer : public BasicLocalHTTPServer<httplib::SSLServer> {
+public:
+    LocalHTTPSServer()
+        : BasicLocalHTTPServer(TESSALINE_TEST_DATA "/tls/server.pem", TESSALINE_TEST_DATA "/tls/server.key") {}
 };
 
 }  // namespace tessaline

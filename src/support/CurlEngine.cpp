@@ -1,0 +1,84 @@
+#include "support/CurlEngine.hpp"
+
+#include "support/CurlLibrary.hpp"
+
+#include <cstdlib>
+#include <new>
+
+namespace tessaline {
+namespace {
+
+std::optional<std::string> environment(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr || *value == '\0') return std::nullopt;
+    return value;
+}
+
+void lockShare(CURL*, curl_lock_data data, curl_lock_access, void* locks) {
+    (*static_cast<std::vector<std::mutex>*>(locks))[data].lock();
+}
+
+void unlockShare(CURL*, curl_lock_data data, void* locks) {
+    (*static_cast<std::vector<std::mutex>*>(locks))[data].unlock();
+}
+
+std::optional<std::string> firstOf(std::optional<std::string> one, std::optional<std::string> other) {
+    return one ? one : other;
+}
+
+const char* pointer(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
+
+}  // namespace
+
+CurlEngine& CurlEngine::shared() {
+    static CurlEngine& engine = *new CurlEngine;
+    return engine;
+}
+
+CurlEngine::CurlEngine()
+    : share_(curl().shareInit()),
+      caFile_(firstOf(environment("CURL_CA_BUNDLE"), environment("SSL_CERT_FILE"))),
+      caDirectory_(environment("SSL_CERT_DIR")),
+      shareLocks_(CURL_LOCK_DATA_LAST) {
+    if (share_ == nullptr) throw std::bad_alloc();
+    curl().shareSetopt(share_, CURLSHOPT_LOCKFUNC, lockShare);
+    curl().shareSetopt(share_, CURLSHOPT_UNLOCKFUNC, unlockShare);
+    curl().shareSetopt(share_, CURLSHOPT_USERDATA, &shareLocks_);
+    for (const auto data : {CURL_LOCK_DATA_CONNECT, CURL_LOCK_DATA_SSL_SESSION, CURL_LOCK_DATA_DNS}) {
+        curl().shareSetopt(share_, CURLSHOPT_SHARE, data);
+    }
+}
+
+CurlEngine::~CurlEngine() {
+    idle_.clear();  // a share handle still in use by an easy handle cannot be cleaned up
+    curl().shareCleanup(share_);
+}
+
+CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request) {
+    auto handle = takeHandle();
+    auto response = handle->perform(request, {.share = share_,
+                                              .caFile = pointer(caFile_),
+                                              .caDirectory = pointer(caDirectory_),
+                                              .loopbackOnly = loopbackOnly_});
+    giveBack(std::move(handle));
+    return response;
+}
+
+std::unique_ptr<CurlEasy> CurlEngine::takeHandle() {
+    {
+        const std::lock_guard lock(idleMutex_);
+        if (!idle_.empty()) {
+            auto handle = std::move(idle_.back());
+            idle_.pop_back();
+            return handle;
+        }
+    }
+    return std::make_unique<CurlEasy>();
+}
+
+void CurlEngine::giveBack(std::unique_ptr<CurlEasy> handle) {
+    const std::lock_guard lock(idleMutex_);
+    idle_.push_back(std::move(handle));
+}
+
+}  // namespace tessaline
