@@ -28,7 +28,7 @@ void buildTypicalRequest(benchmark::State& state) {
         .auth = {.kind = AuthKind::bearer, .token = "{{token}}"},
     };
     const auto variables = resolver();
-    for (auto _ : state) benchmark::DoNotOptimize(RequestBuilder::resolve(request, collection, variables));
+    for (auto _ : state) benchmark::DoNotOptimize(requestBuilder::resolve(request, collection, variables));
 }
 BENCHMARK(buildTypicalRequest);
 
@@ -36,7 +36,7 @@ void buildFormBody(benchmark::State& state) {
     APIRequest request{.method = HTTPMethod::post, .url = "/form", .body = {.kind = BodyKind::formURLEncoded}};
     for (int i = 0; i < state.range(0); ++i) request.body.form.push_back(row("field " + std::to_string(i), "{{var5}} & more"));
     const auto variables = resolver();
-    for (auto _ : state) benchmark::DoNotOptimize(RequestBuilder::resolve(request, collection, variables));
+    for (auto _ : state) benchmark::DoNotOptimize(requestBuilder::resolve(request, collection, variables));
 }
 BENCHMARK(buildFormBody)->Arg(10)->Arg(1000);
 

@@ -19,31 +19,31 @@ using namespace tessaline;
 class SampleArchive {
 public:
     explicit SampleArchive(std::size_t count)
-        : folder_(std::filesystem::temp_directory_path() / ("tessaline-bench-" + std::to_string(count))),
-          archive_(folder_) {
-        std::filesystem::remove_all(folder_);
-        auto request = itemTree::allRequests(workspace_.collections[0].items).front();
-        requestID_ = request.id;
+        : folder(std::filesystem::temp_directory_path() / ("tessaline-bench-" + std::to_string(count))),
+          archive(folder) {
+        std::filesystem::remove_all(folder);
+        auto request = itemTree::allRequests(workspace.collections[0].items).front();
+        requestID = request.id;
         const auto start = std::chrono::system_clock::now() - std::chrono::hours(24 * 90);
         for (std::size_t index = 0; index < count; ++index) {
             request.name = "Login " + std::to_string(index % 10);
-            itemTree::replaceRequest(workspace_.collections[0].items, request);
-            lastBytes_ = encodeWorkspace(workspace_);
-            archive_.save(lastBytes_, "Edited “Login”", start + std::chrono::hours(index));
+            itemTree::replaceRequest(workspace.collections[0].items, request);
+            lastBytes = encodeWorkspace(workspace);
+            archive.save(lastBytes, "Edited “Login”", start + std::chrono::hours(index));
         }
     }
-    ~SampleArchive() { std::filesystem::remove_all(folder_); }
+    ~SampleArchive() { std::filesystem::remove_all(folder); }
 
-    const VersionArchive& archive() const { return archive_; }
-    const std::string& lastBytes() const { return lastBytes_; }
-    const Uuid& requestID() const { return requestID_; }
+    const VersionArchive& archive() const { return archive; }
+    const std::string& lastBytes() const { return lastBytes; }
+    const Uuid& requestID() const { return requestID; }
 
 private:
-    std::filesystem::path folder_;
-    VersionArchive archive_;
-    Workspace workspace_ = sampleWorkspace::starterWorkspace();
-    std::string lastBytes_;
-    Uuid requestID_;
+    std::filesystem::path folder;
+    VersionArchive archive;
+    Workspace workspace = sampleWorkspace::starterWorkspace();
+    std::string lastBytes;
+    Uuid requestID;
 };
 
 void listVersions(benchmark::State& state) {

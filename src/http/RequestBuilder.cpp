@@ -66,7 +66,7 @@ void addUndefinedNames(const std::vector<KeyValue>& rows, const VariableResolver
     }
 }
 
-void addOAuth2Token(const Auth& auth, const VariableResolver& resolver, const RequestBuilder::OAuth2TokenLookup& tokens,
+void addOAuth2Token(const Auth& auth, const VariableResolver& resolver, const requestBuilder::OAuth2TokenLookup& tokens,
                     Parts& parts) {
     if (!tokens) return;
     const auto settings = auth.oauth2.value_or(OAuth2Config{});
@@ -83,7 +83,7 @@ void addOAuth2Token(const Auth& auth, const VariableResolver& resolver, const Re
     }
 }
 
-void addAuth(const Auth& auth, const VariableResolver& resolver, const RequestBuilder::OAuth2TokenLookup& tokens,
+void addAuth(const Auth& auth, const VariableResolver& resolver, const requestBuilder::OAuth2TokenLookup& tokens,
              Parts& parts) {
     switch (auth.kind) {
     case AuthKind::none:
@@ -189,8 +189,8 @@ std::vector<std::string> sortedOnce(std::vector<std::string> names) {
 EncodedBody multipartBody(const std::vector<Pair>& fields) {
     auto random = Uuid::random().text();
     random.erase(std::remove(random.begin(), random.end(), '-'), random.end());
-    const auto boundary = std::string(RequestBuilder::boundaryPrefix) + random;
-    EncodedBody body{.contentType = std::string(RequestBuilder::multipartContentType) + boundary};
+    const auto boundary = std::string(requestBuilder::boundaryPrefix) + random;
+    EncodedBody body{.contentType = std::string(requestBuilder::multipartContentType) + boundary};
     for (const auto& [name, value] : fields) {
         body.bytes += "--" + boundary + "\r\n";
         if (value.starts_with('@')) {
@@ -231,12 +231,12 @@ bool hasContentType(const std::vector<Pair>& headers) {
 
 }  // namespace
 
-Auth RequestBuilder::effectiveAuth(const APIRequest& request, const std::optional<APICollection>& collection) {
+Auth requestBuilder::effectiveAuth(const APIRequest& request, const std::optional<APICollection>& collection) {
     if (request.auth.kind != AuthKind::inherit) return request.auth;
     return collection ? collection->auth : Auth::none();
 }
 
-ResolvedRequest RequestBuilder::resolve(const APIRequest& request, const std::optional<APICollection>& collection,
+ResolvedRequest requestBuilder::resolve(const APIRequest& request, const std::optional<APICollection>& collection,
                                         const VariableResolver& resolver, const OAuth2TokenLookup& tokens) {
     const auto urlText = withBaseURL(std::string(trimmed(resolver.resolve(request.url))), collection, resolver);
     if (urlText.empty()) throw RequestBuildError::emptyURL();

@@ -67,7 +67,7 @@ std::string formWord(std::string_view content) {
 class Command {
 public:
     void apply(std::string_view option, const std::string& value) {
-        if (option == "request") method_ = value;
+        if (option == "request") methodName = value;
         else if (option == "header") addHeader(value);
         else if (option == "data" || option == "data-ascii")
             addData(value.starts_with('@') ? withoutLineBreaks(fileContent(value.substr(1))) : value);
@@ -77,21 +77,21 @@ public:
         else if (option == "json") addJSON(value.starts_with('@') ? fileContent(value.substr(1)) : value);
         else if (option == "form") addFormPart(value, false);
         else if (option == "form-string") addFormPart(value, true);
-        else if (option == "url") urls_.push_back(value);
-        else if (option == "url-query") query_.push_back(value.starts_with('+') ? value.substr(1) : urlencodedPiece(value));
-        else if (option == "user") user_ = value;
-        else if (option == "oauth2-bearer") bearer_ = value;
-        else if (option == "user-agent") headers_.emplace_back("User-Agent", value);
-        else if (option == "referer") headers_.emplace_back("Referer", value.substr(0, value.rfind(";auto")));
+        else if (option == "url") urls.push_back(value);
+        else if (option == "url-query") query.push_back(value.starts_with('+') ? value.substr(1) : urlencodedPiece(value));
+        else if (option == "user") user = value;
+        else if (option == "oauth2-bearer") bearer = value;
+        else if (option == "user-agent") headerPairs.emplace_back("User-Agent", value);
+        else if (option == "referer") headerPairs.emplace_back("Referer", value.substr(0, value.rfind(";auto")));
         else if (option == "cookie") addCookie(value);
         else if (option == "max-time") setTimeout(value);
     }
     void apply(std::string_view option) {
-        if (option == "get") get_ = true;
-        else if (option == "head") head_ = true;
-        else if (option == "location" || option == "location-trusted") followRedirects_ = true;
+        if (option == "get") dataInQuery = true;
+        else if (option == "head") headOnly = true;
+        else if (option == "location" || option == "location-trusted") followRedirects = true;
     }
-    void addURL(std::string url) { urls_.push_back(std::move(url)); }
+    void addURL(std::string url) { urls.push_back(std::move(url)); }
 
     APIRequest request() const;
 
@@ -115,19 +115,19 @@ private:
         const auto semicolon = line.find(';');
         if (colon != std::string::npos && colon > 0) {
             if (auto value = trimmed(std::string_view(line).substr(colon + 1)); !value.empty()) {
-                headers_.emplace_back(trimmed(std::string_view(line).substr(0, colon)), std::move(value));
+                headerPairs.emplace_back(trimmed(std::string_view(line).substr(0, colon)), std::move(value));
             }
         } else if (semicolon != std::string::npos && semicolon > 0 && trimmed(line.substr(semicolon + 1)).empty()) {
-            headers_.emplace_back(trimmed(line.substr(0, semicolon)), "");
+            headerPairs.emplace_back(trimmed(line.substr(0, semicolon)), "");
         }
     }
     void addData(const std::string& piece) {
-        if (data_ && !data_->empty()) *data_ += '&';
-        data_ = data_.value_or("") + piece;
+        if (data && !data->empty()) *data += '&';
+        data = data.value_or("") + piece;
     }
     void addJSON(const std::string& piece) {
-        data_ = data_.value_or("") + piece;
-        json_ = true;
+        data = data.value_or("") + piece;
+        asJSON = true;
     }
     void addFormPart(const std::string& spec, bool literal) {
         const auto equals = spec.find('=');
@@ -138,16 +138,16 @@ private:
         else if (content.starts_with('@')) row.value = "@" + std::filesystem::absolute(formWord(content.substr(1))).string();
         else if (content.starts_with('<')) row.value = fileContent(formWord(content.substr(1)));
         else row.value = formWord(content);
-        form_.push_back(std::move(row));
+        form.push_back(std::move(row));
     }
     // A value with "=" is a cookie; anything else names a cookie file, not sent as such.
     void addCookie(const std::string& value) {
         if (value.find('=') == std::string::npos) return;
-        cookies_ += (cookies_.empty() ? "" : ";") + value;
+        cookies += (cookies.empty() ? "" : ";") + value;
     }
     void setTimeout(const std::string& value) {
         try {
-            timeout_ = std::stod(value);
+            timeout = std::stod(value);
         } catch (const std::exception&) {
             // curl rejects the command; the request keeps its default timeout instead.
         }
@@ -157,46 +157,46 @@ private:
     std::string url() const;
     std::vector<KeyValue> headerRows() const;
     bool hasHeader(std::string_view name) const {
-        return std::any_of(headers_.begin(), headers_.end(), [&](const auto& header) { return caseInsensitive::equal(header.first, name); });
+        return std::any_of(headerPairs.begin(), headerPairs.end(), [&](const auto& header) { return caseInsensitive::equal(header.first, name); });
     }
-    bool sendsBody() const { return !form_.empty() || (data_ && !get_); }
+    bool sendsBody() const { return !form.empty() || (data && !dataInQuery); }
     RequestBody body(std::vector<KeyValue>& headers) const;
 
-    std::vector<std::string> urls_;
-    std::optional<std::string> method_;
-    std::vector<std::pair<std::string, std::string>> headers_;
-    std::optional<std::string> data_;
-    bool json_ = false;
-    std::vector<KeyValue> form_;
-    std::vector<std::string> query_;
-    std::optional<std::string> user_;
-    std::optional<std::string> bearer_;
-    std::string cookies_;
-    bool get_ = false;
-    bool head_ = false;
-    bool followRedirects_ = false;
-    std::optional<double> timeout_;
+    std::vector<std::string> urls;
+    std::optional<std::string> methodName;
+    std::vector<std::pair<std::string, std::string>> headerPairs;
+    std::optional<std::string> data;
+    bool asJSON = false;
+    std::vector<KeyValue> form;
+    std::vector<std::string> query;
+    std::optional<std::string> user;
+    std::optional<std::string> bearer;
+    std::string cookies;
+    bool dataInQuery = false;
+    bool headOnly = false;
+    bool followRedirects = false;
+    std::optional<double> timeout;
 };
 
 HTTPMethod Command::method() const {
-    if (method_) {
-        std::string upper = *method_;
+    if (methodName) {
+        std::string upper = *methodName;
         std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
         if (const auto method = parseEnum<HTTPMethod>(upper)) return *method;
-        throw ImportError::unsupportedMethod(*method_);
+        throw ImportError::unsupportedMethod(*methodName);
     }
-    if (head_) return HTTPMethod::head;
+    if (headOnly) return HTTPMethod::head;
     return sendsBody() ? HTTPMethod::post : HTTPMethod::get;
 }
 
 // The first URL (curl would fetch the others in turn), with a scheme where curl would guess
 // one, and the data of -G and the --url-query pieces appended to its query.
 std::string Command::url() const {
-    if (urls_.empty()) throw ImportError::noURL();
-    std::string url = urls_.front();
+    if (urls.empty()) throw ImportError::noURL();
+    std::string url = urls.front();
     if (url.find("://") == std::string::npos && !url.starts_with('/') && !url.starts_with("{{")) url = "http://" + url;
-    auto pieces = query_;
-    if (get_ && data_) pieces.insert(pieces.begin(), *data_);
+    auto pieces = query;
+    if (dataInQuery && data) pieces.insert(pieces.begin(), *data);
     for (const auto& piece : pieces) {
         if (piece.empty()) continue;
         url += url.find('?') == std::string::npos ? '?' : '&';
@@ -207,9 +207,9 @@ std::string Command::url() const {
 
 std::vector<KeyValue> Command::headerRows() const {
     std::vector<KeyValue> rows;
-    for (const auto& [name, value] : headers_) rows.push_back({.key = name, .value = value});
-    if (!cookies_.empty()) rows.push_back({.key = "Cookie", .value = cookies_});
-    if (json_ && data_ && !get_) {
+    for (const auto& [name, value] : headerPairs) rows.push_back({.key = name, .value = value});
+    if (!cookies.empty()) rows.push_back({.key = "Cookie", .value = cookies});
+    if (asJSON && data && !dataInQuery) {
         for (const char* name : {"Content-Type", "Accept"}) {
             if (!hasHeader(name)) rows.push_back({.key = name, .value = "application/json"});
         }
@@ -220,19 +220,19 @@ std::vector<KeyValue> Command::headerRows() const {
 // The body kind follows the Content-Type that curl sends. When that type is the form type
 // but the kind chosen is not (the data is JSON or no form), the header is made explicit.
 RequestBody Command::body(std::vector<KeyValue>& headers) const {
-    if (!form_.empty()) return {.kind = BodyKind::multipart, .form = form_};
-    if (!data_ || get_) return {};
+    if (!form.empty()) return {.kind = BodyKind::multipart, .form = form};
+    if (!data || dataInQuery) return {};
     const auto contentType = std::find_if(headers.begin(), headers.end(), [](const KeyValue& row) {
         return caseInsensitive::equal(row.key, "Content-Type");
     });
     const std::string type = contentType != headers.end() ? unicodeText::lowercased(contentType->value) : "application/x-www-form-urlencoded";
-    RequestBody body{.raw = *data_};
+    RequestBody body{.raw = *data};
     if (type.find("json") != std::string::npos) body.kind = BodyKind::json;
     else if (type.find("xml") != std::string::npos) body.kind = BodyKind::xml;
     else if (type.find("x-www-form-urlencoded") == std::string::npos) body.kind = BodyKind::text;
-    else if ((data_->starts_with('{') || data_->starts_with('[')) && nlohmann::json::accept(*data_)) body.kind = BodyKind::json;
-    else if (auto rows = formEncoding::rowsIfExact(*data_)) {
-        body = {.kind = BodyKind::formURLEncoded, .raw = *data_, .form = std::move(*rows)};
+    else if ((data->starts_with('{') || data->starts_with('[')) && nlohmann::json::accept(*data)) body.kind = BodyKind::json;
+    else if (auto rows = formEncoding::rowsIfExact(*data)) {
+        body = {.kind = BodyKind::formURLEncoded, .raw = *data, .form = std::move(*rows)};
     } else {
         body.kind = BodyKind::text;
     }
@@ -243,17 +243,17 @@ RequestBody Command::body(std::vector<KeyValue>& headers) const {
 }
 
 APIRequest Command::request() const {
-    APIRequest request{.method = method(), .url = url(), .headers = headerRows(), .followRedirects = followRedirects_};
+    APIRequest request{.method = method(), .url = url(), .headers = headerRows(), .followRedirects = followRedirects};
     request.name = requestName(request.method, request.url);
     if (allowsBody(request.method)) request.body = body(request.headers);
-    if (user_) {
-        const auto colon = user_->find(':');
-        request.auth = {.kind = AuthKind::basic, .username = user_->substr(0, colon),
-                        .password = colon == std::string::npos ? "" : user_->substr(colon + 1)};
-    } else if (bearer_) {
-        request.auth = {.kind = AuthKind::bearer, .token = *bearer_};
+    if (user) {
+        const auto colon = user->find(':');
+        request.auth = {.kind = AuthKind::basic, .username = user->substr(0, colon),
+                        .password = colon == std::string::npos ? "" : user->substr(colon + 1)};
+    } else if (bearer) {
+        request.auth = {.kind = AuthKind::bearer, .token = *bearer};
     }
-    if (timeout_) request.timeout = *timeout_;
+    if (timeout) request.timeout = *timeout;
     return request;
 }
 

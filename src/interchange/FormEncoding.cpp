@@ -51,7 +51,7 @@ std::optional<std::vector<KeyValue>> rowsIfExact(std::string_view body) {
         start = end + 1;
     }
     const APIRequest probe{.method = HTTPMethod::post, .url = "http://localhost/", .body = {.kind = BodyKind::formURLEncoded, .form = rows}};
-    if (RequestBuilder::resolve(probe, std::nullopt, VariableResolver{}).body != body) return std::nullopt;
+    if (requestBuilder::resolve(probe, std::nullopt, VariableResolver{}).body != body) return std::nullopt;
     return rows;
 }
 

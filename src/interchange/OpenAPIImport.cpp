@@ -37,7 +37,7 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
 
 class Importer {
 public:
-    explicit Importer(const json& root) : root_(root), isSwagger_(member(root, "swagger").is_string()) {}
+    explicit Importer(const json& root) : document(root), isSwagger(member(root, "swagger").is_string()) {}
 
     APICollection collection();
 
@@ -55,8 +55,8 @@ private:
     void addContent(APIRequest& request, const std::string& mediaType, const json& media) const;
     std::vector<KeyValue> formRows(const json& schema) const;
 
-    const json& root_;
-    bool isSwagger_;
+    const json& document;
+    bool isSwagger;
 };
 
 // A local reference "#/a/b~1c" followed to what it names; anything else is the node itself.
@@ -66,7 +66,7 @@ const json& Importer::resolved(const json& node, int depth) const {
     const auto pointer = reference.get<std::string>();
     if (!pointer.starts_with("#")) return node;
     try {
-        return resolved(root_.at(json::json_pointer(pointer.substr(1))), depth + 1);
+        return resolved(document.at(json::json_pointer(pointer.substr(1))), depth + 1);
     } catch (const json::exception&) {
         return node;
     }
@@ -115,15 +115,15 @@ std::string Importer::exampleText(const json& parameter) const {
 }
 
 std::string Importer::baseURL() const {
-    if (isSwagger_) {
-        const auto host = text(member(root_, "host"));
-        const auto basePath = text(member(root_, "basePath"));
+    if (isSwagger) {
+        const auto host = text(member(document, "host"));
+        const auto basePath = text(member(document, "basePath"));
         if (host.empty()) return basePath;
-        const auto& schemes = member(root_, "schemes");
+        const auto& schemes = member(document, "schemes");
         const auto scheme = schemes.is_array() && !schemes.empty() ? text(schemes[0]) : "https";
         return scheme + "://" + host + (basePath == "/" ? "" : basePath);
     }
-    const auto& servers = member(root_, "servers");
+    const auto& servers = member(document, "servers");
     if (!servers.is_array() || servers.empty()) return {};
     auto url = text(member(servers[0], "url"));
     for (const auto& [name, variable] : member(servers[0], "variables").items()) {
@@ -175,7 +175,7 @@ std::optional<Auth> Importer::auth(const json& requirements) const {
     if (scopeList.is_array()) {
         for (const auto& scope : scopeList) scopes.push_back(text(scope));
     }
-    const auto& definitions = isSwagger_ ? member(root_, "securityDefinitions") : member(member(root_, "components"), "securitySchemes");
+    const auto& definitions = isSwagger ? member(document, "securityDefinitions") : member(member(document, "components"), "securitySchemes");
     return scheme(resolved(member(definitions, name)), scopes);
 }
 
@@ -222,7 +222,7 @@ void Importer::addContent(APIRequest& request, const std::string& mediaType, con
 }
 
 void Importer::addBody(APIRequest& request, const json& operation, const std::vector<json>& parameters) const {
-    if (!isSwagger_) {
+    if (!isSwagger) {
         const auto& content = member(resolved(member(operation, "requestBody")), "content");
         if (!content.is_object() || content.empty()) return;
         static constexpr std::array preferred{"json", "x-www-form-urlencoded", "multipart/form-data", "xml", "text/"};
@@ -243,7 +243,7 @@ void Importer::addBody(APIRequest& request, const json& operation, const std::ve
         form.push_back({.key = text(member(parameter, "name")), .value = member(parameter, "type") == "file" ? "@" : exampleText(parameter)});
     }
     if (form.empty()) return;
-    const auto consumes = member(operation, "consumes").is_array() ? member(operation, "consumes") : member(root_, "consumes");
+    const auto consumes = member(operation, "consumes").is_array() ? member(operation, "consumes") : member(document, "consumes");
     const bool multipart = hasFile || (consumes.is_array() && std::any_of(consumes.begin(), consumes.end(), [](const json& type) {
                                            return text(type).find("multipart/") != std::string::npos;
                                        }));
@@ -277,10 +277,10 @@ APIRequest Importer::request(const std::string& path, const std::string& method,
 }
 
 APICollection Importer::collection() {
-    const auto& info = member(root_, "info");
+    const auto& info = member(document, "info");
     APICollection collection{.name = text(member(info, "title")), .notes = text(member(info, "description")), .baseURL = baseURL()};
     if (collection.name.empty()) collection.name = "OpenAPI";
-    collection.auth = auth(member(root_, "security")).value_or(Auth{});
+    collection.auth = auth(member(document, "security")).value_or(Auth{});
 
     std::vector<Folder> folders;
     const auto folderFor = [&](const std::string& tag) -> Folder& {
@@ -288,11 +288,11 @@ APICollection Importer::collection() {
         if (found != folders.end()) return *found;
         return folders.emplace_back(Uuid::random(), tag);
     };
-    for (const auto& tag : member(root_, "tags").is_array() ? member(root_, "tags") : json::array()) folderFor(text(member(tag, "name")));
+    for (const auto& tag : member(document, "tags").is_array() ? member(document, "tags") : json::array()) folderFor(text(member(tag, "name")));
 
     std::vector<CollectionItem> untagged;
     static constexpr std::array methods{"get", "put", "post", "delete", "options", "head", "patch"};
-    for (const auto& [path, pathNode] : member(root_, "paths").items()) {
+    for (const auto& [path, pathNode] : member(document, "paths").items()) {
         const auto& pathItem = resolved(pathNode);
         for (const char* method : methods) {
             const auto& operation = member(pathItem, method);

@@ -14,29 +14,29 @@ bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 class Words {
 public:
     void append(char c) {
-        current_ += c;
-        started_ = true;
+        current += c;
+        started = true;
     }
     void append(std::string_view text) {
-        current_ += text;
-        started_ = true;
+        current += text;
+        started = true;
     }
-    void start() { started_ = true; }
+    void start() { started = true; }
     void finish() {
-        if (started_) words_.push_back(std::move(current_));
-        current_.clear();
-        started_ = false;
+        if (started) words.push_back(std::move(current));
+        current.clear();
+        started = false;
     }
-    bool inWord() const { return started_; }
+    bool inWord() const { return started; }
     std::vector<std::string> take() {
         finish();
-        return std::move(words_);
+        return std::move(words);
     }
 
 private:
-    std::vector<std::string> words_;
-    std::string current_;
-    bool started_ = false;
+    std::vector<std::string> words;
+    std::string current;
+    bool started = false;
 };
 
 // A line break at `i`: "\n" or "\r\n"; its length, or 0.

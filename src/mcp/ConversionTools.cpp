@@ -49,7 +49,7 @@ std::string ConversionTools::generateCode(const json& arguments) {
     const auto request = lookup.findRequest(args::text(arguments, "request"));
     const auto target = targetOrFail(args::text(arguments, "language").value_or("cURL"));
     // The snippet carries a cached OAuth 2 token like a send would; none is obtained for it.
-    return CodeGenerator::generate(target, RequestBuilder::resolve(request, store.collectionContaining(request.id),
+    return CodeGenerator::generate(target, requestBuilder::resolve(request, store.collectionContaining(request.id),
                                                                    store.resolver(request),
                                                                    cachedTokenLookup(store.oauthTokens())));
 }

@@ -15,7 +15,7 @@ public:
     static constexpr int invalidParams = -32602;
     static constexpr int serverError = -32000;
 
-    MCPError(int code, const std::string& message) : Error(message), code_(code) {}
+    MCPError(int code, const std::string& message) : Error(message), errorCode(code) {}
 
     static MCPError unknownMethod(const std::string& method) {
         return {methodNotFound, "Method not found: " + method};
@@ -30,11 +30,11 @@ public:
     }
     static MCPError numberOutOfRange() { return {invalidParams, "Invalid params: a number is out of range"}; }
 
-    int code() const { return code_; }
+    int code() const { return errorCode; }
     std::string message() const { return what(); }
 
 private:
-    int code_;
+    int errorCode;
 };
 
 }  // namespace tessaline

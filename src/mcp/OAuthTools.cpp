@@ -52,7 +52,7 @@ std::string OAuthTools::oauthToken(const json& arguments) {
     if (const auto requestName = args::text(arguments, "request")) {
         const APIRequest request = lookup.findRequest(requestName);
         const auto collection = store.collectionContaining(request.id);
-        target = {request.name, RequestBuilder::effectiveAuth(request, collection), store.resolver(request)};
+        target = {request.name, requestBuilder::effectiveAuth(request, collection), store.resolver(request)};
     } else if (const auto collectionName = args::text(arguments, "collection")) {
         const APICollection collection = lookup.findCollection(*collectionName);
         target = {collection.name, collection.auth, store.resolver(collection)};

@@ -88,9 +88,9 @@ std::string SendingTools::sendRequest(const json& arguments) {
     // An OAuth 2 token is obtained first, without a person: from the cache, by refreshing it,
     // or by a grant that needs no browser. A grant runs on a thread of its own, so this thread
     // may wait for it.
-    const auto token = store.oauth().prepare(RequestBuilder::effectiveAuth(request, collection), resolver,
+    const auto token = store.oauth().prepare(requestBuilder::effectiveAuth(request, collection), resolver,
                                              OAuth2Service::Mode::reuse);
-    const ResolvedRequest resolved = RequestBuilder::resolve(request, collection, resolver, heldTokenLookup(token));
+    const ResolvedRequest resolved = requestBuilder::resolve(request, collection, resolver, heldTokenLookup(token));
     const StoredResponse response = sendBlocking(resolved, request);
     return savedAnswer(store.recordAndFlush(response), args::pretty(describe(response, bodyLimit(arguments))));
 }
@@ -110,7 +110,7 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
     if (const auto body = args::text(arguments, "body")) {
         request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
     }
-    const ResolvedRequest resolved = RequestBuilder::resolve(request, std::nullopt, store.resolver(std::nullopt));
+    const ResolvedRequest resolved = requestBuilder::resolve(request, std::nullopt, store.resolver(std::nullopt));
     return args::pretty(describe(sendBlocking(resolved, request), bodyLimit(arguments)));
 }
 

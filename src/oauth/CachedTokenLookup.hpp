@@ -17,7 +17,7 @@ namespace tessaline {
 using CachedTokenLookup =
     std::function<std::optional<std::string>(const OAuth2Config& settings, const VariableResolver& resolver)>;
 
-// A lookup in the cache, which must outlive it; fits RequestBuilder::resolve's `tokens`.
+// A lookup in the cache, which must outlive it; fits requestBuilder::resolve's `tokens`.
 CachedTokenLookup cachedTokenLookup(OAuth2TokenCache& cache);
 
 // A lookup that gives the token in hand (the one just obtained for the request being built,

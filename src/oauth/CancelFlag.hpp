@@ -8,11 +8,11 @@ namespace tessaline {
 // the prompt poll it and end with OAuth2Error::cancelled. Safe to use from any thread.
 class CancelFlag {
 public:
-    void set() { value_.store(true); }
-    bool isSet() const { return value_.load(); }
+    void set() { value.store(true); }
+    bool isSet() const { return value.load(); }
 
 private:
-    std::atomic<bool> value_{false};
+    std::atomic<bool> value{false};
 };
 
 }  // namespace tessaline

@@ -34,32 +34,32 @@ std::vector<std::string_view> requestLineParts(std::string_view head) {
 
 }  // namespace
 
-LoopbackReceiver::LoopbackReceiver(std::string path) : path_(std::move(path)) {}
+LoopbackReceiver::LoopbackReceiver(std::string path) : callbackPath(std::move(path)) {}
 
 LoopbackReceiver::~LoopbackReceiver() {
-    io_.stop();
-    if (thread_.joinable()) thread_.join();
+    io.stop();
+    if (thread.joinable()) thread.join();
 }
 
 std::unique_ptr<LoopbackReceiver> LoopbackReceiver::start(std::optional<std::uint16_t> port, std::string path) {
     std::unique_ptr<LoopbackReceiver> receiver(new LoopbackReceiver(std::move(path)));
     receiver->listen(port);
     receiver->accept();
-    receiver->thread_ = std::thread([raw = receiver.get()] { raw->io_.run(); });
+    receiver->thread = std::thread([raw = receiver.get()] { raw->io.run(); });
     return receiver;
 }
 
 void LoopbackReceiver::listen(std::optional<std::uint16_t> port) {
     asio::error_code error;
-    acceptor_.open(tcp::v4(), error);
+    acceptor.open(tcp::v4(), error);
     if (error) {
         throw OAuth2Error::invalidConfig("Couldn't listen on 127.0.0.1:" + requestedPort(port) +
                                          " for the redirect: " + error.message());
     }
-    acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
-    if (!error) acceptor_.bind(tcp::endpoint(asio::ip::address_v4::loopback(), port.value_or(0)), error);
-    if (!error) acceptor_.listen(asio::socket_base::max_listen_connections, error);
-    if (!error) port_ = acceptor_.local_endpoint(error).port();
+    acceptor.set_option(tcp::acceptor::reuse_address(true), error);
+    if (!error) acceptor.bind(tcp::endpoint(asio::ip::address_v4::loopback(), port.value_or(0)), error);
+    if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (!error) boundPort = acceptor.local_endpoint(error).port();
     if (error) {
         throw OAuth2Error::invalidConfig("Couldn't listen on 127.0.0.1:" + requestedPort(port) + " for the redirect (" +
                                          error.message() + "). Is another app using the port?");
@@ -67,8 +67,8 @@ void LoopbackReceiver::listen(std::optional<std::uint16_t> port) {
 }
 
 void LoopbackReceiver::accept() {
-    acceptor_.async_accept([this](asio::error_code error, tcp::socket socket) {
-        if (!acceptor_.is_open()) return;
+    acceptor.async_accept([this](asio::error_code error, tcp::socket socket) {
+        if (!acceptor.is_open()) return;
         if (!error) receive(std::make_shared<tcp::socket>(std::move(socket)));
         accept();
     });
@@ -86,9 +86,9 @@ void LoopbackReceiver::respond(const std::shared_ptr<tcp::socket>& socket, std::
     const auto parts = requestLineParts(text);
     if (parts.size() < 2) return reply(socket, "400 Bad Request", "Bad request");
     const auto target = parts[1];
-    if (target.substr(0, target.find('?')) != path_) return reply(socket, "404 Not Found", "Not found");
+    if (target.substr(0, target.find('?')) != callbackPath) return reply(socket, "404 Not Found", "Not found");
 
-    auto url = "http://127.0.0.1:" + std::to_string(port_) + std::string(target);
+    auto url = "http://127.0.0.1:" + std::to_string(boundPort) + std::string(target);
     reply(socket, "200 OK", page(!redirectParameters(url).contains("error")));
     finish(std::move(url));
 }
@@ -114,21 +114,21 @@ void LoopbackReceiver::reply(const std::shared_ptr<tcp::socket>& socket, std::st
 
 void LoopbackReceiver::finish(Outcome outcome) {
     {
-        const std::lock_guard guard(lock_);
-        if (result_) return;
-        result_ = std::move(outcome);
+        const std::lock_guard guard(lock);
+        if (result) return;
+        result = std::move(outcome);
     }
-    arrived_.notify_all();
-    asio::post(io_, [this] {
+    arrived.notify_all();
+    asio::post(io, [this] {
         asio::error_code ignored;
-        acceptor_.close(ignored);
+        acceptor.close(ignored);
     });
 }
 
 std::string LoopbackReceiver::wait(Seconds timeout, const std::function<bool()>& isCancelled) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::nanoseconds>(timeout);
-    std::unique_lock guard(lock_);
-    while (!result_) {
+    std::unique_lock guard(lock);
+    while (!result) {
         const auto now = std::chrono::steady_clock::now();
         const bool cancelled = isCancelled && isCancelled();
         if (cancelled || now >= deadline) {
@@ -137,13 +137,13 @@ std::string LoopbackReceiver::wait(Seconds timeout, const std::function<bool()>&
             guard.lock();
             continue;
         }
-        arrived_.wait_until(guard, std::min(deadline, now + pollSlice));
+        arrived.wait_until(guard, std::min(deadline, now + pollSlice));
     }
     return std::visit(Overloaded{
                           [](const std::string& url) { return url; },
                           [](const OAuth2Error& error) -> std::string { throw error; },
                       },
-                      *result_);
+                      *result);
 }
 
 std::string LoopbackReceiver::page(bool success) {

@@ -40,7 +40,7 @@ public:
     ~LoopbackReceiver();
 
     // The port actually listened on.
-    std::uint16_t port() const { return port_; }
+    std::uint16_t port() const { return boundPort; }
 
     // The redirect's URL, "http://127.0.0.1:<port><target>", as soon as it has come (at once if
     // it came before the call). Throws OAuth2Error::timedOut after `timeout`, and
@@ -62,15 +62,15 @@ private:
     void reply(const std::shared_ptr<asio::ip::tcp::socket>& socket, std::string_view status, std::string_view body);
     void finish(Outcome outcome);
 
-    const std::string path_;
-    std::uint16_t port_ = 0;
-    asio::io_context io_;
-    asio::ip::tcp::acceptor acceptor_{io_};
-    std::thread thread_;
+    const std::string callbackPath;
+    std::uint16_t boundPort = 0;
+    asio::io_context io;
+    asio::ip::tcp::acceptor acceptor{io};
+    std::thread thread;
 
-    std::mutex lock_;
-    std::condition_variable arrived_;
-    std::optional<Outcome> result_;
+    std::mutex lock;
+    std::condition_variable arrived;
+    std::optional<Outcome> result;
 };
 
 }  // namespace tessaline

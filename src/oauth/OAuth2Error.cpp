@@ -3,7 +3,7 @@
 namespace tessaline {
 
 OAuth2Error::OAuth2Error(Kind kind, const std::string& description, std::string serverCode)
-    : Error(description), kind_(kind), serverCode_(std::move(serverCode)) {}
+    : Error(description), errorKind(kind), serverErrorCode(std::move(serverCode)) {}
 
 OAuth2Error OAuth2Error::invalidConfig(const std::string& message) { return {Kind::invalidConfig, message}; }
 

@@ -23,15 +23,15 @@ public:
     static OAuth2Error cancelled();
     static OAuth2Error timedOut();
 
-    Kind kind() const { return kind_; }
+    Kind kind() const { return errorKind; }
     // The server's error code ("invalid_grant", "slow_down", "http_502"); empty for other kinds.
-    const std::string& serverCode() const { return serverCode_; }
+    const std::string& serverCode() const { return serverErrorCode; }
 
 private:
     OAuth2Error(Kind kind, const std::string& description, std::string serverCode = {});
 
-    Kind kind_;
-    std::string serverCode_;
+    Kind errorKind;
+    std::string serverErrorCode;
 };
 
 }  // namespace tessaline

@@ -31,18 +31,18 @@ public:
     class ShownPrompt {
     public:
         ShownPrompt(OAuth2Interaction& interaction, const OAuth2Prompt& prompt)
-            : interaction_(interaction), cancel_(std::make_shared<CancelFlag>()) {
-            interaction_.showPrompt(prompt, cancel_);
+            : owner(interaction), cancelFlag(std::make_shared<CancelFlag>()) {
+            owner.showPrompt(prompt, cancelFlag);
         }
         ShownPrompt(const ShownPrompt&) = delete;
         ShownPrompt& operator=(const ShownPrompt&) = delete;
-        ~ShownPrompt() { interaction_.dismissPrompt(); }
+        ~ShownPrompt() { owner.dismissPrompt(); }
 
-        bool isCancelled() const { return cancel_->isSet(); }
+        bool isCancelled() const { return cancelFlag->isSet(); }
 
     private:
-        OAuth2Interaction& interaction_;
-        std::shared_ptr<CancelFlag> cancel_;
+        OAuth2Interaction& owner;
+        std::shared_ptr<CancelFlag> cancelFlag;
     };
 };
 

@@ -31,7 +31,7 @@ OAuth2RedirectMode::Value classified(std::string_view redirectURI) {
 
 }  // namespace
 
-OAuth2RedirectMode::OAuth2RedirectMode(std::string_view redirectURI) : value_(classified(redirectURI)) {}
+OAuth2RedirectMode::OAuth2RedirectMode(std::string_view redirectURI) : mode(classified(redirectURI)) {}
 
 std::string OAuth2RedirectMode::summary() const {
     return std::visit(
@@ -48,7 +48,7 @@ std::string OAuth2RedirectMode::summary() const {
                 return "Opens an in-app browser and catches the redirect before it loads.";
             },
         },
-        value_);
+        mode);
 }
 
 }  // namespace tessaline

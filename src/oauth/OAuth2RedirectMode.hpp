@@ -32,16 +32,16 @@ public:
     // Plain http to 127.0.0.1, localhost or ::1 is loopback, any other http or https URL is
     // embedded, another scheme is a custom scheme, and text without a scheme is embedded.
     explicit OAuth2RedirectMode(std::string_view redirectURI);
-    OAuth2RedirectMode(Value value) : value_(std::move(value)) {}
+    OAuth2RedirectMode(Value value) : mode(std::move(value)) {}
 
-    const Value& value() const { return value_; }
+    const Value& value() const { return mode; }
     // One line for the user saying how the redirect will be caught.
     std::string summary() const;
 
     bool operator==(const OAuth2RedirectMode&) const = default;
 
 private:
-    Value value_;
+    Value mode;
 };
 
 }  // namespace tessaline

@@ -37,34 +37,34 @@ std::optional<double> parsedNumber(const std::string& text) {
 }  // namespace
 
 OAuth2ResponseBody::OAuth2ResponseBody(long status, std::string body)
-    : status_(status), body_(std::move(body)), members_(members(body_)) {}
+    : httpStatus(status), bodyText(std::move(body)), parsedMembers(members(bodyText)) {}
 
 std::optional<std::string> OAuth2ResponseBody::text(std::string_view name) const {
-    const auto found = members_.find(name);
-    if (found == members_.end() || !found->is_string()) return std::nullopt;
+    const auto found = parsedMembers.find(name);
+    if (found == parsedMembers.end() || !found->is_string()) return std::nullopt;
     return found->get<std::string>();
 }
 
 std::optional<double> OAuth2ResponseBody::number(std::string_view name) const {
-    const auto found = members_.find(name);
-    if (found == members_.end()) return std::nullopt;
+    const auto found = parsedMembers.find(name);
+    if (found == parsedMembers.end()) return std::nullopt;
     if (found->is_number()) return found->get<double>();
     if (found->is_string()) return parsedNumber(found->get<std::string>());
     return std::nullopt;
 }
 
-std::string OAuth2ResponseBody::start() const { return utf8::repaired(std::string_view(body_).substr(0, quotedBytes)); }
+std::string OAuth2ResponseBody::start() const { return utf8::repaired(std::string_view(bodyText).substr(0, quotedBytes)); }
 
 void OAuth2ResponseBody::failOnErrorMember() const {
-    if (const auto code = text("error")) throw OAuth2Error::server(*code, text("error_description"), status_);
+    if (const auto code = text("error")) throw OAuth2Error::server(*code, text("error_description"), httpStatus);
 }
 
 OAuth2Token OAuth2ResponseBody::token(Date now) const {
     failOnErrorMember();
-    if (status_ >= 400) {
+    if (httpStatus >= 400) {
         const auto description = start();
-        throw OAuth2Error::server("http_" + std::to_string(status_),
-                                  description.empty() ? std::nullopt : std::optional(description), status_);
+        throw OAuth2Error::server("http_" + std::to_string(httpStatus),
+                                  description.empty() ? std::nullopt : std::optional(description), httpStatus);
     }
     const auto accessToken = text("access_token");
     if (!accessToken || accessToken->empty()) throw OAuth2Error::invalidResponse("no access_token in " + start());

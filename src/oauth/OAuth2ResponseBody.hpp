@@ -17,7 +17,7 @@ class OAuth2ResponseBody {
 public:
     OAuth2ResponseBody(long status, std::string body);
 
-    long status() const { return status_; }
+    long status() const { return httpStatus; }
 
     // A member that is text.
     std::optional<std::string> text(std::string_view name) const;
@@ -35,9 +35,9 @@ public:
     OAuth2Token token(Date now) const;
 
 private:
-    long status_;
-    std::string body_;
-    nlohmann::json members_;
+    long httpStatus;
+    std::string bodyText;
+    nlohmann::json parsedMembers;
 };
 
 }  // namespace tessaline

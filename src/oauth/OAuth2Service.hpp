@@ -66,13 +66,13 @@ private:
     OAuth2Token runGrant(const OAuth2ResolvedConfig& config, OAuth2Interaction* interaction) const;
     void finish(const std::string& key);
 
-    OAuth2TokenCache& cache_;
-    const OAuth2Timing timing_;
+    OAuth2TokenCache& tokenCache;
+    const OAuth2Timing timings;
 
-    std::mutex lock_;
-    std::condition_variable finished_;
-    std::map<std::string, std::shared_future<OAuth2Token>> inFlight_;
-    int running_ = 0;  // acquisition threads not yet done with this service
+    std::mutex lock;
+    std::condition_variable finished;
+    std::map<std::string, std::shared_future<OAuth2Token>> inFlight;
+    int runningCount = 0;  // acquisition threads not yet done with this service
 };
 
 }  // namespace tessaline

@@ -44,73 +44,75 @@ OAuth2TokenCache::Entries decodeTokenCacheFile(std::string_view bytes) {
 }
 
 OAuth2TokenCache::OAuth2TokenCache(std::optional<std::filesystem::path> file) {
-    if (file) file_.emplace(std::move(*file));
+    if (file) cacheFile.emplace(std::move(*file));
     reloadIfChanged();
 }
 std::optional<OAuth2Token> OAuth2TokenCache::tokenForKey(const std::string& key) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock);
     reloadIfChangedLocked();
-    const auto found = entries_.find(key);
-    if (found == entries_.end()) return std::nullopt;
+    const auto found = entries.find(key);
+    if (found == entries.end()) return std::nullopt;
     return found->second.token;
 }
 
 void OAuth2TokenCache::set(const OAuth2Token& token, const std::string& key, const std::string& label) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock);
     reloadIfChangedLocked();
-    entries_[key] = Entry{.token = token, .label = label};
+    entries[key] = Entry{.token = token, .label = label};
     saveLocked();
 }
 
 void OAuth2TokenCache::remove(const std::string& key) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock);
     reloadIfChangedLocked();
-    entries_.erase(key);
+    entries.erase(key);
     saveLocked();
 }
 
 void OAuth2TokenCache::removeAll() {
-    const std::lock_guard guard(lock_);
-    entries_.clear();
+    const std::lock_guard guard(lock);
+    entries.clear();
     saveLocked();
 }
 
 OAuth2TokenCache::Entries OAuth2TokenCache::allEntries() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock);
     reloadIfChangedLocked();
-    return entries_;
+    return entries;
 }
 
 void OAuth2TokenCache::reloadIfChanged() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock);
     reloadIfChangedLocked();
 }
 
 std::optional<std::string> OAuth2TokenCache::saveFailure() {
-    const std::lock_guard guard(lock_);
-    return saveFailure_;
+    const std::lock_guard guard(lock);
+    return lastSaveFailure;
 }
 
 void OAuth2TokenCache::reloadIfChangedLocked() {
-    if (!file_) return;
-    const auto content = file_->change();
+    if (!cacheFile) return;
+    const auto content = cacheFile->change();
     if (!content) return;
-    entries_.clear();
+    entries.clear();
     if (!content->bytes) return;
     try {
-        entries_ = decodeTokenCacheFile(*content->bytes);
+        entries = decodeTokenCacheFile(*content->bytes);
     } catch (const std::exception&) {
+        // A cache file that does not decode holds no token that could be sent: the cache
+        // stays empty, the next acquisition signs in again and its save replaces the file.
     }
 }
 
 void OAuth2TokenCache::saveLocked() {
-    if (!file_) return;
+    if (!cacheFile) return;
     try {
-        atomicFile::createFolders(file_->path().parent_path());
-        file_->write(encodeTokenCacheFile(entries_), filePermissions);
-        saveFailure_.reset();
+        atomicFile::createFolders(cacheFile->path().parent_path());
+        cacheFile->write(encodeTokenCacheFile(entries), filePermissions);
+        lastSaveFailure.reset();
     } catch (const std::exception& failure) {
-        saveFailure_ = std::string("Couldn't save OAuth 2 tokens: ") + failure.what();
+        lastSaveFailure = std::string("Couldn't save OAuth 2 tokens: ") + failure.what();
     }
 }
 

@@ -54,11 +54,11 @@ private:
     void reloadIfChangedLocked();
     void saveLocked();
 
-    std::mutex lock_;
-    // State below is guarded by lock_.
-    std::optional<WatchedFile> file_;
-    Entries entries_;
-    std::optional<std::string> saveFailure_;
+    std::mutex lock;
+    // State below is guarded by lock.
+    std::optional<WatchedFile> cacheFile;
+    Entries entries;
+    std::optional<std::string> lastSaveFailure;
 };
 
 // The file's content: {"version": 1, "tokens": {key: {"label": ..., "token": {...}}}}.

@@ -7,10 +7,10 @@
 
 namespace tessaline {
 
-TokenEndpoint::TokenEndpoint(const OAuth2ResolvedConfig& config, Clock now) : config_(config), now_(std::move(now)) {}
+TokenEndpoint::TokenEndpoint(const OAuth2ResolvedConfig& config, Clock now) : resolved(config), clock(std::move(now)) {}
 
 OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Fields fields) const {
-    for (const auto& row : config_.tokenParams) fields.emplace_back(row.key, row.value);
+    for (const auto& row : resolved.tokenParams) fields.emplace_back(row.key, row.value);
     CurlEasy::Request request{
         .method = "POST",
         .url = url,
@@ -19,12 +19,12 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
                     {"User-Agent", "Tessaline/1.0"}},
         .timeout = 60,
     };
-    if (config_.clientAuth == OAuth2ClientAuth::basicHeader && !config_.clientSecret.empty()) {
+    if (resolved.clientAuth == OAuth2ClientAuth::basicHeader && !resolved.clientSecret.empty()) {
         request.headers.emplace_back("Authorization",
-                                     "Basic " + base64::encode(config_.clientID + ":" + config_.clientSecret));
+                                     "Basic " + base64::encode(resolved.clientID + ":" + resolved.clientSecret));
     } else {
-        fields.emplace_back("client_id", config_.clientID);
-        if (!config_.clientSecret.empty()) fields.emplace_back("client_secret", config_.clientSecret);
+        fields.emplace_back("client_id", resolved.clientID);
+        if (!resolved.clientSecret.empty()) fields.emplace_back("client_secret", resolved.clientSecret);
     }
     request.body = formFields::encoded(fields);
 
@@ -34,8 +34,8 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
 }
 
 OAuth2Token TokenEndpoint::requestToken(formFields::Fields fields) const {
-    if (!URLComponents::parse(config_.tokenURL)) throw OAuth2Error::invalidConfig("The token URL is missing or invalid.");
-    return post(config_.tokenURL, std::move(fields)).token(now_());
+    if (!URLComponents::parse(resolved.tokenURL)) throw OAuth2Error::invalidConfig("The token URL is missing or invalid.");
+    return post(resolved.tokenURL, std::move(fields)).token(clock());
 }
 
 OAuth2Token TokenEndpoint::refresh(const std::string& refreshToken) const {

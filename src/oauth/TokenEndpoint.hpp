@@ -21,7 +21,7 @@ public:
     // Keeps a reference to the configuration.
     TokenEndpoint(const OAuth2ResolvedConfig& config, Clock now);
 
-    const OAuth2ResolvedConfig& config() const { return config_; }
+    const OAuth2ResolvedConfig& config() const { return resolved; }
 
     OAuth2ResponseBody post(const std::string& url, formFields::Fields fields) const;
 
@@ -34,8 +34,8 @@ public:
     OAuth2Token refresh(const std::string& refreshToken) const;
 
 private:
-    const OAuth2ResolvedConfig& config_;
-    Clock now_;
+    const OAuth2ResolvedConfig& resolved;
+    Clock clock;
 };
 
 }  // namespace tessaline

@@ -21,7 +21,7 @@ std::string description(const RequestBuildError::Reason& reason) {
 
 }  // namespace
 
-RequestBuildError::RequestBuildError(Reason reason) : Error(description(reason)), reason_(std::move(reason)) {}
+RequestBuildError::RequestBuildError(Reason reason) : Error(description(reason)), cause(std::move(reason)) {}
 
 RequestBuildError RequestBuildError::invalidURL(std::string url) { return RequestBuildError(InvalidURL{std::move(url)}); }
 

@@ -33,12 +33,12 @@ public:
     // "The request has no URL."
     static RequestBuildError emptyURL();
 
-    const Reason& reason() const { return reason_; }
+    const Reason& reason() const { return cause; }
 
 private:
     explicit RequestBuildError(Reason reason);
 
-    Reason reason_;
+    Reason cause;
 };
 
 }  // namespace tessaline

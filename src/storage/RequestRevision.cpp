@@ -24,7 +24,7 @@ std::vector<RequestRevision> requestRevisions(const VersionArchive& archive, con
         try {
             request = requestIn(archive.load(version), requestID);
         } catch (const Error&) {
-            continue;
+            continue;  // a snapshot that cannot be read offers no revision; the others still do
         }
         if (!request || (!revisions.empty() && revisions.back().request == *request)) continue;
         revisions.push_back({std::move(version), std::move(*request)});

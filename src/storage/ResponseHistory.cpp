@@ -17,6 +17,8 @@ void ResponseHistory::take(const Uuid& requestID, const WatchedFile::Content& co
     try {
         lists[requestID] = content.bytes ? decodeHistory(*content.bytes) : std::vector<StoredResponse>{};
     } catch (const Error&) {
+        // A damaged history (or one from a newer build) shows no responses instead of failing
+        // every tool that reads it; recording a response writes a readable file again.
         lists[requestID] = {};
     }
 }

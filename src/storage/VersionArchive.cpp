@@ -52,8 +52,8 @@ std::unique_ptr<icu::Calendar> currentCalendar() {
 std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std::string_view reason, Date date) const {
     if (newestHolds(data)) return std::nullopt;
     try {
-        atomicFile::createFolders(folder_);
-        const auto url = folder_ / snapshotName::make(date, reason);
+        atomicFile::createFolders(folderPath);
+        const auto url = folderPath / snapshotName::make(date, reason);
         atomicFile::write(url, data);
         return parse(url);
     } catch (const std::exception&) {
@@ -64,7 +64,7 @@ std::optional<WorkspaceVersion> VersionArchive::save(std::string_view data, std:
 std::vector<WorkspaceVersion> VersionArchive::list() const {
     std::vector<WorkspaceVersion> versions;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder_, error), end; !error && entry != end;
+    for (std::filesystem::directory_iterator entry(folderPath, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code notAFile;
         if (!entry->is_regular_file(notAFile)) continue;

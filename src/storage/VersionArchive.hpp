@@ -27,9 +27,9 @@ public:
     // How many of the most recent versions a version list offers.
     static constexpr std::size_t recentLimit = 100;
 
-    explicit VersionArchive(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    explicit VersionArchive(std::filesystem::path folder) : folderPath(std::move(folder)) {}
 
-    const std::filesystem::path& folder() const { return folder_; }
+    const std::filesystem::path& folder() const { return folderPath; }
 
     // Writes `data` atomically as a snapshot, creating the folder when needed. Writes nothing
     // when the newest snapshot holds exactly these bytes. Absent when nothing was written,
@@ -64,7 +64,7 @@ public:
 private:
     bool newestHolds(std::string_view data) const;
 
-    std::filesystem::path folder_;
+    std::filesystem::path folderPath;
 };
 
 }  // namespace tessaline

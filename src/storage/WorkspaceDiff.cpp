@@ -23,13 +23,13 @@ const Record* findByID(const std::vector<Record>& records, const Uuid& id) {
 class FieldList {
 public:
     FieldList& check(bool differs, const char* name) {
-        if (differs) names_.emplace_back(name);
+        if (differs) fieldNames.emplace_back(name);
         return *this;
     }
-    const std::vector<std::string>& names() const { return names_; }
+    const std::vector<std::string>& names() const { return fieldNames; }
 
 private:
-    std::vector<std::string> names_;
+    std::vector<std::string> fieldNames;
 };
 
 std::vector<std::string> environmentFields(const APIEnvironment& older, const APIEnvironment& newer) {
@@ -82,13 +82,13 @@ void compareByID(const std::vector<Record>& older, const std::vector<Record>& ne
 class ItemComparison {
 public:
     ItemComparison(const Workspace& from, const Workspace& to)
-        : from_(from), to_(to), older_(workspaceDiff::flatten(from)), newer_(workspaceDiff::flatten(to)) {}
+        : fromWorkspace(from), toWorkspace(to), olderItems(workspaceDiff::flatten(from)), newerItems(workspaceDiff::flatten(to)) {}
 
     void addChanges(std::vector<WorkspaceChange>& changes) const {
-        for (const auto& [id, placed] : newer_) {
-            const auto old = older_.find(id);
-            if (old == older_.end()) {
-                if (findByID(from_.collections, placed.collectionID) != nullptr) add(changes, Kind::added, placed, "");
+        for (const auto& [id, placed] : newerItems) {
+            const auto old = olderItems.find(id);
+            if (old == olderItems.end()) {
+                if (findByID(fromWorkspace.collections, placed.collectionID) != nullptr) add(changes, Kind::added, placed, "");
                 continue;
             }
             if (old->second.collectionID != placed.collectionID || old->second.parentID != placed.parentID) {
@@ -98,8 +98,8 @@ public:
                 add(changes, Kind::modified, placed, joined(differing, ", "));
             }
         }
-        for (const auto& [id, placed] : older_) {
-            if (!newer_.contains(id) && findByID(to_.collections, placed.collectionID) != nullptr) {
+        for (const auto& [id, placed] : olderItems) {
+            if (!newerItems.contains(id) && findByID(toWorkspace.collections, placed.collectionID) != nullptr) {
                 add(changes, Kind::removed, placed, "");
             }
         }
@@ -113,14 +113,14 @@ private:
 
     // The name of the folder holding the item in the older workspace, or of its collection.
     std::string parentName(const workspaceDiff::Placed& placed) const {
-        if (placed.parentID) return older_.at(*placed.parentID).item.name();
-        return findByID(from_.collections, placed.collectionID)->name;
+        if (placed.parentID) return olderItems.at(*placed.parentID).item.name();
+        return findByID(fromWorkspace.collections, placed.collectionID)->name;
     }
 
-    const Workspace& from_;
-    const Workspace& to_;
-    std::unordered_map<Uuid, workspaceDiff::Placed> older_;
-    std::unordered_map<Uuid, workspaceDiff::Placed> newer_;
+    const Workspace& fromWorkspace;
+    const Workspace& toWorkspace;
+    std::unordered_map<Uuid, workspaceDiff::Placed> olderItems;
+    std::unordered_map<Uuid, workspaceDiff::Placed> newerItems;
 };
 
 void flattenInto(std::unordered_map<Uuid, workspaceDiff::Placed>& places, const std::vector<CollectionItem>& items,

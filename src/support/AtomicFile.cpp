@@ -20,23 +20,23 @@ constexpr std::string_view temporaryExtension = ".tmp";
 // Owns a file descriptor.
 class Descriptor {
 public:
-    explicit Descriptor(int fd) : fd_(fd) {}
+    explicit Descriptor(int fd) : number(fd) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
+        if (number >= 0) ::close(number);
     }
 
-    int get() const { return fd_; }
+    int get() const { return number; }
     // Closes now, so that a failing close is seen; returns 0 or an errno value.
     int close() {
-        const int result = ::close(fd_);
-        fd_ = -1;
+        const int result = ::close(number);
+        number = -1;
         return result == 0 ? 0 : errno;
     }
 
 private:
-    int fd_;
+    int number;
 };
 
 int exchangeNames(const char* from, const char* to) {
@@ -123,6 +123,8 @@ int replace(const fs::path& temporary, const fs::path& target, std::optional<std
         try {
             replaced = read(temporary);
         } catch (const FileError&) {
+            // The new bytes are already in place; without the replaced ones the caller only
+            // cannot tell whether someone else wrote the file since it last looked.
         }
         ::unlink(temporary.c_str());
         return 0;

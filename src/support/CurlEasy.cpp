@@ -210,11 +210,11 @@ std::vector<CurlEasy::Header> finalHeaders(CURL* handle) {
 
 }  // namespace
 
-CurlEasy::CurlEasy() : handle_(curl().easyInit()) {
-    if (handle_ == nullptr) throw std::bad_alloc();
+CurlEasy::CurlEasy() : handle(curl().easyInit()) {
+    if (handle == nullptr) throw std::bad_alloc();
 }
 
-CurlEasy::~CurlEasy() { curl().easyCleanup(handle_); }
+CurlEasy::~CurlEasy() { curl().easyCleanup(handle); }
 
 CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context) {
     if (context.loopbackOnly) {
@@ -222,26 +222,26 @@ CurlEasy::Response CurlEasy::perform(const Request& request, const Context& cont
             return {.error = "Sending to \u201c" + *host + "\u201d is switched off: only loopback addresses may be reached."};
         }
     }
-    curl().easyReset(handle_);
-    errorBuffer_[0] = '\0';
+    curl().easyReset(handle);
+    errorBuffer[0] = '\0';
     Reception reception;
     const HeaderList headers = headerList(request.headers);
-    configure(handle_, request, headers.get(), reception, errorBuffer_.data());
-    share(handle_, context);
+    configure(handle, request, headers.get(), reception, errorBuffer.data());
+    share(handle, context);
     const auto start = std::chrono::steady_clock::now();
-    const CURLcode result = curl().easyPerform(handle_);
+    const CURLcode result = curl().easyPerform(handle);
     static_assert(totalTimeFactor == 4, "the text below names the factor");
     if (result == CURLE_OPERATION_TIMEDOUT && std::chrono::steady_clock::now() - start + clockSlack >= totalTime(request.timeout)) {
         return {.error = "The exchange was stopped after " + std::to_string(totalTime(request.timeout).count()) +
                          " ms, four times the request's time-out."};
     }
     if (result != CURLE_OK) {
-        return {.error = errorBuffer_[0] != '\0' ? std::string(errorBuffer_.data()) : curl().easyStrerror(result)};
+        return {.error = errorBuffer[0] != '\0' ? std::string(errorBuffer.data()) : curl().easyStrerror(result)};
     }
     if (!reception.headerComplete) return {.error = "The connection closed inside the response's header block."};
     Response response{.body = std::move(reception.body), .bodyBytes = reception.bodyBytes};
-    curl().easyGetinfo(handle_, CURLINFO_RESPONSE_CODE, &response.status);
-    response.headers = finalHeaders(handle_);
+    curl().easyGetinfo(handle, CURLINFO_RESPONSE_CODE, &response.status);
+    response.headers = finalHeaders(handle);
     return response;
 }
 

@@ -85,8 +85,8 @@ public:
     Response perform(const Request& request, const Context& context);
 
 private:
-    void* handle_;  // CURL*, kept out of this header
-    std::array<char, 256> errorBuffer_{};  // CURL_ERROR_SIZE
+    void* handle;  // CURL*, kept out of this header
+    std::array<char, 256> errorBuffer{};  // CURL_ERROR_SIZE
 };
 
 }  // namespace tessaline

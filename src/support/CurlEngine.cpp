@@ -36,40 +36,40 @@ CurlEngine& CurlEngine::shared() {
 }
 
 CurlEngine::CurlEngine()
-    : share_(curl().shareInit()),
-      caFile_(firstOf(environment("CURL_CA_BUNDLE"), environment("SSL_CERT_FILE"))),
-      caDirectory_(environment("SSL_CERT_DIR")),
-      shareLocks_(CURL_LOCK_DATA_LAST) {
-    if (share_ == nullptr) throw std::bad_alloc();
-    curl().shareSetopt(share_, CURLSHOPT_LOCKFUNC, lockShare);
-    curl().shareSetopt(share_, CURLSHOPT_UNLOCKFUNC, unlockShare);
-    curl().shareSetopt(share_, CURLSHOPT_USERDATA, &shareLocks_);
+    : share(curl().shareInit()),
+      caFile(firstOf(environment("CURL_CA_BUNDLE"), environment("SSL_CERT_FILE"))),
+      caDirectory(environment("SSL_CERT_DIR")),
+      shareLocks(CURL_LOCK_DATA_LAST) {
+    if (share == nullptr) throw std::bad_alloc();
+    curl().shareSetopt(share, CURLSHOPT_LOCKFUNC, lockShare);
+    curl().shareSetopt(share, CURLSHOPT_UNLOCKFUNC, unlockShare);
+    curl().shareSetopt(share, CURLSHOPT_USERDATA, &shareLocks);
     for (const auto data : {CURL_LOCK_DATA_CONNECT, CURL_LOCK_DATA_SSL_SESSION, CURL_LOCK_DATA_DNS}) {
-        curl().shareSetopt(share_, CURLSHOPT_SHARE, data);
+        curl().shareSetopt(share, CURLSHOPT_SHARE, data);
     }
 }
 
 CurlEngine::~CurlEngine() {
-    idle_.clear();  // a share handle still in use by an easy handle cannot be cleaned up
-    curl().shareCleanup(share_);
+    idle.clear();  // a share handle still in use by an easy handle cannot be cleaned up
+    curl().shareCleanup(share);
 }
 
 CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request) {
     auto handle = takeHandle();
-    auto response = handle->perform(request, {.share = share_,
-                                              .caFile = pointer(caFile_),
-                                              .caDirectory = pointer(caDirectory_),
-                                              .loopbackOnly = loopbackOnly_});
+    auto response = handle->perform(request, {.share = share,
+                                              .caFile = pointer(caFile),
+                                              .caDirectory = pointer(caDirectory),
+                                              .loopbackOnly = loopbackOnly});
     giveBack(std::move(handle));
     return response;
 }
 
 std::unique_ptr<CurlEasy> CurlEngine::takeHandle() {
     {
-        const std::lock_guard lock(idleMutex_);
-        if (!idle_.empty()) {
-            auto handle = std::move(idle_.back());
-            idle_.pop_back();
+        const std::lock_guard lock(idleMutex);
+        if (!idle.empty()) {
+            auto handle = std::move(idle.back());
+            idle.pop_back();
             return handle;
         }
     }
@@ -77,8 +77,8 @@ std::unique_ptr<CurlEasy> CurlEngine::takeHandle() {
 }
 
 void CurlEngine::giveBack(std::unique_ptr<CurlEasy> handle) {
-    const std::lock_guard lock(idleMutex_);
-    idle_.push_back(std::move(handle));
+    const std::lock_guard lock(idleMutex);
+    idle.push_back(std::move(handle));
 }
 
 }  // namespace tessaline

@@ -44,22 +44,22 @@ public:
     // When on, every exchange to a host other than this machine's loopback addresses fails
     // before any name lookup or connection (for fuzzing and for tests, which must never
     // reach the network).
-    void setLoopbackOnly(bool only) { loopbackOnly_ = only; }
+    void setLoopbackOnly(bool only) { loopbackOnly = only; }
 
 private:
     std::unique_ptr<CurlEasy> takeHandle();
     void giveBack(std::unique_ptr<CurlEasy> handle);
 
-    void* share_;  // CURLSH*
-    std::optional<std::string> caFile_;
-    std::optional<std::string> caDirectory_;
-    std::atomic<bool> loopbackOnly_ = false;
+    void* share;  // CURLSH*
+    std::optional<std::string> caFile;
+    std::optional<std::string> caDirectory;
+    std::atomic<bool> loopbackOnly = false;
     // One mutex for each kind of data the share handle guards, indexed by curl_lock_data.
-    std::vector<std::mutex> shareLocks_;
+    std::vector<std::mutex> shareLocks;
 
-    // State below is protected by idleMutex_.
-    std::mutex idleMutex_;
-    std::vector<std::unique_ptr<CurlEasy>> idle_;
+    // State below is protected by idleMutex.
+    std::mutex idleMutex;
+    std::vector<std::unique_ptr<CurlEasy>> idle;
 };
 
 }  // namespace tessaline

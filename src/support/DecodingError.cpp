@@ -11,8 +11,8 @@ std::string message(const std::string& path, const std::string& description) {
 
 DecodingError::DecodingError(Kind kind, std::string path, std::string description)
     : Error(message(path, description)),
-      kind_(kind),
-      path_(std::move(path)),
-      description_(std::move(description)) {}
+      errorKind(kind),
+      keyPath(std::move(path)),
+      detail(std::move(description)) {}
 
 }  // namespace tessaline

@@ -17,14 +17,14 @@ public:
 
     DecodingError(Kind kind, std::string path, std::string description);
 
-    Kind kind() const { return kind_; }
-    const std::string& path() const { return path_; }
-    const std::string& description() const { return description_; }
+    Kind kind() const { return errorKind; }
+    const std::string& path() const { return keyPath; }
+    const std::string& description() const { return detail; }
 
 private:
-    Kind kind_;
-    std::string path_;
-    std::string description_;
+    Kind errorKind;
+    std::string keyPath;
+    std::string detail;
 };
 
 }  // namespace tessaline

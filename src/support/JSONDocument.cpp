@@ -53,36 +53,36 @@ bool exceedsDouble(std::string_view number) {
 // the value is no end of input but an error.
 class JSONDocument::Builder {
 public:
-    Builder(std::string_view text, JSONDocument& document) : text_(text), document_(document) {}
+    Builder(std::string_view text, JSONDocument& document) : input(text), target(document) {}
 
     void build() {
         skipByteOrderMark();
         do {
             skipWhitespace();
             if (readValue()) closeEndedContainers();
-        } while (!open_.empty());
+        } while (!openContainers.empty());
         skipWhitespace();
-        if (!atEnd()) failAt(pos_);
+        if (!atEnd()) failAt(pos);
     }
 
 private:
-    bool atEnd() const { return pos_ == text_.size(); }
-    bool atByte(char byte) const { return pos_ < text_.size() && text_[pos_] == byte; }
-    void skipWhitespace() { pos_ = byteScan::skipWhitespace(text_, pos_); }
-    bool inObject() const { return open_.back().isObject; }
-    std::uint32_t nextIndex() const { return static_cast<std::uint32_t>(document_.nodes_.size()); }
+    bool atEnd() const { return pos == input.size(); }
+    bool atByte(char byte) const { return pos < input.size() && input[pos] == byte; }
+    void skipWhitespace() { pos = byteScan::skipWhitespace(input, pos); }
+    bool inObject() const { return openContainers.back().isObject; }
+    std::uint32_t nextIndex() const { return static_cast<std::uint32_t>(target.nodes.size()); }
 
     void expect(char byte) {
-        if (!atByte(byte)) failAt(pos_);
-        ++pos_;
+        if (!atByte(byte)) failAt(pos);
+        ++pos;
     }
 
     // Matches `word` at the cursor, failing at the first byte that differs.
     void expectWord(std::string_view word) {
-        const auto available = text_.substr(pos_, word.size());
+        const auto available = input.substr(pos, word.size());
         const auto differs = std::mismatch(available.begin(), available.end(), word.begin()).first;
-        pos_ += static_cast<std::size_t>(differs - available.begin());
-        if (available != word) failAt(pos_);
+        pos += static_cast<std::size_t>(differs - available.begin());
+        if (available != word) failAt(pos);
     }
 
     void skipByteOrderMark() {
@@ -92,8 +92,8 @@ private:
     // Reads a value at the cursor: true when it is complete, false when it opened a
     // non-empty container, with the cursor before the container's first value.
     bool readValue() {
-        if (atEnd()) failAt(pos_);
-        switch (text_[pos_]) {
+        if (atEnd()) failAt(pos);
+        switch (input[pos]) {
         case '{': return open(Type::object);
         case '[': return open(Type::array);
         case '"': readString(); return true;
@@ -106,16 +106,16 @@ private:
 
     void add(Node node) {
         node.end = nextIndex() + 1;
-        document_.nodes_.push_back(node);
+        target.nodes.push_back(node);
     }
 
     bool open(Type type) {
-        ++pos_;
-        open_.push_back({nextIndex(), static_cast<std::uint32_t>(pending_.size()), type == Type::object});
-        document_.nodes_.push_back({.type = type});
+        ++pos;
+        openContainers.push_back({nextIndex(), static_cast<std::uint32_t>(pending.size()), type == Type::object});
+        target.nodes.push_back({.type = type});
         skipWhitespace();
         if (atByte(type == Type::object ? '}' : ']')) {
-            ++pos_;
+            ++pos;
             close();
             return true;
         }
@@ -126,10 +126,10 @@ private:
     // After a complete value: closes the containers that end here, and leaves the cursor before
     // the next value when one follows.
     void closeEndedContainers() {
-        while (!open_.empty()) {
+        while (!openContainers.empty()) {
             skipWhitespace();
             if (atByte(',')) {
-                ++pos_;
+                ++pos;
                 if (inObject()) readKey();
                 return;
             }
@@ -141,25 +141,25 @@ private:
     // An object's members move from the pending stack to the member table, where they lie
     // side by side.
     void close() {
-        const auto container = open_.back();
-        open_.pop_back();
-        auto& node = document_.nodes_[container.node];
+        const auto container = openContainers.back();
+        openContainers.pop_back();
+        auto& node = target.nodes[container.node];
         node.end = nextIndex();
         if (!container.isObject) return;
-        auto& members = document_.members_;
-        const auto first = pending_.begin() + container.firstPending;
-        node.payload.span = {static_cast<std::uint32_t>(members.size()), static_cast<std::uint32_t>(pending_.end() - first)};
-        members.insert(members.end(), first, pending_.end());
-        pending_.erase(first, pending_.end());
+        auto& members = target.memberTable;
+        const auto first = pending.begin() + container.firstPending;
+        node.payload.span = {static_cast<std::uint32_t>(members.size()), static_cast<std::uint32_t>(pending.end() - first)};
+        members.insert(members.end(), first, pending.end());
+        pending.erase(first, pending.end());
     }
 
     // A member's key and its colon, leaving the cursor before the member's value.
     void readKey() {
         skipWhitespace();
-        if (!atByte('"')) failAt(pos_);
+        if (!atByte('"')) failAt(pos);
         readString();
-        const auto& key = document_.nodes_.back();
-        pending_.push_back({key.payload.span, nextIndex()});
+        const auto& key = target.nodes.back();
+        pending.push_back({key.payload.span, nextIndex()});
         skipWhitespace();
         expect(':');
     }
@@ -167,31 +167,31 @@ private:
     // The cursor is on the opening quote. Runs without escapes are copied in one piece and
     // checked for UTF-8 only when they hold non-ASCII bytes.
     void readString() {
-        auto& strings = document_.strings_;
+        auto& strings = target.strings;
         const auto offset = strings.size();
-        for (++pos_;;) {
+        for (++pos;;) {
             bool sawNonASCII = false;
-            const auto start = pos_;
-            pos_ = byteScan::findQuoteBackslashOrControl(text_, pos_, sawNonASCII);
-            const auto run = text_.substr(start, pos_ - start);
+            const auto start = pos;
+            pos = byteScan::findQuoteBackslashOrControl(input, pos, sawNonASCII);
+            const auto run = input.substr(start, pos - start);
             if (sawNonASCII && !utf8::isValid(run)) failAt(start + utf8::firstIllFormedByte(run));
             strings.append(run);
             if (atByte('"')) break;
-            if (!atByte('\\')) failAt(pos_);  // a control character, or the end
+            if (!atByte('\\')) failAt(pos);  // a control character, or the end
             readEscape();
         }
-        ++pos_;
+        ++pos;
         const Span span{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(strings.size() - offset)};
         add({.type = Type::string, .payload = {.span = span}});
     }
 
     // The cursor is on a backslash.
     void readEscape() {
-        const auto escaped = ++pos_;
-        if (atEnd()) failAt(pos_);
-        ++pos_;
-        auto& strings = document_.strings_;
-        switch (text_[escaped]) {
+        const auto escaped = ++pos;
+        if (atEnd()) failAt(pos);
+        ++pos;
+        auto& strings = target.strings;
+        switch (input[escaped]) {
         case '"': strings += '"'; break;
         case '\\': strings += '\\'; break;
         case '/': strings += '/'; break;
@@ -210,22 +210,22 @@ private:
     // begin a valid string, nor can "\uD800\u0").
     void readUnicodeEscape() {
         char32_t unit = readHexQuad();
-        if (utf8::isLowSurrogate(unit)) failAt(pos_ - 3);
+        if (utf8::isLowSurrogate(unit)) failAt(pos - 3);
         if (utf8::isHighSurrogate(unit)) {
             expectWord("\\u");
             const char32_t low = readHexQuad();
-            if (!utf8::isLowSurrogate(low)) failAt(pos_ - (low >> 12 == 0xD ? 3 : 4));
+            if (!utf8::isLowSurrogate(low)) failAt(pos - (low >> 12 == 0xD ? 3 : 4));
             unit = utf8::scalarOfSurrogates(unit, low);
         }
-        utf8::appendScalar(document_.strings_, unit);
+        utf8::appendScalar(target.strings, unit);
     }
 
     std::uint32_t readHexQuad() {
-        const auto quad = text_.substr(pos_, 4);
+        const auto quad = input.substr(pos, 4);
         std::uint32_t unit = 0;
         const auto read = std::from_chars(quad.data(), quad.data() + quad.size(), unit, 16).ptr - quad.data();
-        pos_ += static_cast<std::size_t>(read);
-        if (read < 4) failAt(pos_);
+        pos += static_cast<std::size_t>(read);
+        if (read < 4) failAt(pos);
         return unit;
     }
 
@@ -233,27 +233,27 @@ private:
     // optional exponent. Integers that fit 64 signed bits are kept exactly; any other number
     // is the nearest double, and one beyond a double's range fails at its last byte.
     void readNumber() {
-        const auto start = pos_;
-        if (atByte('-')) ++pos_;
+        const auto start = pos;
+        if (atByte('-')) ++pos;
         if (atByte('0')) {
-            ++pos_;
+            ++pos;
         } else {
             readDigits();
         }
-        const auto integerEnd = pos_;
+        const auto integerEnd = pos;
         if (atByte('.')) {
-            ++pos_;
+            ++pos;
             readDigits();
         }
         if (atByte('e') || atByte('E')) {
-            ++pos_;
-            if (atByte('+') || atByte('-')) ++pos_;
+            ++pos;
+            if (atByte('+') || atByte('-')) ++pos;
             readDigits();
         }
-        const auto number = text_.substr(start, pos_ - start);
+        const auto number = input.substr(start, pos - start);
         const auto* const first = number.data();
         const auto* const last = first + number.size();
-        if (pos_ == integerEnd) {
+        if (pos == integerEnd) {
             std::int64_t integer = 0;
             if (std::from_chars(first, last, integer).ec == std::errc()) {
                 add({.type = Type::integer, .payload = {.integer = integer}});
@@ -262,7 +262,7 @@ private:
         }
         double value = 0;
         if (std::from_chars(first, last, value).ec == std::errc::result_out_of_range) {
-            if (exceedsDouble(number)) failAt(pos_ - 1);
+            if (exceedsDouble(number)) failAt(pos - 1);
             value = number.front() == '-' ? -0.0 : 0.0;
         }
         add({.type = Type::number, .payload = {.number = value}});
@@ -270,21 +270,21 @@ private:
 
     // One or more digits.
     void readDigits() {
-        if (atEnd() || !isDigit(text_[pos_])) failAt(pos_);
-        while (++pos_ < text_.size() && isDigit(text_[pos_])) {}
+        if (atEnd() || !isDigit(input[pos])) failAt(pos);
+        while (++pos < input.size() && isDigit(input[pos])) {}
     }
 
     struct OpenContainer {
         std::uint32_t node;
-        std::uint32_t firstPending;  // an object's first member on `pending_`
+        std::uint32_t firstPending;  // an object's first member on `pending`
         bool isObject;
     };
 
-    std::string_view text_;
-    JSONDocument& document_;
-    std::size_t pos_ = 0;
-    std::vector<OpenContainer> open_;
-    std::vector<Member> pending_;  // the members of the open objects, innermost last
+    std::string_view input;
+    JSONDocument& target;
+    std::size_t pos = 0;
+    std::vector<OpenContainer> openContainers;
+    std::vector<Member> pending;  // the members of the open objects, innermost last
 };
 
 JSONDocument JSONDocument::parse(std::string_view bytes) {
@@ -294,16 +294,16 @@ JSONDocument JSONDocument::parse(std::string_view bytes) {
     JSONDocument document;
     // Room for what pretty-printed files need, so that the buffers rarely move while they grow;
     // pages never written cost nothing.
-    document.nodes_.reserve(bytes.size() / 16);
-    document.strings_.reserve(bytes.size());
+    document.nodes.reserve(bytes.size() / 16);
+    document.strings.reserve(bytes.size());
     Builder(bytes, document).build();
     return document;
 }
 
 std::optional<std::uint32_t> JSONDocument::member(std::uint32_t object, std::string_view key) const {
-    const auto members = nodes_[object].payload.span;
+    const auto members = nodes[object].payload.span;
     for (auto index = members.offset + members.length; index-- > members.offset;) {
-        const auto& member = members_[index];
+        const auto& member = memberTable[index];
         if (text(member.key) == key) return member.value;
     }
     return std::nullopt;

@@ -43,9 +43,9 @@ public:
     // (RFC 8259; a leading byte order mark is allowed, numbers beyond a double's range are not).
     static JSONDocument parse(std::string_view bytes);
 
-    const Node& node(std::uint32_t index) const { return nodes_[index]; }
+    const Node& node(std::uint32_t index) const { return nodes[index]; }
     // The text of a string node.
-    std::string_view text(std::uint32_t index) const { return text(nodes_[index].payload.span); }
+    std::string_view text(std::uint32_t index) const { return text(nodes[index].payload.span); }
     // The index of the value under key in the object node at `object`; the last one counts
     // when the key repeats.
     std::optional<std::uint32_t> member(std::uint32_t object, std::string_view key) const;
@@ -58,11 +58,11 @@ private:
         std::uint32_t value;
     };
 
-    std::string_view text(Span span) const { return {strings_.data() + span.offset, span.length}; }
+    std::string_view text(Span span) const { return {strings.data() + span.offset, span.length}; }
 
-    std::vector<Node> nodes_;
-    std::string strings_;
-    std::vector<Member> members_;  // each object's members in document order, objects in the order they end
+    std::vector<Node> nodes;
+    std::string strings;
+    std::vector<Member> memberTable;  // each object's members in document order, objects in the order they end
 };
 
 }  // namespace tessaline

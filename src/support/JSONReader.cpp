@@ -25,18 +25,18 @@ std::string_view describe(Type type) {
 }  // namespace
 
 JSONReader::JSONReader(const JSONReader& parent, std::uint32_t node, std::string_view key, std::size_t index)
-    : document_(parent.document_), node_(node), parent_(&parent), key_(key), index_(index), depth_(parent.depth_ + 1) {
-    if (depth_ > maximumDepth) fail(DecodingError::Kind::malformed, "The document is nested too deeply.");
+    : source(parent.source), at(node), enclosing(&parent), memberKey(key), elementIndex(index), depth(parent.depth + 1) {
+    if (depth > maximumDepth) fail(DecodingError::Kind::malformed, "The document is nested too deeply.");
 }
 
 void JSONReader::appendPath(std::string& path) const {
-    if (parent_ == nullptr) return;
-    parent_->appendPath(path);
-    if (parent_->value().type == Type::array) {
-        path += '[' + std::to_string(index_) + ']';
+    if (enclosing == nullptr) return;
+    enclosing->appendPath(path);
+    if (enclosing->value().type == Type::array) {
+        path += '[' + std::to_string(elementIndex) + ']';
     } else {
         if (!path.empty()) path += '.';
-        path += key_;
+        path += memberKey;
     }
 }
 
@@ -63,7 +63,7 @@ const JSONDocument::Node& JSONReader::checked(Type type) const {
 
 std::optional<std::uint32_t> JSONReader::find(std::string_view key) const {
     checked(Type::object);
-    return document_->member(node_, key);
+    return source->member(at, key);
 }
 
 void JSONReader::requireObject() const { checked(Type::object); }
@@ -72,13 +72,13 @@ bool JSONReader::contains(std::string_view key) const { return find(key).has_val
 
 JSONReader JSONReader::member(std::string_view key) const {
     const auto found = find(key);
-    if (!found) JSONReader(*this, node_, key, 0).fail(DecodingError::Kind::missingKey, "Key not found.");
+    if (!found) JSONReader(*this, at, key, 0).fail(DecodingError::Kind::missingKey, "Key not found.");
     return {*this, *found, key, 0};
 }
 
 std::optional<JSONReader> JSONReader::optionalMember(std::string_view key) const {
     const auto found = find(key);
-    if (!found || document_->node(*found).type == Type::null) return std::nullopt;
+    if (!found || source->node(*found).type == Type::null) return std::nullopt;
     return JSONReader(*this, *found, key, 0);
 }
 
@@ -104,7 +104,7 @@ std::int64_t JSONReader::integer() const {
 
 std::string_view JSONReader::text() const {
     checked(Type::string);
-    return document_->text(node_);
+    return source->text(at);
 }
 
 Uuid JSONReader::uuid() const {

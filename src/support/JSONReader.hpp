@@ -27,7 +27,7 @@ public:
     static constexpr int maximumDepth = 512;
 
     // A reader of the document's root value.
-    explicit JSONReader(const JSONDocument& document) : document_(&document) {}
+    explicit JSONReader(const JSONDocument& document) : source(&document) {}
 
     std::string path() const;
 
@@ -56,7 +56,7 @@ public:
         const auto end = checked(JSONDocument::Type::array).end;
         std::vector<Element> result;
         std::size_t index = 0;
-        for (auto child = node_ + 1; child < end; child = document_->node(child).end) {
+        for (auto child = at + 1; child < end; child = source->node(child).end) {
             result.push_back(read(JSONReader(*this, child, {}, index++)));
         }
         return result;
@@ -67,8 +67,8 @@ public:
     template <class Read>
     void forEachMember(Read&& read) const {
         const auto end = checked(JSONDocument::Type::object).end;
-        for (auto child = node_ + 1; child < end; child = document_->node(child + 1).end) {
-            const auto key = document_->text(child);
+        for (auto child = at + 1; child < end; child = source->node(child + 1).end) {
+            const auto key = source->text(child);
             read(key, JSONReader(*this, child + 1, key, 0));
         }
     }
@@ -78,19 +78,19 @@ public:
 private:
     JSONReader(const JSONReader& parent, std::uint32_t node, std::string_view key, std::size_t index);
 
-    const JSONDocument::Node& value() const { return document_->node(node_); }
+    const JSONDocument::Node& value() const { return source->node(at); }
     const JSONDocument::Node& checked(JSONDocument::Type type) const;
     std::string_view text() const;  // of a string, in the document
     std::optional<std::uint32_t> find(std::string_view key) const;
     [[noreturn]] void failType(std::string_view expected) const;
     void appendPath(std::string& path) const;
 
-    const JSONDocument* document_;
-    std::uint32_t node_ = 0;
-    const JSONReader* parent_ = nullptr;
-    std::string_view key_;  // empty for an array element
-    std::size_t index_ = 0;
-    int depth_ = 0;
+    const JSONDocument* source;
+    std::uint32_t at = 0;
+    const JSONReader* enclosing = nullptr;
+    std::string_view memberKey;  // empty for an array element
+    std::size_t elementIndex = 0;
+    int depth = 0;
 };
 
 }  // namespace tessaline

@@ -68,7 +68,7 @@ void JSONWriter::append(const nlohmann::json& value) {
     case Type::number_unsigned: {
         const auto number = value.get<std::uint64_t>();
         beforeValue();
-        out_ += std::to_string(number);
+        out += std::to_string(number);
         break;
     }
     case Type::number_float: this->value(value.get<double>()); break;
@@ -79,83 +79,83 @@ void JSONWriter::append(const nlohmann::json& value) {
 }
 
 void JSONWriter::newline(std::size_t depth) {
-    out_ += '\n';
-    out_.append(2 * depth, ' ');
+    out += '\n';
+    out.append(2 * depth, ' ');
 }
 
 // Every value but the first of its array or object starts a new line after a comma; an
 // object member's value follows its key on the same line.
 void JSONWriter::beforeValue() {
-    if (afterKey_) {
-        afterKey_ = false;
+    if (afterKey) {
+        afterKey = false;
         return;
     }
-    if (levels_.empty()) return;
-    auto& level = levels_.back();
-    if (!level.isEmpty) out_ += ',';
+    if (levels.empty()) return;
+    auto& level = levels.back();
+    if (!level.isEmpty) out += ',';
     level.isEmpty = false;
-    newline(levels_.size());
+    newline(levels.size());
 }
 
 void JSONWriter::beginObject() {
     beforeValue();
-    out_ += '{';
-    levels_.push_back({.isObject = true});
+    out += '{';
+    levels.push_back({.isObject = true});
 }
 
 void JSONWriter::beginArray() {
     beforeValue();
-    out_ += '[';
-    levels_.push_back({.isObject = false});
+    out += '[';
+    levels.push_back({.isObject = false});
 }
 
 void JSONWriter::close(char bracket) {
-    const bool wasEmpty = levels_.back().isEmpty;
-    levels_.pop_back();
-    if (!wasEmpty) newline(levels_.size());
-    out_ += bracket;
+    const bool wasEmpty = levels.back().isEmpty;
+    levels.pop_back();
+    if (!wasEmpty) newline(levels.size());
+    out += bracket;
 }
 
 void JSONWriter::endObject() {
-    assert(!levels_.empty() && levels_.back().isObject);
+    assert(!levels.empty() && levels.back().isObject);
     close('}');
 }
 
 void JSONWriter::endArray() {
-    assert(!levels_.empty() && !levels_.back().isObject);
+    assert(!levels.empty() && !levels.back().isObject);
     close(']');
 }
 
 void JSONWriter::key(std::string_view key) {
-    assert(!levels_.empty() && levels_.back().isObject && !afterKey_);
-    assert(levels_.back().isEmpty || levels_.back().lastKey < key);
+    assert(!levels.empty() && levels.back().isObject && !afterKey);
+    assert(levels.back().isEmpty || levels.back().lastKey < key);
 #ifndef NDEBUG
-    levels_.back().lastKey = key;
+    levels.back().lastKey = key;
 #endif
     beforeValue();
-    appendEscaped(out_, key);
-    out_ += ": ";
-    afterKey_ = true;
+    appendEscaped(out, key);
+    out += ": ";
+    afterKey = true;
 }
 
 void JSONWriter::value(std::string_view text) {
     beforeValue();
     if (utf8::isValid(text)) {
-        appendEscaped(out_, text);
+        appendEscaped(out, text);
     } else {
-        appendEscaped(out_, utf8::repaired(text));
+        appendEscaped(out, utf8::repaired(text));
     }
 }
 
 void JSONWriter::value(bool flag) {
     beforeValue();
-    out_ += flag ? "true" : "false";
+    out += flag ? "true" : "false";
 }
 
 void JSONWriter::value(std::int64_t number) {
     beforeValue();
     char digits[24];
-    out_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
 void JSONWriter::value(double number) {
@@ -167,12 +167,12 @@ void JSONWriter::value(double number) {
     }
     beforeValue();
     char digits[32];
-    out_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
 void JSONWriter::null() {
     beforeValue();
-    out_ += "null";
+    out += "null";
 }
 
 }  // namespace tessaline

@@ -43,7 +43,7 @@ public:
     void value(double number);
     void null();
 
-    std::string text() && { return std::move(out_); }
+    std::string text() && { return std::move(out); }
 
 private:
     struct Level {
@@ -57,9 +57,9 @@ private:
     void close(char bracket);
     void append(const nlohmann::json& value);
 
-    std::string out_;
-    std::vector<Level> levels_;
-    bool afterKey_ = false;
+    std::string out;
+    std::vector<Level> levels;
+    bool afterKey = false;
 };
 
 }  // namespace tessaline

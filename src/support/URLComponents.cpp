@@ -16,11 +16,11 @@ struct URLComponents::Handle {
     CURLU* url;
 };
 
-URLComponents::URLComponents(std::unique_ptr<Handle> handle) : handle_(std::move(handle)) {}
+URLComponents::URLComponents(std::unique_ptr<Handle> handle) : parts(std::move(handle)) {}
 URLComponents::URLComponents(const URLComponents& other)
-    : handle_(std::make_unique<Handle>(curl().urlDup(other.handle_->url))) {}
+    : parts(std::make_unique<Handle>(curl().urlDup(other.parts->url))) {}
 URLComponents& URLComponents::operator=(const URLComponents& other) {
-    if (this != &other) handle_ = std::make_unique<Handle>(curl().urlDup(other.handle_->url));
+    if (this != &other) parts = std::make_unique<Handle>(curl().urlDup(other.parts->url));
     return *this;
 }
 URLComponents::URLComponents(URLComponents&&) noexcept = default;
@@ -56,7 +56,7 @@ std::optional<std::string> URLComponents::schemeOf(std::string_view text) {
 
 std::optional<std::string> URLComponents::part(int which) const {
     char* value = nullptr;
-    if (curl().urlGet(handle_->url, static_cast<CURLUPart>(which), &value, 0) != CURLUE_OK) return std::nullopt;
+    if (curl().urlGet(parts->url, static_cast<CURLUPart>(which), &value, 0) != CURLUE_OK) return std::nullopt;
     std::string result(value);
     curl().free(value);
     return result;
@@ -77,7 +77,7 @@ std::optional<std::uint16_t> URLComponents::port() const {
 
 void URLComponents::setQuery(std::string_view percentEncoded) {
     const std::string owned(percentEncoded);
-    curl().urlSet(handle_->url, CURLUPART_QUERY, owned.empty() ? nullptr : owned.c_str(), 0);
+    curl().urlSet(parts->url, CURLUPART_QUERY, owned.empty() ? nullptr : owned.c_str(), 0);
 }
 
 }  // namespace tessaline

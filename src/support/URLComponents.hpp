@@ -46,7 +46,7 @@ private:
     explicit URLComponents(std::unique_ptr<Handle> handle);
     std::optional<std::string> part(int which) const;
 
-    std::unique_ptr<Handle> handle_;
+    std::unique_ptr<Handle> parts;
 };
 
 }  // namespace tessaline

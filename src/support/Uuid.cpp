@@ -46,10 +46,10 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
 std::string Uuid::formatted(const char* digits) const {
     std::string text;
     text.reserve(36);
-    for (std::size_t i = 0; i < bytes_.size(); ++i) {
+    for (std::size_t i = 0; i < octets.size(); ++i) {
         if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back('-');
-        text.push_back(digits[bytes_[i] >> 4]);
-        text.push_back(digits[bytes_[i] & 0x0F]);
+        text.push_back(digits[octets[i] >> 4]);
+        text.push_back(digits[octets[i] & 0x0F]);
     }
     return text;
 }

@@ -19,7 +19,7 @@ public:
 
     // The nil UUID (all zero bits).
     constexpr Uuid() = default;
-    constexpr explicit Uuid(const Bytes& bytes) : bytes_(bytes) {}
+    constexpr explicit Uuid(const Bytes& bytes) : octets(bytes) {}
 
     // A fresh version 4 (random) UUID from the CSPRNG.
     static Uuid random();
@@ -29,14 +29,14 @@ public:
 
     std::string text() const;
     std::string lowercaseText() const;
-    const Bytes& bytes() const { return bytes_; }
+    const Bytes& bytes() const { return octets; }
 
     auto operator<=>(const Uuid&) const = default;
 
 private:
     std::string formatted(const char* digits) const;
 
-    Bytes bytes_{};
+    Bytes octets{};
 };
 
 }  // namespace tessaline

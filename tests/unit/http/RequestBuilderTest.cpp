@@ -29,7 +29,7 @@ APICollection collectionWithBase(std::string baseURL) { return {.name = "API", .
 std::string failure(const APIRequest& request, const VariableResolver& resolver = {},
                     const std::optional<APICollection>& collection = std::nullopt) {
     try {
-        RequestBuilder::resolve(request, collection, resolver);
+        requestBuilder::resolve(request, collection, resolver);
     } catch (const Error& error) {
         return error.what();
     }
@@ -54,7 +54,7 @@ TEST(RequestBuilderURLTest, JoinsRelativeURLsToTheBaseURL) {
              {"{{host}}/v2/", "/x", "https://var.test/v2/x"},
          }) {
         const auto resolver = variables({row("host", "https://var.test")});
-        EXPECT_EQ(c.expected, RequestBuilder::resolve({.url = c.url}, collectionWithBase(c.base), resolver).url)
+        EXPECT_EQ(c.expected, requestBuilder::resolve({.url = c.url}, collectionWithBase(c.base), resolver).url)
             << c.base << " + " << c.url;
     }
 }
@@ -62,13 +62,13 @@ TEST(RequestBuilderURLTest, JoinsRelativeURLsToTheBaseURL) {
 TEST(RequestBuilderURLTest, TakesTheBaseURLFromTheVariablesFirst) {
     const auto collection = collectionWithBase("https://collection.test");
     const VariableResolver resolver{.scopes = {{row("baseUrl", "https://environment.test/")}, collection.effectiveVariables()}};
-    EXPECT_EQ("https://environment.test/x", RequestBuilder::resolve({.url = "/x"}, collection, resolver).url);
-    EXPECT_EQ("https://collection.test/x", RequestBuilder::resolve({.url = "/x"}, collection, {}).url);
+    EXPECT_EQ("https://environment.test/x", requestBuilder::resolve({.url = "/x"}, collection, resolver).url);
+    EXPECT_EQ("https://collection.test/x", requestBuilder::resolve({.url = "/x"}, collection, {}).url);
     EXPECT_EQ("“https:///x” is not a valid URL.", failure({.url = "/x"}));  // no collection, no base
 }
 
 TEST(RequestBuilderURLTest, EscapesWhatCannotStandInAURL) {
-    const auto resolve = [](std::string url) { return RequestBuilder::resolve({.url = std::move(url)}, {}, {}).url; };
+    const auto resolve = [](std::string url) { return requestBuilder::resolve({.url = std::move(url)}, {}, {}).url; };
     EXPECT_EQ("https://h.test/a%20b/%C3%A4%7B%7D?q=x%20y#f", resolve("h.test/a b/ä{}?q=x y#f"));
     EXPECT_EQ("https://h.test/a%20b%20c?x=%25zz", resolve("https://h.test/a%20b c?x=%zz"));
     EXPECT_EQ("http://münchen.test/", resolve("http://münchen.test"));
@@ -80,9 +80,9 @@ TEST(RequestBuilderURLTest, AppendsQueryItemsAfterTheURLsOwnAndEscapesTheirStruc
                                        row("{{name}}", "{{value}}")}};
     const auto resolver = variables({row("name", "n;m"), row("value", "~v/?:@")});
     EXPECT_EQ("https://h.test/p?z=%3D0&a=1%262&b%20c=x%3Dy%2Bz%23%25&n%3Bm=~v/?:@#top",
-              RequestBuilder::resolve(request, {}, resolver).url);
+              requestBuilder::resolve(request, {}, resolver).url);
     const auto resolve = [&](std::string url) {
-        return RequestBuilder::resolve({.url = std::move(url), .query = {row("a", "1")}}, {}, {}).url;
+        return requestBuilder::resolve({.url = std::move(url), .query = {row("a", "1")}}, {}, {}).url;
     };
     EXPECT_EQ("https://h.test/?a=1", resolve("h.test"));
     EXPECT_EQ("https://h.test/x?a=1", resolve("h.test/x?"));
@@ -103,7 +103,7 @@ TEST(RequestBuilderErrorTest, ReportsFailuresInOrder) {
 }
 
 TEST(RequestBuilderErrorTest, SendsUndefinedPlaceholdersOutsideURLHeadersAndQueryAsWritten) {
-    const auto resolved = RequestBuilder::resolve({.method = HTTPMethod::post,
+    const auto resolved = requestBuilder::resolve({.method = HTTPMethod::post,
                                                    .url = "https://h.test/{{$unknown}}",
                                                    .headers = {row("{{key}}", "v")},
                                                    .body = {.kind = BodyKind::text, .raw = "{{ body }}"},
@@ -137,25 +137,25 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuth) {
          }) {
         const APICollection collection{.auth = {.kind = AuthKind::bearer, .token = "collection"}};
         const auto resolved =
-            RequestBuilder::resolve({.url = "https://h.test", .headers = {row("A", "1")}, .auth = c.auth}, collection, resolver);
+            requestBuilder::resolve({.url = "https://h.test", .headers = {row("A", "1")}, .auth = c.auth}, collection, resolver);
         auto expected = c.headers;
         expected.insert(expected.begin(), {"A", "1"});
         EXPECT_EQ(expected, resolved.headers) << toString(c.auth.kind);
         EXPECT_EQ(c.url, resolved.url) << toString(c.auth.kind);
     }
-    EXPECT_EQ(Auth::none(), RequestBuilder::effectiveAuth({.auth = {.kind = AuthKind::inherit}}, std::nullopt));
-    EXPECT_EQ(bearer, RequestBuilder::effectiveAuth({.auth = bearer}, APICollection{}));
+    EXPECT_EQ(Auth::none(), requestBuilder::effectiveAuth({.auth = {.kind = AuthKind::inherit}}, std::nullopt));
+    EXPECT_EQ(bearer, requestBuilder::effectiveAuth({.auth = bearer}, APICollection{}));
 }
 
 TEST(RequestBuilderAuthTest, PlacesACachedOAuth2TokenAsTheSettingsSay) {
     const auto resolver = variables({row("client", "c-1")});
     std::vector<std::string> asked;
-    const RequestBuilder::OAuth2TokenLookup tokens = [&](const OAuth2Config& settings, const VariableResolver& given) {
+    const requestBuilder::OAuth2TokenLookup tokens = [&](const OAuth2Config& settings, const VariableResolver& given) {
         asked.push_back(given.resolve(settings.clientID));
         return settings.scope == "none" ? std::nullopt : std::optional<std::string>("tok");
     };
-    const auto resolve = [&](std::optional<OAuth2Config> settings, const RequestBuilder::OAuth2TokenLookup& lookup) {
-        const auto resolved = RequestBuilder::resolve(
+    const auto resolve = [&](std::optional<OAuth2Config> settings, const requestBuilder::OAuth2TokenLookup& lookup) {
+        const auto resolved = requestBuilder::resolve(
             {.url = "https://h.test/", .auth = {.kind = AuthKind::oauth2, .oauth2 = std::move(settings)}}, {}, resolver, lookup);
         return Pairs{{resolved.url, resolved.headers.empty() ? "" : resolved.headers.back().second}};
     };
@@ -185,7 +185,7 @@ TEST(RequestBuilderBodyTest, EncodesRawBodiesWithTheirDefaultContentType) {
              {HTTPMethod::delete_, BodyKind::xml, {{"Content-Type", "application/xml"}}},
              {HTTPMethod::options, BodyKind::json, {{"Content-Type", "application/json"}}},
          }) {
-        const auto resolved = RequestBuilder::resolve(
+        const auto resolved = requestBuilder::resolve(
             {.method = c.method, .url = "h.test", .body = {.kind = c.kind, .raw = "<a>{{v}}</a>"}}, {}, resolver);
         EXPECT_EQ("<a>1</a>", resolved.body);
         EXPECT_EQ("<a>1</a>", resolved.bodyText);
@@ -197,19 +197,19 @@ TEST(RequestBuilderBodyTest, EncodesRawBodiesWithTheirDefaultContentType) {
 TEST(RequestBuilderBodyTest, SendsNoBodyWhereTheMethodOrKindHasNone) {
     for (const auto method : {HTTPMethod::get, HTTPMethod::head}) {
         const auto resolved =
-            RequestBuilder::resolve({.method = method, .url = "h.test", .body = {.kind = BodyKind::json, .raw = "{}"}}, {}, {});
+            requestBuilder::resolve({.method = method, .url = "h.test", .body = {.kind = BodyKind::json, .raw = "{}"}}, {}, {});
         EXPECT_EQ(std::nullopt, resolved.body);
         EXPECT_EQ(std::nullopt, resolved.bodyText);
         EXPECT_EQ(BodyKind::json, resolved.bodyKind);
         EXPECT_TRUE(resolved.headers.empty());
     }
-    const auto none = RequestBuilder::resolve({.method = HTTPMethod::post, .url = "h.test", .body = {.raw = "x"}}, {}, {});
+    const auto none = requestBuilder::resolve({.method = HTTPMethod::post, .url = "h.test", .body = {.raw = "x"}}, {}, {});
     EXPECT_EQ(std::nullopt, none.body);
     EXPECT_TRUE(none.headers.empty());
 }
 
 TEST(RequestBuilderBodyTest, KeepsTheUsersContentTypeInAnyCase) {
-    const auto resolved = RequestBuilder::resolve({.method = HTTPMethod::post,
+    const auto resolved = requestBuilder::resolve({.method = HTTPMethod::post,
                                                    .url = "h.test",
                                                    .headers = {row("content-TYPE", "application/vnd+json")},
                                                    .body = {.kind = BodyKind::json, .raw = "{}"}},
@@ -218,7 +218,7 @@ TEST(RequestBuilderBodyTest, KeepsTheUsersContentTypeInAnyCase) {
 }
 
 TEST(RequestBuilderBodyTest, EncodesFormFields) {
-    const auto resolved = RequestBuilder::resolve(
+    const auto resolved = requestBuilder::resolve(
         {.method = HTTPMethod::post,
          .url = "h.test",
          .body = {.kind = BodyKind::formURLEncoded,
@@ -241,7 +241,7 @@ protected:
 };
 
 TEST_F(RequestBuilderMultipartTest, WritesEachFieldAsAPartAndFilesWithTheirBytes) {
-    const auto resolved = RequestBuilder::resolve(
+    const auto resolved = requestBuilder::resolve(
         {.method = HTTPMethod::post,
          .url = "h.test",
          .body = {.kind = BodyKind::multipart,
@@ -260,7 +260,7 @@ TEST_F(RequestBuilderMultipartTest, WritesEachFieldAsAPartAndFilesWithTheirBytes
               resolved.body);
     EXPECT_EQ("note=hi there\nphoto=<file 5 bytes>\n", resolved.bodyText);
 
-    const auto again = RequestBuilder::resolve({.method = HTTPMethod::post, .url = "h.test", .body = {.kind = BodyKind::multipart}}, {}, {});
+    const auto again = requestBuilder::resolve({.method = HTTPMethod::post, .url = "h.test", .body = {.kind = BodyKind::multipart}}, {}, {});
     EXPECT_NE(resolved.headers, again.headers);  // a fresh boundary each time
 }
 
@@ -285,7 +285,7 @@ protected:
     }
 
     void send(const APIRequest& request, const VariableResolver& resolver = {}) {
-        const auto response = HTTPRunner().send(RequestBuilder::resolve(request, {}, resolver), request);
+        const auto response = HTTPRunner().send(requestBuilder::resolve(request, {}, resolver), request);
         ASSERT_EQ(204, response.status) << response.error.value_or("");
     }
 

@@ -134,7 +134,7 @@ protected:
 
     static Arrival sentByRunner(const std::string& command) {
         const auto request = CurlParser::parse(command);
-        const auto response = HTTPRunner().send(RequestBuilder::resolve(request, std::nullopt, VariableResolver{}), request);
+        const auto response = HTTPRunner().send(requestBuilder::resolve(request, std::nullopt, VariableResolver{}), request);
         EXPECT_EQ(200, response.status) << response.error.value_or("");
         return echo->take();
     }

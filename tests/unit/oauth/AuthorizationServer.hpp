@@ -48,34 +48,34 @@ public:
     // The Location an authorization request is redirected to, from its decoded query.
     using Redirect = std::function<std::string(const std::map<std::string, std::string>& query)>;
 
-    explicit AuthorizationServer(Clock clock = systemClock()) : clock_(std::move(clock)) {
-        server_.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
-            if (onToken) return answer(tokenRequests_, onToken, request, response);
-            answer(tokenRequests_, [this](const Received& received) { return issue(received); }, request, response);
+    explicit AuthorizationServer(Clock clock = systemClock()) : clock(std::move(clock)) {
+        server.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
+            if (onToken) return answer(tokenRequests, onToken, request, response);
+            answer(tokenRequests, [this](const Received& received) { return issue(received); }, request, response);
         });
-        server_.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
-            answer(deviceRequests_, onDevice, request, response);
+        server.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
+            answer(deviceRequests, onDevice, request, response);
         });
-        server_.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) {
+        server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) {
             authorize(request, response);
         });
-        server_.start();
+        server.start();
     }
 
-    std::string url(std::string_view path) const { return server_.url(path); }
+    std::string url(std::string_view path) const { return server.url(path); }
 
     std::vector<Received> tokenRequests() const {
-        const std::lock_guard guard(lock_);
-        return tokenRequests_;
+        const std::lock_guard guard(lock);
+        return tokenRequests;
     }
     std::vector<Received> deviceRequests() const {
-        const std::lock_guard guard(lock_);
-        return deviceRequests_;
+        const std::lock_guard guard(lock);
+        return deviceRequests;
     }
     // The query texts of the authorization requests, as they arrived.
     std::vector<std::string> authorizationQueries() const {
-        const std::lock_guard guard(lock_);
-        return authorizationQueries_;
+        const std::lock_guard guard(lock);
+        return authorizationQueries;
     }
 
     // Set before the service runs.
@@ -88,12 +88,12 @@ public:
 private:
     void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request,
                 httplib::Response& response) {
-        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = clock_()};
+        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = clock()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
         }
         {
-            const std::lock_guard guard(lock_);
+            const std::lock_guard guard(lock);
             log.push_back(received);
         }
         const auto reply = script(received);
@@ -105,16 +105,16 @@ private:
         if (request.field("grant_type") == "authorization_code" && !redeems(request)) {
             return json(400, R"({"error":"invalid_grant","error_description":"code, redirect or verifier mismatch"})");
         }
-        const std::lock_guard guard(lock_);
-        const auto n = std::to_string(++issued_);
+        const std::lock_guard guard(lock);
+        const auto n = std::to_string(++issued);
         return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,)" +
                              R"("refresh_token":"refresh-)" + n + R"("})");
     }
 
     bool redeems(const Received& request) {
-        const std::lock_guard guard(lock_);
-        const auto found = codes_.find(request.field("code"));
-        if (found == codes_.end() || found->second.redirectURI != request.field("redirect_uri")) return false;
+        const std::lock_guard guard(lock);
+        const auto found = codes.find(request.field("code"));
+        if (found == codes.end() || found->second.redirectURI != request.field("redirect_uri")) return false;
         const auto& challenge = found->second.challenge;
         return challenge.empty() ? !request.has("code_verifier")
                                  : pkce::challenge(request.field("code_verifier")) == challenge;
@@ -127,10 +127,10 @@ private:
         for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
         std::string code;
         {
-            const std::lock_guard guard(lock_);
-            authorizationQueries_.push_back(query);
-            code = "code-" + std::to_string(authorizationQueries_.size());
-            codes_[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
+            const std::lock_guard guard(lock);
+            authorizationQueries.push_back(query);
+            code = "code-" + std::to_string(authorizationQueries.size());
+            codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
         }
         response.status = 302;
         response.set_header("Location", onAuthorize ? onAuthorize(parameters)
@@ -143,14 +143,14 @@ private:
         std::string challenge;
     };
 
-    Clock clock_;
-    mutable std::mutex lock_;
-    std::vector<Received> tokenRequests_;
-    std::vector<Received> deviceRequests_;
-    std::vector<std::string> authorizationQueries_;
-    std::map<std::string, IssuedCode> codes_;
-    int issued_ = 0;
-    LocalHTTPServer server_;  // last: stops serving before the rest goes
+    Clock clock;
+    mutable std::mutex lock;
+    std::vector<Received> tokenRequests;
+    std::vector<Received> deviceRequests;
+    std::vector<std::string> authorizationQueries;
+    std::map<std::string, IssuedCode> codes;
+    int issued = 0;
+    LocalHTTPServer server;  // last: stops serving before the rest goes
 };
 
 }  // namespace tessaline

@@ -46,7 +46,7 @@ TEST_F(CachedTokenLookupTest, TheIDTokenWhenAskedForAndPresent) {
 
 TEST_F(CachedTokenLookupTest, TheRequestBuilderPlacesWhatItFinds) {
     const APIRequest request{.url = "https://api.test/me", .auth = {.kind = AuthKind::oauth2, .oauth2 = settings}};
-    const auto built = RequestBuilder::resolve(request, std::nullopt, resolver, lookup);
+    const auto built = requestBuilder::resolve(request, std::nullopt, resolver, lookup);
     const std::pair<std::string, std::string> authorization{"Authorization", "Bearer access"};
     EXPECT_NE(built.headers.end(), std::find(built.headers.begin(), built.headers.end(), authorization));
 }

@@ -28,24 +28,24 @@ public:
     ~ScriptedBrowser() override { joinVisit(); }
 
     void showPrompt(const OAuth2Prompt& prompt, std::shared_ptr<CancelFlag> cancel) override {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard guard(lock);
         prompts.push_back(prompt);
         if (cancelOnPrompt) cancel->set();
         const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt);
         if (browser && followsLinks) {
-            visit_ = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
+            visit = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
         }
     }
 
     void dismissPrompt() override {
         joinVisit();
-        const std::lock_guard guard(lock_);
+        const std::lock_guard guard(lock);
         ++dismissals;
     }
 
     std::string signIn(const std::string& authorizationURL, const std::string& redirectURI,
                        const OAuth2RedirectMode& mode) override {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard guard(lock);
         signIns.push_back({redirectURI, mode});
         return location(authorizationURL);
     }
@@ -87,16 +87,16 @@ private:
         std::vector<Page> pages;
         if (askForIconFirst) pages.push_back(get(redirect.substr(0, redirect.find('/', 7)) + "/favicon.ico"));
         pages.push_back(get(redirect));
-        const std::lock_guard guard(lock_);
+        const std::lock_guard guard(lock);
         loopbackPages.insert(loopbackPages.end(), pages.begin(), pages.end());
     }
 
     void joinVisit() {
-        if (visit_.joinable()) visit_.join();
+        if (visit.joinable()) visit.join();
     }
 
-    std::mutex lock_;
-    std::thread visit_;
+    std::mutex lock;
+    std::thread visit;
 };
 
 }  // namespace tessaline

@@ -10,15 +10,15 @@ namespace tessaline {
 // slept: waits of any length take no real time.
 class SteppedClock {
 public:
-    explicit SteppedClock(Date start) : now_(start) {}
+    explicit SteppedClock(Date start) : now(start) {}
 
     Date now() const {
-        const std::lock_guard guard(lock_);
-        return now_;
+        const std::lock_guard guard(lock);
+        return now;
     }
     void advance(OAuth2Timing::Seconds duration) {
-        const std::lock_guard guard(lock_);
-        now_ += std::chrono::duration_cast<Date::duration>(duration);
+        const std::lock_guard guard(lock);
+        now += std::chrono::duration_cast<Date::duration>(duration);
     }
 
     OAuth2Timing timing() {
@@ -26,8 +26,8 @@ public:
     }
 
 private:
-    mutable std::mutex lock_;
-    Date now_;
+    mutable std::mutex lock;
+    Date now;
 };
 
 }  // namespace tessaline

@@ -22,42 +22,42 @@ namespace tessaline {
 class CannedHTTPServer {
 public:
     explicit CannedHTTPServer(std::string answer, std::chrono::milliseconds pause = {})
-        : answer_(std::move(answer)), pause_(pause) {
-        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        : answer(std::move(answer)), pause(pause) {
+        listener = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t length = sizeof address;
-        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), length);
-        ::listen(listener_, 8);
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
-        port_ = ntohs(address.sin_port);
-        thread_ = std::thread([this] { serve(); });
+        ::bind(listener, reinterpret_cast<sockaddr*>(&address), length);
+        ::listen(listener, 8);
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+        port = ntohs(address.sin_port);
+        thread = std::thread([this] { serve(); });
     }
 
     CannedHTTPServer(const CannedHTTPServer&) = delete;
     CannedHTTPServer& operator=(const CannedHTTPServer&) = delete;
 
     ~CannedHTTPServer() {
-        ::shutdown(listener_, SHUT_RDWR);  // wakes accept()
-        thread_.join();
-        ::close(listener_);
+        ::shutdown(listener, SHUT_RDWR);  // wakes accept()
+        thread.join();
+        ::close(listener);
     }
 
     std::string url(std::string_view path = "/") const {
-        return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+        return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
     }
 
     // The last request received, header block and body.
     std::string lastRequest() const {
-        const std::lock_guard lock(mutex_);
-        return lastRequest_;
+        const std::lock_guard lock(mutex);
+        return lastRequest;
     }
 
 private:
     void serve() {
         while (true) {
-            const int connection = ::accept(listener_, nullptr, nullptr);
+            const int connection = ::accept(listener, nullptr, nullptr);
             if (connection < 0) return;
             std::string request;
             char buffer[65536];
@@ -67,14 +67,14 @@ private:
                 request.append(buffer, static_cast<std::size_t>(count));
             }
             {
-                const std::lock_guard lock(mutex_);
-                lastRequest_ = request;
+                const std::lock_guard lock(mutex);
+                lastRequest = request;
             }
-            const auto headEnd = pause_.count() > 0 ? answer_.find("\r\n\r\n") + 4 : answer_.size();
-            if (write(connection, std::string_view(answer_).substr(0, headEnd))) {
-                for (std::size_t next = headEnd; next < answer_.size(); ++next) {
-                    std::this_thread::sleep_for(pause_);
-                    if (!write(connection, std::string_view(answer_).substr(next, 1))) break;
+            const auto headEnd = pause.count() > 0 ? answer.find("\r\n\r\n") + 4 : answer.size();
+            if (write(connection, std::string_view(answer).substr(0, headEnd))) {
+                for (std::size_t next = headEnd; next < answer.size(); ++next) {
+                    std::this_thread::sleep_for(pause);
+                    if (!write(connection, std::string_view(answer).substr(next, 1))) break;
                 }
             }
             ::close(connection);
@@ -98,13 +98,13 @@ private:
         return request.size() >= end + 4 + std::stoul(request.substr(length + 16));
     }
 
-    std::string answer_;
-    std::chrono::milliseconds pause_;
-    mutable std::mutex mutex_;
-    std::string lastRequest_;
-    int listener_ = -1;
-    unsigned short port_ = 0;
-    std::thread thread_;
+    std::string answer;
+    std::chrono::milliseconds pause;
+    mutable std::mutex mutex;
+    std::string lastRequest;
+    int listener = -1;
+    unsigned short port = 0;
+    std::thread thread;
 };
 
 }  // namespace tessaline

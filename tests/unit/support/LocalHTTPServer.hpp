@@ -25,28 +25,28 @@ public:
     BasicLocalHTTPServer& operator=(const BasicLocalHTTPServer&) = delete;
 
     ~BasicLocalHTTPServer() {
-        if (!thread_.joinable()) return;
+        if (!thread.joinable()) return;
         http.stop();
-        thread_.join();
+        thread.join();
     }
 
     // Connections wait in the listening socket's queue until the thread serves them, so the
     // server is usable as soon as this returns.
     void start() {
-        port_ = http.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { http.listen_after_bind(); });
+        port = http.bind_to_any_port("127.0.0.1");
+        thread = std::thread([this] { http.listen_after_bind(); });
     }
 
     std::string url(std::string_view path = "/") const {
         return std::string(std::is_same_v<Server, httplib::SSLServer> ? "https" : "http") +
-               "://127.0.0.1:" + std::to_string(port_) + std::string(path);
+               "://127.0.0.1:" + std::to_string(port) + std::string(path);
     }
 
     Server http;
 
 private:
-    int port_ = 0;
-    std::thread thread_;
+    int port = 0;
+    std::thread thread;
 };
 
 using LocalHTTPServer = BasicLocalHTTPServer<httplib::Server>;

@@ -12,26 +12,26 @@ namespace tessaline {
 // library at once.
 class ScopedEnvironment {
 public:
-    ScopedEnvironment(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {
-        if (const char* old = std::getenv(name_.c_str())) previous_ = old;
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value) : name(std::move(name)) {
+        if (const char* old = std::getenv(name.c_str())) previous = old;
         assign(value);
     }
-    ~ScopedEnvironment() { assign(previous_); }
+    ~ScopedEnvironment() { assign(previous); }
     ScopedEnvironment(const ScopedEnvironment&) = delete;
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
 private:
     void assign(const std::optional<std::string>& value) {
         if (value) {
-            ::setenv(name_.c_str(), value->c_str(), 1);
+            ::setenv(name.c_str(), value->c_str(), 1);
         } else {
-            ::unsetenv(name_.c_str());
+            ::unsetenv(name.c_str());
         }
         ::tzset();
     }
 
-    std::string name_;
-    std::optional<std::string> previous_;
+    std::string name;
+    std::optional<std::string> previous;
 };
 
 }  // namespace tessaline
