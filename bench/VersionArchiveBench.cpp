@@ -20,30 +20,30 @@ class SampleArchive {
 public:
     explicit SampleArchive(std::size_t count)
         : folder(std::filesystem::temp_directory_path() / ("tessaline-bench-" + std::to_string(count))),
-          archive(folder) {
+          snapshots(folder) {
         std::filesystem::remove_all(folder);
         auto request = itemTree::allRequests(workspace.collections[0].items).front();
-        requestID = request.id;
+        renamedID = request.id;
         const auto start = std::chrono::system_clock::now() - std::chrono::hours(24 * 90);
         for (std::size_t index = 0; index < count; ++index) {
             request.name = "Login " + std::to_string(index % 10);
             itemTree::replaceRequest(workspace.collections[0].items, request);
-            lastBytes = encodeWorkspace(workspace);
-            archive.save(lastBytes, "Edited “Login”", start + std::chrono::hours(index));
+            newestBytes = encodeWorkspace(workspace);
+            snapshots.save(newestBytes, "Edited “Login”", start + std::chrono::hours(index));
         }
     }
     ~SampleArchive() { std::filesystem::remove_all(folder); }
 
-    const VersionArchive& archive() const { return archive; }
-    const std::string& lastBytes() const { return lastBytes; }
-    const Uuid& requestID() const { return requestID; }
+    const VersionArchive& archive() const { return snapshots; }
+    const std::string& lastBytes() const { return newestBytes; }
+    const Uuid& requestID() const { return renamedID; }
 
 private:
     std::filesystem::path folder;
-    VersionArchive archive;
+    VersionArchive snapshots;
     Workspace workspace = sampleWorkspace::starterWorkspace();
-    std::string lastBytes;
-    Uuid requestID;
+    std::string newestBytes;
+    Uuid renamedID;
 };
 
 void listVersions(benchmark::State& state) {

@@ -48,13 +48,13 @@ public:
     // The Location an authorization request is redirected to, from its decoded query.
     using Redirect = std::function<std::string(const std::map<std::string, std::string>& query)>;
 
-    explicit AuthorizationServer(Clock clock = systemClock()) : clock(std::move(clock)) {
+    explicit AuthorizationServer(Clock clock = systemClock()) : now(std::move(clock)) {
         server.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
-            if (onToken) return answer(tokenRequests, onToken, request, response);
-            answer(tokenRequests, [this](const Received& received) { return issue(received); }, request, response);
+            if (onToken) return answer(tokenCalls, onToken, request, response);
+            answer(tokenCalls, [this](const Received& received) { return issue(received); }, request, response);
         });
         server.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
-            answer(deviceRequests, onDevice, request, response);
+            answer(deviceCalls, onDevice, request, response);
         });
         server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) {
             authorize(request, response);
@@ -66,16 +66,16 @@ public:
 
     std::vector<Received> tokenRequests() const {
         const std::lock_guard guard(lock);
-        return tokenRequests;
+        return tokenCalls;
     }
     std::vector<Received> deviceRequests() const {
         const std::lock_guard guard(lock);
-        return deviceRequests;
+        return deviceCalls;
     }
     // The query texts of the authorization requests, as they arrived.
     std::vector<std::string> authorizationQueries() const {
         const std::lock_guard guard(lock);
-        return authorizationQueries;
+        return queriesSeen;
     }
 
     // Set before the service runs.
@@ -88,7 +88,7 @@ public:
 private:
     void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request,
                 httplib::Response& response) {
-        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = clock()};
+        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = now()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
         }
@@ -128,8 +128,8 @@ private:
         std::string code;
         {
             const std::lock_guard guard(lock);
-            authorizationQueries.push_back(query);
-            code = "code-" + std::to_string(authorizationQueries.size());
+            queriesSeen.push_back(query);
+            code = "code-" + std::to_string(queriesSeen.size());
             codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
         }
         response.status = 302;
@@ -143,11 +143,11 @@ private:
         std::string challenge;
     };
 
-    Clock clock;
+    Clock now;
     mutable std::mutex lock;
-    std::vector<Received> tokenRequests;
-    std::vector<Received> deviceRequests;
-    std::vector<std::string> authorizationQueries;
+    std::vector<Received> tokenCalls;
+    std::vector<Received> deviceCalls;
+    std::vector<std::string> queriesSeen;
     std::map<std::string, IssuedCode> codes;
     int issued = 0;
     LocalHTTPServer server;  // last: stops serving before the rest goes

@@ -10,15 +10,15 @@ namespace tessaline {
 // slept: waits of any length take no real time.
 class SteppedClock {
 public:
-    explicit SteppedClock(Date start) : now(start) {}
+    explicit SteppedClock(Date start) : current(start) {}
 
     Date now() const {
         const std::lock_guard guard(lock);
-        return now;
+        return current;
     }
     void advance(OAuth2Timing::Seconds duration) {
         const std::lock_guard guard(lock);
-        now += std::chrono::duration_cast<Date::duration>(duration);
+        current += std::chrono::duration_cast<Date::duration>(duration);
     }
 
     OAuth2Timing timing() {
@@ -27,7 +27,7 @@ public:
 
 private:
     mutable std::mutex lock;
-    Date now;
+    Date current;
 };
 
 }  // namespace tessaline

@@ -22,7 +22,7 @@ namespace tessaline {
 class CannedHTTPServer {
 public:
     explicit CannedHTTPServer(std::string answer, std::chrono::milliseconds pause = {})
-        : answer(std::move(answer)), pause(pause) {
+        : reply(std::move(answer)), byteDelay(pause) {
         listener = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -51,7 +51,7 @@ public:
     // The last request received, header block and body.
     std::string lastRequest() const {
         const std::lock_guard lock(mutex);
-        return lastRequest;
+        return received;
     }
 
 private:
@@ -68,13 +68,13 @@ private:
             }
             {
                 const std::lock_guard lock(mutex);
-                lastRequest = request;
+                received = request;
             }
-            const auto headEnd = pause.count() > 0 ? answer.find("\r\n\r\n") + 4 : answer.size();
-            if (write(connection, std::string_view(answer).substr(0, headEnd))) {
-                for (std::size_t next = headEnd; next < answer.size(); ++next) {
-                    std::this_thread::sleep_for(pause);
-                    if (!write(connection, std::string_view(answer).substr(next, 1))) break;
+            const auto headEnd = byteDelay.count() > 0 ? reply.find("\r\n\r\n") + 4 : reply.size();
+            if (write(connection, std::string_view(reply).substr(0, headEnd))) {
+                for (std::size_t next = headEnd; next < reply.size(); ++next) {
+                    std::this_thread::sleep_for(byteDelay);
+                    if (!write(connection, std::string_view(reply).substr(next, 1))) break;
                 }
             }
             ::close(connection);
@@ -98,10 +98,10 @@ private:
         return request.size() >= end + 4 + std::stoul(request.substr(length + 16));
     }
 
-    std::string answer;
-    std::chrono::milliseconds pause;
+    std::string reply;
+    std::chrono::milliseconds byteDelay;
     mutable std::mutex mutex;
-    std::string lastRequest;
+    std::string received;
     int listener = -1;
     unsigned short port = 0;
     std::thread thread;

@@ -12,8 +12,8 @@ namespace tessaline {
 // library at once.
 class ScopedEnvironment {
 public:
-    ScopedEnvironment(std::string name, const std::optional<std::string>& value) : name(std::move(name)) {
-        if (const char* old = std::getenv(name.c_str())) previous = old;
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value) : variable(std::move(name)) {
+        if (const char* old = std::getenv(variable.c_str())) previous = old;
         assign(value);
     }
     ~ScopedEnvironment() { assign(previous); }
@@ -23,14 +23,14 @@ public:
 private:
     void assign(const std::optional<std::string>& value) {
         if (value) {
-            ::setenv(name.c_str(), value->c_str(), 1);
+            ::setenv(variable.c_str(), value->c_str(), 1);
         } else {
-            ::unsetenv(name.c_str());
+            ::unsetenv(variable.c_str());
         }
         ::tzset();
     }
 
-    std::string name;
+    std::string variable;
     std::optional<std::string> previous;
 };
 
