@@ -167,21 +167,21 @@ private:
     // The cursor is on the opening quote. Runs without escapes are copied in one piece and
     // checked for UTF-8 only when they hold non-ASCII bytes.
     void readString() {
-        auto& strings = target.strings;
-        const auto offset = strings.size();
+        auto& decoded = target.strings;
+        const auto offset = decoded.size();
         for (++pos;;) {
             bool sawNonASCII = false;
             const auto start = pos;
             pos = byteScan::findQuoteBackslashOrControl(input, pos, sawNonASCII);
             const auto run = input.substr(start, pos - start);
             if (sawNonASCII && !utf8::isValid(run)) failAt(start + utf8::firstIllFormedByte(run));
-            strings.append(run);
+            decoded.append(run);
             if (atByte('"')) break;
             if (!atByte('\\')) failAt(pos);  // a control character, or the end
             readEscape();
         }
         ++pos;
-        const Span span{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(strings.size() - offset)};
+        const Span span{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(decoded.size() - offset)};
         add({.type = Type::string, .payload = {.span = span}});
     }
 
@@ -190,16 +190,16 @@ private:
         const auto escaped = ++pos;
         if (atEnd()) failAt(pos);
         ++pos;
-        auto& strings = target.strings;
+        auto& decoded = target.strings;
         switch (input[escaped]) {
-        case '"': strings += '"'; break;
-        case '\\': strings += '\\'; break;
-        case '/': strings += '/'; break;
-        case 'b': strings += '\b'; break;
-        case 'f': strings += '\f'; break;
-        case 'n': strings += '\n'; break;
-        case 'r': strings += '\r'; break;
-        case 't': strings += '\t'; break;
+        case '"': decoded += '"'; break;
+        case '\\': decoded += '\\'; break;
+        case '/': decoded += '/'; break;
+        case 'b': decoded += '\b'; break;
+        case 'f': decoded += '\f'; break;
+        case 'n': decoded += '\n'; break;
+        case 'r': decoded += '\r'; break;
+        case 't': decoded += '\t'; break;
         case 'u': readUnicodeEscape(); break;
         default: failAt(escaped);
         }
