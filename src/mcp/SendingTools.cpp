@@ -92,7 +92,11 @@ std::string SendingTools::sendRequest(const json& arguments) {
                                              OAuth2Service::Mode::reuse);
     const ResolvedRequest resolved = requestBuilder::resolve(request, collection, resolver, heldTokenLookup(token));
     const StoredResponse response = sendBlocking(resolved, request);
-    return savedAnswer(store.recordAndFlush(response), args::pretty(describe(response, bodyLimit(arguments))));
+    SaveReport saved = store.recordAndFlush(response);
+    // A send that used an OAuth 2 token tells, as a failed save, that the token cache could
+    // not be written: the token lives only in this process until a later write succeeds.
+    if (!saved.failure && token) saved.failure = store.oauthTokens().saveFailure();
+    return savedAnswer(saved, args::pretty(describe(response, bodyLimit(arguments))));
 }
 
 std::string SendingTools::sendAdhoc(const json& arguments) {
