@@ -5,8 +5,10 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { spawn, execFileSync } from 'node:child_process';
 import {
-  chmodSync, chownSync, lstatSync, mkdirSync, readFileSync, readdirSync, renameSync, statSync, symlinkSync, writeFileSync,
+  chmodSync, chownSync, copyFileSync, lstatSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, renameSync, rmSync,
+  statSync, symlinkSync, writeFileSync,
 } from 'node:fs';
+import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { randomUUID } from 'node:crypto';
 import { binary, run, temporaryFolder } from './harness.mjs';
@@ -15,6 +17,21 @@ const isRoot = process.getuid() === 0;
 const nobody = 65534;
 const keptNote = /\nNote: workspace\.json could not be read: .+\nIts content was kept in (workspace-unreadable-\d{8}T\d{6}\.\d{3}Z\.json) before this save replaced workspace\.json\.$/;
 const inMemory = 'The change is kept in memory and will be written by the next save that succeeds; do not make it again.';
+
+// The binary copied where nobody can run it: the build folder may lie under a private one
+// (a clone in a folder made by mktemp is 0700).
+let binaryOfNobody;
+function binaryForNobody() {
+  if (!binaryOfNobody) {
+    const folder = mkdtempSync(join(tmpdir(), 'tessaline-nobody-'));
+    chmodSync(folder, 0o755);
+    binaryOfNobody = join(folder, 'tessaline-mcp');
+    copyFileSync(binary, binaryOfNobody);
+    chmodSync(binaryOfNobody, 0o755);
+    process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
+  }
+  return binaryOfNobody;
+}
 
 function call(id, name, args) {
   return JSON.stringify({ jsonrpc: '2.0', id, method: 'tools/call', params: { name, arguments: args } }) + '\n';
@@ -148,7 +165,7 @@ for (const fault of saveFaults) {
       t.skip(`cannot set this fault up here: ${error.message.split('\n')[0]}`);
       return;
     }
-    const options = { command: fault.command ?? (fault.spawn ? [binary] : undefined), spawn: fault.spawn };
+    const options = { command: fault.command ?? (fault.spawn ? [binaryForNobody()] : undefined), spawn: fault.spawn };
     let answer;
     try {
       [answer] = await results(folder, [['create_request', { ...create[1], notes: fault.notes ?? '' }]], options);
