@@ -10,6 +10,8 @@
 # tests (stopping at the first failure) and, when they all pass, the end-to-end tests. The
 # file is restored afterwards, also on interrupt. The last line counts what was caught, so
 # that runs before and after a change to the tests can be compared fault by fault.
+# It edits files of src/ while it runs: build nothing else from this tree meanwhile, or that
+# build may take a fault in.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 list="${1:-scripts/mutations.tsv}"
