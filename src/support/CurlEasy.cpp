@@ -89,23 +89,21 @@ std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void*
     return size * count;
 }
 
+bool isLoopback(const in_addr& address) { return (ntohl(address.s_addr) >> 24) == 127; }
+bool isLoopback(const in6_addr& address) { return IN6_IS_ADDR_LOOPBACK(&address); }
+
 bool isLoopback(const sockaddr* address) {
-    if (address->sa_family == AF_INET) {
-        return (ntohl(reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr) >> 24) == 127;
-    }
-    return address->sa_family == AF_INET6 &&
-           IN6_IS_ADDR_LOOPBACK(&reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr);
+    if (address->sa_family == AF_INET) return isLoopback(reinterpret_cast<const sockaddr_in*>(address)->sin_addr);
+    return address->sa_family == AF_INET6 && isLoopback(reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr);
 }
 
 bool isLoopbackHost(std::string host) {
     if (curl().strequal(host.c_str(), "localhost") != 0) return true;
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-    sockaddr_in ipv4{};
-    ipv4.sin_family = AF_INET;
-    sockaddr_in6 ipv6{};
-    ipv6.sin6_family = AF_INET6;
-    if (::inet_pton(AF_INET, host.c_str(), &ipv4.sin_addr) == 1) return isLoopback(reinterpret_cast<sockaddr*>(&ipv4));
-    return ::inet_pton(AF_INET6, host.c_str(), &ipv6.sin6_addr) == 1 && isLoopback(reinterpret_cast<sockaddr*>(&ipv6));
+    in_addr ipv4{};
+    if (::inet_pton(AF_INET, host.c_str(), &ipv4) == 1) return isLoopback(ipv4);
+    in6_addr ipv6{};
+    return ::inet_pton(AF_INET6, host.c_str(), &ipv6) == 1 && isLoopback(ipv6);
 }
 
 // Refuses every address but a loopback one: covers redirects and proxies, whose names the
