@@ -1,6 +1,7 @@
-// Shared helpers of the end-to-end tests: the binary under test, temporary workspaces, and a
-// line-oriented driver of the server through its pipes.
+// Shared helpers of the end-to-end tests: the binary under test, temporary workspaces, a
+// line-oriented driver of the server through its pipes, and a local HTTP server.
 import { spawn } from 'node:child_process';
+import { createServer } from 'node:http';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -55,4 +56,26 @@ export async function connect(t, workspace, env = {}) {
 export async function callTool(client, name, args = {}) {
   const result = await client.callTool({ name, arguments: args });
   return { text: result.content[0].text, isError: result.isError };
+}
+
+// An HTTP server on 127.0.0.1 at a free port, closed when the test ends. Every request is
+// recorded whole (method, target, headers, body as a Buffer) before `answer(request, response)`
+// is called with the record and the response to write; by default it answers 200 "ok".
+export async function localServer(t, answer = (_request, response) => response.end('ok')) {
+  const arrivals = [];
+  const server = createServer((request, response) => {
+    const chunks = [];
+    request.on('data', (chunk) => chunks.push(chunk));
+    request.on('end', () => {
+      const arrival = { method: request.method, target: request.url, headers: request.headers, body: Buffer.concat(chunks) };
+      arrivals.push(arrival);
+      answer(arrival, response);
+    });
+  });
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  t.after(() => {
+    server.closeAllConnections();
+    server.close();
+  });
+  return { base: `http://127.0.0.1:${server.address().port}`, arrivals, server };
 }
