@@ -44,11 +44,14 @@ apply() {
     s/\Q$ENV{FROM}\E/$ENV{TO}/; print' "$1"
 }
 
-e2eSuite() { TESSALINE_BIN="$PWD/$build/tessaline-mcp" node --test --test-reporter=tap "${e2e[@]}"; }
+# A fault may make a test wait for ever; ten minutes is many times a suite's time on a loaded
+# machine, so a suite still running then has caught the fault.
+unitSuite() { timeout -k 10 600 "$build/tests/tessaline_unit_tests" --gtest_brief=1 "$@"; }
+e2eSuite() { TESSALINE_BIN="$PWD/$build/tessaline-mcp" timeout -k 10 600 node --test --test-reporter=tap "${e2e[@]}"; }
 
 # Prints where the fault was caught: unit, e2e, or survived.
 verdict() {
-  if ! "$build/tests/tessaline_unit_tests" --gtest_fail_fast --gtest_brief=1 >>"$log" 2>&1; then
+  if ! unitSuite --gtest_fail_fast >>"$log" 2>&1; then
     echo unit
   elif ! e2eSuite >>"$log" 2>&1; then
     echo e2e
@@ -61,7 +64,7 @@ verdict() {
 # without naming a test (a crash, a hang cut short) is named whole.
 failingTests() {
   local out="$build/suite.out" unit="" e2eFailures=""
-  if ! "$build/tests/tessaline_unit_tests" --gtest_brief=1 >"$out" 2>&1; then
+  if ! unitSuite >"$out" 2>&1; then
     unit=$(sed -n 's/^\[  FAILED  \] \([^ ,]*\).*/\1/p' "$out" | sort -u | paste -sd ' ' -)
     unit=${unit:-"(the whole run)"}
   fi
