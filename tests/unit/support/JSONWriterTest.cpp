@@ -1,6 +1,6 @@
 #include "support/JSONWriter.hpp"
 
-#include "support/Error.hpp"
+#include "ThrownText.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,35 +9,20 @@
 namespace tessaline {
 namespace {
 
-TEST(JSONWriterTest, PrettySortedPlainSlashes) {
+TEST(JSONWriterTest, PrettySortedWithPlainSlashesAndOnlyTheEscapesJSONNeeds) {
     const nlohmann::json value{{"zeta", "a/b"}, {"Alpha", {1, 2}}, {"beta", nlohmann::json::object()}, {"\xC3\xA9", true}};
     EXPECT_EQ("{\n  \"Alpha\": [\n    1,\n    2\n  ],\n  \"beta\": {},\n  \"zeta\": \"a/b\",\n  \"\xC3\xA9\": true\n}",
               JSONWriter::write(value));
+    EXPECT_EQ(R"("q\" b\\ n\n t\t c\u0001 s/ \u001f é")", JSONWriter::write("q\" b\\ n\n t\t c\x01 s/ \x1f \xC3\xA9"));
+    EXPECT_EQ("\"a\xEF\xBF\xBD\"", JSONWriter::write("a\xFF"));
 }
 
 TEST(JSONWriterTest, NumbersByTheirShortestText) {
-    struct Case {
-        double number;
-        const char* text;
-    } cases[] = {{30.0, "30"}, {-2.0, "-2"}, {0.1, "0.1"}, {12.5, "12.5"}, {1e-7, "1e-07"}, {-0.0, "0"},
-                 {1.0 / 3, "0.3333333333333333"}};
-    for (const auto& c : cases) EXPECT_EQ(c.text, JSONWriter::write(c.number)) << c.number;
-}
-
-TEST(JSONWriterTest, NonFiniteNumbersAreRefused) {
-    EXPECT_THROW(JSONWriter::write(nlohmann::json{{"t", std::numeric_limits<double>::infinity()}}), Error);
-}
-
-TEST(JSONWriterTest, InvalidUtf8IsRepaired) { EXPECT_EQ("\"a\xEF\xBF\xBD\"", JSONWriter::write("a\xFF")); }
-
-}  // namespace
-}  // namespace tessaline
-
-namespace tessaline {
-namespace {
-
-TEST(JSONWriterTest, EscapesOnlyWhatJSONRequires) {
-    EXPECT_EQ(R"("q\" b\\ n\n t\t c\u0001 s/ \u001f é")", JSONWriter::write("q\" b\\ n\n t\t c\x01 s/ \x1f \xC3\xA9"));
+    const std::pair<double, const char*> cases[] = {{30.0, "30"}, {-2.0, "-2"}, {0.1, "0.1"}, {12.5, "12.5"},
+                                                    {1e-7, "1e-07"}, {-0.0, "0"}, {1.0 / 3, "0.3333333333333333"}};
+    for (const auto& [number, text] : cases) EXPECT_EQ(text, JSONWriter::write(number)) << number;
+    EXPECT_EQ("The number inf cannot be written as JSON.",
+              thrownText([] { JSONWriter::write(nlohmann::json{{"t", std::numeric_limits<double>::infinity()}}); }));
 }
 
 TEST(JSONWriterTest, StreamedValuesNestLikeTrees) {
