@@ -24,14 +24,13 @@ TEST(JSONFormatTest, TokensCarryTheirLayoutAndKind) {
     const std::vector<Token> expected = {
         {"{\n..", Kind::punctuation},   {"\"k\"", Kind::key},           {":_", Kind::punctuation},
         {"[\n....", Kind::punctuation}, {"1.5", Kind::number},          {",\n....", Kind::punctuation},
-        {"true", Kind::literal},        {",\n....", Kind::punctuation}, {"\"s\"", Kind::string},
-        {",\n....", Kind::punctuation}, {"nul", Kind::number},          {",\n....", Kind::punctuation},
-        {"{}", Kind::punctuation},      {"\n..]", Kind::punctuation},   {",\n..", Kind::punctuation},
-        {"\"m\"", Kind::key},           {":_", Kind::punctuation},      {"{\n....", Kind::punctuation},
-        {"\"n\"", Kind::key},           {":_", Kind::punctuation},      {"\"v\"", Kind::string},
-        {"\n..}", Kind::punctuation},   {"\n}", Kind::punctuation},
+        {"\"s\"", Kind::string},        {",\n....", Kind::punctuation}, {"nul", Kind::number},
+        {",\n....", Kind::punctuation}, {"{}", Kind::punctuation},      {"\n..]", Kind::punctuation},
+        {",\n..", Kind::punctuation},   {"\"m\"", Kind::key},           {":_", Kind::punctuation},
+        {"{\n....", Kind::punctuation}, {"\"n\"", Kind::key},           {":_", Kind::punctuation},
+        {"true", Kind::literal},        {"\n..}", Kind::punctuation},   {"\n}", Kind::punctuation},
     };
-    EXPECT_EQ(expected, JSONFormat::tokens(R"({"k":[1.5,true,"s",nul,{ }],"m":{"n":"v"}})", "..", "\n", "_"));
+    EXPECT_EQ(expected, JSONFormat::tokens(R"({"k":[1.5,"s",nul,{ }],"m":{"n":true}})", "..", "\n", "_"));
 }
 
 // Malformed text is laid out as well as it goes: never below zero indentation, strings kept

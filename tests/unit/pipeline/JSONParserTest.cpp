@@ -15,7 +15,9 @@ using Number = JSONValue::Number;
 const std::string fffd = "\xEF\xBF\xBD";
 
 TEST(JSONParserTest, ErrorsNameTheFirstProblemAndItsByteOffset) {
-    const std::pair<std::string, std::string> cases[] = {
+    const struct {
+        std::string input, error;
+    } cases[] = {
         {"", "0: unexpected end"}, {"  ", "2: unexpected end"}, {"{\"a\":", "5: unexpected end"},
         {"]", "0: unexpected character"}, {"[1,]", "3: unexpected character"},
         {"tru", "0: expected true"}, {"[fals]", "1: expected false"}, {"nul", "0: expected null"},
@@ -27,8 +29,8 @@ TEST(JSONParserTest, ErrorsNameTheFirstProblemAndItsByteOffset) {
         {"\"\\u12\"", "3: bad \\u escape"}, {"\"\\u12g4\"", "3: bad \\u escape"},
         {"\"\\ud83d\\ude0\"", "9: bad \\u escape"},  // the second escape is read on its own
     };
-    for (const auto& [input, error] : cases) {
-        EXPECT_EQ("Invalid JSON at byte " + error, thrownText<jsonParser::ParseError>([&] { jsonParser::parse(input); }));
+    for (const auto& c : cases) {
+        EXPECT_EQ("Invalid JSON at byte " + c.error, thrownText<jsonParser::ParseError>([&] { jsonParser::parse(c.input); }));
     }
 }
 
