@@ -3,27 +3,23 @@
 #include "support/UnicodeText.hpp"
 
 #include <unicode/brkiter.h>
-#include <unicode/locid.h>
 #include <unicode/utext.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-// ICU's character break iterator as the reference for unicodeText's character counting; shared
-// by the unit tests and the fuzz target.
+// ICU's character break iterator as the reference for unicodeText's character counting, for
+// the fuzz target.
 namespace tessaline::referenceCharacters {
 
 // The byte offset where each character of the UTF-8 text ends, ill-formed sequences read by
 // ICU itself.
 inline std::vector<std::size_t> ends(std::string_view text) {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> characters(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    std::unique_ptr<icu::BreakIterator> characters(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
     UText* utext = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
     std::vector<std::size_t> offsets;
     if (U_SUCCESS(status)) {

@@ -22,11 +22,7 @@ public:
 
 private:
     void assign(const std::optional<std::string>& value) {
-        if (value) {
-            ::setenv(variable.c_str(), value->c_str(), 1);
-        } else {
-            ::unsetenv(variable.c_str());
-        }
+        value ? ::setenv(variable.c_str(), value->c_str(), 1) : ::unsetenv(variable.c_str());
         ::tzset();
     }
 
