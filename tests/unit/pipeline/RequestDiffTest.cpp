@@ -29,7 +29,6 @@ TEST(RequestDiffTest, FindsShortestScriptsWithinTheLimit) {
         std::size_t limit;
         const char* script;
     } cases[] = {
-        {"", "", 10, ""},
         {"abc", "abc", 10, " a b c"},
         {"", "abc", 10, "+a+b+c"},
         {"abc", "axc", 10, " a-b+x c"},

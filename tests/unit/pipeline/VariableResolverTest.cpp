@@ -122,12 +122,10 @@ TEST(VariableResolverTest, GeneratedValuesFromTheClockTheProcessAndTheirArgument
         {"{{$ uuid}}", "{{$ uuid}}"},
         {"{{ $uuid( }}", "{{$uuid(}}"},
     });
-    {
-        const ScopedEnvironment tokyo("TZ", "Asia/Tokyo");
-        EXPECT_EQ("21:30 2024-05-01T12:30:45Z", resolver.resolve("{{$date(HH:mm)}} {{$isoTimestamp}}"));
-    }
     const VariableResolver beforeEpoch{.now = fixedClock(Date{} - std::chrono::milliseconds{1500})};
     EXPECT_EQ("-1 -1500", beforeEpoch.resolve("{{$timestamp}} {{$timestampMs}}"));
+    const ScopedEnvironment tokyo("TZ", "Asia/Tokyo");  // dates are local, ISO timestamps stay in UTC
+    EXPECT_EQ("21:30 2024-05-01T12:30:45Z", resolver.resolve("{{$date(HH:mm)}} {{$isoTimestamp}}"));
 }
 
 TEST(VariableResolverTest, RandomValuesWithinTheirBounds) {
@@ -138,15 +136,19 @@ TEST(VariableResolverTest, RandomValuesWithinTheirBounds) {
     EXPECT_NE(resolver.resolve("{{$uuid}}"), resolver.resolve("{{$uuid}}"));
 
     // Each value of a small range comes up in 300 draws; empty pieces of the arguments are dropped.
-    const std::tuple<const char*, int, int> integers[] = {{"{{$randomInt(10, 1)}}", 1, 10}, {"{{$randomInt(-3,+3)}}", -3, 3}, {"{{$randomInt(x, 2)}}", 0, 2}, {"{{$randomInt(,2,4)}}", 2, 4}};
+    const std::tuple<const char*, int, int> integers[] = {
+        {"{{$randomInt(10, 1)}}", 1, 10}, {"{{$randomInt(-3,+3)}}", -3, 3}, {"{{$randomInt(x, 2)}}", 0, 2}, {"{{$randomInt(,2,4)}}", 2, 4}};
     for (const auto& [text, minimum, maximum] : integers) {
         std::set<std::int64_t> expected, seen;
         for (auto value = minimum; value <= maximum; ++value) expected.insert(value);
         for (int i = 0; i < 300; ++i) seen.insert(std::stoll(resolver.resolve(text)));
         EXPECT_EQ(expected, seen) << text;
     }
-    const std::pair<const char*, int> strings[] = {{"{{$randomString}}", 16}, {"{{$randomString(-5)}}", 1}, {"{{$randomString(3.5)}}", 16}, {"{{$randomString(+2)}}", 2}};
-    for (const auto& [text, length] : strings) EXPECT_THAT(resolver.resolve(text), MatchesRegex("[a-zA-Z0-9]{" + std::to_string(length) + "}")) << text;
+    const std::pair<const char*, int> strings[] = {
+        {"{{$randomString}}", 16}, {"{{$randomString(-5)}}", 1}, {"{{$randomString(3.5)}}", 16}, {"{{$randomString(+2)}}", 2}};
+    for (const auto& [text, length] : strings) {
+        EXPECT_THAT(resolver.resolve(text), MatchesRegex("[a-zA-Z0-9]{" + std::to_string(length) + "}")) << text;
+    }
 }
 
 }  // namespace
