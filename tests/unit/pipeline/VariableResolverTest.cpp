@@ -17,10 +17,6 @@ KeyValue row(std::string key, std::string value, bool enabled = true) {
     return {.key = std::move(key), .value = std::move(value), .enabled = enabled};
 }
 
-// 2024-05-01T12:30:45.678Z.
-const Date instant = std::chrono::sys_days{std::chrono::year{2024} / 5 / 1} + std::chrono::hours{12} +
-                     std::chrono::minutes{30} + std::chrono::seconds{45} + std::chrono::milliseconds{678};
-
 struct Case {
     const char* text;
     const char* resolved;
@@ -30,16 +26,13 @@ void expectResolved(const VariableResolver& resolver, std::initializer_list<Case
     for (const auto& c : cases) EXPECT_EQ(c.resolved, resolver.resolve(c.text)) << c.text;
 }
 
-VariableResolver scoped() {
-    return {.scopes = {{row("host", "h"), row("token", "env-token"), row("k", "first"), row("k", "second"),
-                        row("shadowed", "off", false), row("only", "disabled", false), row("id", "42"),
-                        row("brace", "{{"), row("tail", "host}}"), row("a", "A"), row("b", "B")},
-                       {row("token", "collection-token"), row("baseUrl", "https://api.test"),
-                        row("shadowed", "visible"), row("url", "{{baseUrl}}/users/{{ id }}")}}};
-}
-
 TEST(VariableResolverTest, LooksVariablesUpAcrossAndWithinScopes) {
-    expectResolved(scoped(), {
+    const VariableResolver resolver{
+        .scopes = {{row("host", "h"), row("token", "env-token"), row("k", "first"), row("k", "second"), row("shadowed", "off", false),
+                    row("only", "disabled", false), row("id", "42"), row("brace", "{{"), row("tail", "host}}")},
+                   {row("token", "collection-token"), row("baseUrl", "https://api.test"), row("shadowed", "visible"),
+                    row("url", "{{baseUrl}}/users/{{ id }}")}}};
+    expectResolved(resolver, {
         {"{{ host }}/x", "h/x"},
         {"{{token}}", "env-token"},        // the first scope wins
         {"{{k}}", "second"},               // within a scope, the later row wins
@@ -47,7 +40,6 @@ TEST(VariableResolverTest, LooksVariablesUpAcrossAndWithinScopes) {
         {"{{only}}", "{{only}}"},          // even when it is the only one
         {"{{Host}}", "{{Host}}"},          // keys match exactly
         {"{{url}}", "https://api.test/users/42"},
-        {"no placeholders", "no placeholders"},
         {"{{ \tmissing\t }}/{{host}}", "{{missing}}/h"},
         {"{{}}", "{{}}"},
         {"}}{{host}}{{", "}}h{{"},
@@ -55,11 +47,7 @@ TEST(VariableResolverTest, LooksVariablesUpAcrossAndWithinScopes) {
         {"{{ a{{b }}}}", "{{a{{b}}}}"},       // placeholders do not nest: the body is "a{{b"
         {"{{brace}}{{tail}}", "{{host}}"},    // inserted values are not scanned again
     });
-    const VariableResolver empty;
-    EXPECT_EQ("{{host}}/x", empty.resolve("{{ host }}/x"));
-    const VariableResolver twoScopes{.scopes = {{row("k", "first")}, {row("k", "second")}}};
-    EXPECT_EQ("first", twoScopes.lookup("k"));
-    EXPECT_EQ(std::nullopt, scoped().lookup("only"));
+    EXPECT_EQ("{{host}}/x", VariableResolver{}.resolve("{{ host }}/x"));
 }
 
 TEST(VariableResolverTest, SelfReferenceStopsAfterEightLevels) {
@@ -73,69 +61,47 @@ TEST(VariableResolverTest, SelfReferenceStopsAfterEightLevels) {
 TEST(VariableResolverTest, UnresolvedNamesInOrderWithRepeats) {
     const VariableResolver resolver{.scopes = {{row("known", "{{deeper}}")}}};
     EXPECT_EQ((Names{"a", "missing", "missing", "a{{b"}),
-              resolver.unresolvedNames("{{a}} {{ $uuid }} {{@Login.status}} {{missing}} {{ missing }} {{known}} "
-                                       "{{$nope}} {{a{{b}}}} {{c"));
-    EXPECT_EQ(Names{}, resolver.unresolvedNames("no placeholders"));
+              resolver.unresolvedNames("{{a}} {{ $uuid }} {{@Login.status}} {{missing}} {{ missing }} {{known}} {{$nope}} {{a{{b}}}} {{c"));
 }
 
-class ChainedReferenceTest : public ::testing::Test {
-protected:
-    StoredResponse login{.status = 201,
-                         .headers = {row("Content-Type", "application/json"), row("Set-Cookie", "s=1"),
-                                     row("set-cookie", "s=2"), row("X-Rate.Limit", "10")},
-                         .body = R"({"token":"abc","items":[{"id":1},{"id":2},{"id":3}],"n":true})"};
-    StoredResponse binary{.status = 200, .body = "a\xFF"};
-    Names asked;
-    VariableResolver resolver{.responseLookup = [this](const std::string& name) -> std::optional<StoredResponse> {
-        asked.push_back(name);
-        if (name == "Login" || name == "List products") return login;
-        if (name == "Binary") return binary;
-        return std::nullopt;
+TEST(VariableResolverTest, ChainedReferencesReadTheNewestResponse) {
+    const StoredResponse login{.status = 201,
+                               .headers = {row("Content-Type", "application/json"), row("Set-Cookie", "s=1"), row("set-cookie", "s=2"),
+                                           row("X-Rate.Limit", "10")},
+                               .body = R"({"token":"abc","items":[{"id":1},{"id":2},{"id":3}],"n":true})"};
+    const VariableResolver resolver{.responseLookup = [&](const std::string& name) {
+        return name == "Login" || name == "List products" ? std::optional(login) : std::nullopt;
     }};
-};
-
-TEST_F(ChainedReferenceTest, StatusHeadersAndBody) {
     expectResolved(resolver, {
         {"{{@Login.status}}", "201"},
-        {"{{@Login.status.ignored}}", "201"},
         {"{{@List products.status}}", "201"},
-        {"{{@Login.header.SET-COOKIE}}", "s=1"},  // the first match, ignoring case
+        {"{{@Login.header.SET-COOKIE}}", "s=1"},   // the first match, ignoring case
         {"{{@Login.header.x-rate.limit}}", "10"},  // a header name may hold dots
         {"{{@Login.body}}", R"({"token":"abc","items":[{"id":1},{"id":2},{"id":3}],"n":true})"},
         {"{{ @Login.body.token }}", "abc"},
-        {"{{@Login.body.items.0.id}}", "1"},
         {"{{@Login.body.items.+2.id}}", "3"},
-        {"{{@Login.body.n}}", "true"},
-        {"{{@Binary.body}}", "a\xEF\xBF\xBD"},
-    });
-}
-
-TEST_F(ChainedReferenceTest, ReferencesWithoutAValueStayInTheText) {
-    expectResolved(resolver, {
+        // References without a value stay in the text.
         {"{{@Login.body.items.5}}", "{{@Login.body.items.5}}"},
-        {"{{@Login.body.items.-1}}", "{{@Login.body.items.-1}}"},
-        {"{{@Login.body.missing}}", "{{@Login.body.missing}}"},
-        {"{{@Binary.body.x}}", "{{@Binary.body.x}}"},
         {"{{@Login.header}}", "{{@Login.header}}"},
         {"{{@Login.header.Missing}}", "{{@Login.header.Missing}}"},
         {"{{@Login.Status}}", "{{@Login.Status}}"},
-        {"{{@Login.cookies}}", "{{@Login.cookies}}"},
         {"{{@Login}}", "{{@Login}}"},
         {"{{@Logout.status}}", "{{@Logout.status}}"},
         {"{{@ Login.status}}", "{{@ Login.status}}"},  // the name is taken as written
     });
-    EXPECT_EQ((Names{"Login", "Login", "Login", "Binary", "Login", "Login", "Login", "Login", "Logout", " Login"}),
-              asked);
     EXPECT_EQ("{{@Login.status}}", VariableResolver{}.resolve("{{@Login.status}}"));
 }
 
-class DynamicValueTest : public ::testing::Test {
-protected:
-    ScopedEnvironment zone{"TZ", "UTC"};
-    VariableResolver resolver{.scopes = {{row("host", "h")}}, .now = fixedClock(instant)};
-};
-
-TEST_F(DynamicValueTest, TimeFromTheClock) {
+TEST(VariableResolverTest, GeneratedValuesFromTheClockTheProcessAndTheirArguments) {
+    const ScopedEnvironment zone("TZ", "UTC");
+    const ScopedEnvironment set("TESSALINE_TEST_VALUE", "from env");
+    const ScopedEnvironment empty("TESSALINE_TEST_EMPTY", "");
+    const ScopedEnvironment braces("TESSALINE_TEST_BRACES", "{{host}}");
+    const ScopedEnvironment unset("TESSALINE_TEST_UNSET", std::nullopt);
+    // 2024-05-01T12:30:45.678Z.
+    const Date instant = std::chrono::sys_days{std::chrono::year{2024} / 5 / 1} + std::chrono::hours{12} + std::chrono::minutes{30} +
+                         std::chrono::seconds{45} + std::chrono::milliseconds{678};
+    const VariableResolver resolver{.scopes = {{row("host", "h")}}, .now = fixedClock(instant)};
     expectResolved(resolver, {
         {"{{$timestamp}}", "1714566645"},
         {"{{$timestampMs}}", "1714566645678"},
@@ -144,97 +110,45 @@ TEST_F(DynamicValueTest, TimeFromTheClock) {
         {"{{$date(EEE HH:mm:ss.SSS)}}", "Wed 12:30:45.678"},
         {"{{$date(MMM d, yyyy)}}", "May 1"},  // arguments are split at ","
         {"{{$date(HH:mm}}", "{{$date(HH:mm}}"},
-    });
-    {
-        const ScopedEnvironment tokyo("TZ", "Asia/Tokyo");
-        EXPECT_EQ("21:30", resolver.resolve("{{$date(HH:mm)}}"));
-        EXPECT_EQ("2024-05-01T12:30:45Z", resolver.resolve("{{$isoTimestamp}}"));
-    }
-    const VariableResolver beforeEpoch{.now = fixedClock(Date{} - std::chrono::milliseconds{1500})};
-    EXPECT_EQ("-1 -1500", beforeEpoch.resolve("{{$timestamp}} {{$timestampMs}}"));
-}
-
-TEST_F(DynamicValueTest, FreshLowerCaseUuids) {
-    const std::string pattern = "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}";
-    for (const char* text : {"{{$uuid}}", "{{$guid}}", "{{ $uuid() }}"}) {
-        EXPECT_THAT(resolver.resolve(text), MatchesRegex(pattern)) << text;
-    }
-    EXPECT_NE(resolver.resolve("{{$uuid}}"), resolver.resolve("{{$uuid}}"));
-}
-
-TEST_F(DynamicValueTest, RandomIntegersWithinTheirBounds) {
-    const struct {
-        const char* text;
-        std::int64_t minimum, maximum;
-    } cases[] = {
-        {"{{$randomInt(10, 1)}}", 1, 10},  {"{{$randomInt(-3,+3)}}", -3, 3},   {"{{$randomInt(7, 7)}}", 7, 7},
-        {"{{$randomInt(x, 2)}}", 0, 2},    {"{{$randomInt(999990)}}", 999990, 1000000},
-        {"{{$randomInt}}", 0, 1000000},    {"{{$randomInt(,5)}}", 5, 1000000},  // empty pieces are dropped
-    };
-    for (const auto& c : cases) {
-        std::set<std::int64_t> seen;
-        for (int i = 0; i < 300; ++i) {
-            const auto value = std::stoll(resolver.resolve(c.text));
-            ASSERT_GE(value, c.minimum) << c.text;
-            ASSERT_LE(value, c.maximum) << c.text;
-            seen.insert(value);
-        }
-        if (c.maximum - c.minimum <= 10) {
-            EXPECT_EQ(c.maximum - c.minimum + 1, std::ssize(seen)) << c.text;  // both ends are reached
-        }
-    }
-}
-
-TEST_F(DynamicValueTest, RandomStringsOfTheGivenLength) {
-    const struct {
-        const char* text;
-        std::size_t length;
-    } cases[] = {{"{{$randomString}}", 16},    {"{{$randomString(0)}}", 1},   {"{{$randomString(-5)}}", 1},
-                 {"{{$randomString(40)}}", 40}, {"{{$randomString(abc)}}", 16}, {"{{$randomString(3.5)}}", 16},
-                 {"{{$randomString(+2)}}", 2}};
-    for (const auto& c : cases) {
-        EXPECT_THAT(resolver.resolve(c.text), MatchesRegex("[a-zA-Z0-9]{" + std::to_string(c.length) + "}")) << c.text;
-    }
-    std::set<char> seen;
-    for (int i = 0; i < 100; ++i) {
-        for (const char character : resolver.resolve("{{$randomString(62)}}")) seen.insert(character);
-    }
-    EXPECT_EQ(62u, seen.size());
-}
-
-TEST_F(DynamicValueTest, Base64OfTheRejoinedArguments) {
-    expectResolved(resolver, {
         {"{{$base64(user, pass)}}", "dXNlcixwYXNz"},  // "user,pass"
-        {"{{$base64(a,,b)}}", "YSxi"},                 // "a,b"
         {"{{$base64(\xC3\xA9)}}", "w6k="},
-        {"{{$base64()}}", ""},
         {"{{$base64}}", ""},
-    });
-}
-
-TEST_F(DynamicValueTest, EnvironmentVariablesOfTheProcess) {
-    const ScopedEnvironment set("TESSALINE_TEST_VALUE", "from env");
-    const ScopedEnvironment empty("TESSALINE_TEST_EMPTY", "");
-    const ScopedEnvironment braces("TESSALINE_TEST_BRACES", "{{host}}");
-    const ScopedEnvironment unset("TESSALINE_TEST_UNSET", std::nullopt);
-    expectResolved(resolver, {
-        {"{{$env(TESSALINE_TEST_VALUE)}}", "from env"},
         {"{{$env( TESSALINE_TEST_VALUE )}}", "from env"},
         {"[{{$env(TESSALINE_TEST_EMPTY)}}]", "[]"},
         {"{{$env(TESSALINE_TEST_BRACES)}}", "{{host}}"},  // generated values are not resolved further
         {"{{$env(TESSALINE_TEST_UNSET)}}", "{{$env(TESSALINE_TEST_UNSET)}}"},
         {"{{$env}}", "{{$env}}"},
-    });
-}
-
-TEST_F(DynamicValueTest, UnknownCallsStayAsWritten) {
-    expectResolved(resolver, {
         {"{{$unknown}}", "{{$unknown}}"},
-        {"{{$UUID}}", "{{$UUID}}"},
         {"{{$ uuid}}", "{{$ uuid}}"},
         {"{{ $uuid( }}", "{{$uuid(}}"},
-        {"{{$}}", "{{$}}"},
     });
+    const VariableResolver beforeEpoch{.now = fixedClock(Date{} - std::chrono::milliseconds{1500})};
+    EXPECT_EQ("-1 -1500", beforeEpoch.resolve("{{$timestamp}} {{$timestampMs}}"));
+    const ScopedEnvironment tokyo("TZ", "Asia/Tokyo");  // dates are local, ISO timestamps stay in UTC
+    EXPECT_EQ("21:30 2024-05-01T12:30:45Z", resolver.resolve("{{$date(HH:mm)}} {{$isoTimestamp}}"));
+}
+
+TEST(VariableResolverTest, RandomValuesWithinTheirBounds) {
+    const VariableResolver resolver;
+    for (const char* text : {"{{$uuid}}", "{{$guid}}", "{{ $uuid() }}"}) {
+        EXPECT_THAT(resolver.resolve(text), MatchesRegex("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")) << text;
+    }
+    EXPECT_NE(resolver.resolve("{{$uuid}}"), resolver.resolve("{{$uuid}}"));
+
+    // Each value of a small range comes up in 300 draws; empty pieces of the arguments are dropped.
+    const std::tuple<const char*, int, int> integers[] = {
+        {"{{$randomInt(10, 1)}}", 1, 10}, {"{{$randomInt(-3,+3)}}", -3, 3}, {"{{$randomInt(x, 2)}}", 0, 2}, {"{{$randomInt(,2,4)}}", 2, 4}};
+    for (const auto& [text, minimum, maximum] : integers) {
+        std::set<std::int64_t> expected, seen;
+        for (auto value = minimum; value <= maximum; ++value) expected.insert(value);
+        for (int i = 0; i < 300; ++i) seen.insert(std::stoll(resolver.resolve(text)));
+        EXPECT_EQ(expected, seen) << text;
+    }
+    const std::pair<const char*, int> strings[] = {
+        {"{{$randomString}}", 16}, {"{{$randomString(-5)}}", 1}, {"{{$randomString(3.5)}}", 16}, {"{{$randomString(+2)}}", 2}};
+    for (const auto& [text, length] : strings) {
+        EXPECT_THAT(resolver.resolve(text), MatchesRegex("[a-zA-Z0-9]{" + std::to_string(length) + "}")) << text;
+    }
 }
 
 }  // namespace
