@@ -13,6 +13,8 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
+WatchedFile::Content content(const std::string& bytes) { return {.bytes = bytes}; }
+
 class WatchedFileTest : public testing::Test {
 protected:
     // Rewrites the file in place: same inode, and here the same size.
@@ -30,7 +32,7 @@ TEST_F(WatchedFileTest, OurOwnWriteIsNoChangeAndAnotherWriteIs) {
     file.write("ours");
     EXPECT_FALSE(file.change());
     atomicFile::write(path, "theirs");
-    EXPECT_EQ("theirs", file.change()->bytes);
+    EXPECT_EQ(content("theirs"), file.change());
     EXPECT_FALSE(file.change());
     fs::remove(path);
     EXPECT_EQ(WatchedFile::Content{}, file.change());
@@ -46,7 +48,7 @@ TEST_F(WatchedFileTest, ASameSizeRewriteAfterTheRacyWindowIsSeenByItsStamp) {
     file.read();
     rewrite("BBBB");
     setModified(hourAgo + 1s);
-    EXPECT_EQ("BBBB", file.change()->bytes);
+    EXPECT_EQ(content("BBBB"), file.change());
 }
 
 // A file-system clock tick can hide a second write entirely: the stamp reader here returns
@@ -59,7 +61,7 @@ TEST_F(WatchedFileTest, AWriteWithinTheRacyWindowIsSeenByItsBytes) {
     WatchedFile recent(path, fixedClock(modified + WatchedFile::racyWindow - 1ms), frozenStamp);
     recent.read();
     rewrite("BBBB");
-    EXPECT_EQ("BBBB", recent.change()->bytes);
+    EXPECT_EQ(content("BBBB"), recent.change());
 
     WatchedFile settled(path, fixedClock(modified + WatchedFile::racyWindow), frozenStamp);
     settled.read();
@@ -70,8 +72,7 @@ TEST_F(WatchedFileTest, AWriteWithinTheRacyWindowIsSeenByItsBytes) {
 TEST_F(WatchedFileTest, AnUnreadableFileSaysWhy) {
     fs::create_directory(path);
     WatchedFile file(path);
-    EXPECT_EQ("Could not read “" + path.string() + "”: Is a directory", file.read().failure);
-    EXPECT_FALSE(file.read().bytes);
+    EXPECT_EQ(WatchedFile::Content{.failure = "Could not read “" + path.string() + "”: Is a directory"}, file.read());
 }
 
 // The write swaps the files in one step and hands back what it replaced when that is not
