@@ -1,5 +1,6 @@
 #include "storage/RequestRevision.hpp"
 
+#include "TemporaryFolder.hpp"
 #include "model/WorkspaceCoding.hpp"
 
 #include <gtest/gtest.h>
@@ -11,33 +12,26 @@ using namespace std::chrono;
 using namespace std::chrono_literals;
 
 TEST(RequestRevisionTest, ListsDistinctConsecutiveStatesNewestFirst) {
-    const auto folder = std::filesystem::temp_directory_path() / "tessaline-request-revisions";
-    std::filesystem::remove_all(folder);
-    const VersionArchive archive(folder);
-
+    const TemporaryFolder folder{"tessaline-revisions"};
+    const VersionArchive archive(folder.path);
     APIRequest login{.name = "Login", .url = "/auth/login"};
-    const APIRequest other{.name = "Other"};
-    Workspace workspace{.collections = {{.name = "Shop", .items = {login, other}}}};
+    Workspace workspace{.collections = {{.name = "Shop", .items = {login, APIRequest{.name = "Other"}}}}};
     const auto save = [&](const std::string& reason, int second) {
         return *archive.save(encodeWorkspace(workspace), reason, sys_days{2025y / March / 1} + seconds(second));
     };
     save("first", 1);  // the same Login as "second": one revision, dated by the newer
     workspace.collections[0].items[1].request()->url = "/elsewhere";  // Login stays as it was
-    save("second", 2);
+    const auto second = save("second", 2);
     archive.save("{ damaged", "damaged", sys_days{2025y / March / 1} + 3s);
+    const APIRequest before = login;
     login.url = "/auth/login?v=2";
     workspace.collections[0].items[0] = login;
     const auto third = save("third", 4);
     workspace.collections[0].items.erase(workspace.collections[0].items.begin());
     save("deleted", 5);
 
-    const auto revisions = requestRevisions(archive, login.id);
-    ASSERT_EQ(2U, revisions.size());
-    EXPECT_EQ((RequestRevision{third, login}), revisions[0]);
-    EXPECT_EQ("second", revisions[1].version.reason);
-    EXPECT_EQ("/auth/login", revisions[1].request.url);
+    EXPECT_EQ((std::vector<RequestRevision>{{third, login}, {second, before}}), requestRevisions(archive, login.id));
     EXPECT_TRUE(requestRevisions(archive, Uuid::random()).empty());
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace
