@@ -25,23 +25,16 @@ test(`workspace.json survives ${kills} kills in the middle of saving`, async (t)
     const closed = new Promise((resolve) => child.on('close', resolve));
     let acknowledged = 0;
     let replies = '';
-    let firstReply;
-    const saving = new Promise((resolve) => { firstReply = resolve; });
-    child.stdout.on('data', (chunk) => {
+    const answering = new Promise((resolve) => child.stdout.on('data', (chunk) => {
       const lines = (replies + chunk).split('\n');
       replies = lines.pop();
-      for (const line of lines) {
-        const reply = JSON.parse(line);
-        if (!reply.result.isError) acknowledged = Math.max(acknowledged, reply.id);
-        firstReply();
-      }
-    });
+      for (const reply of lines.map((line) => JSON.parse(line))) if (!reply.result.isError) acknowledged = Math.max(acknowledged, reply.id);
+      resolve();
+    }));
     child.stdin.on('error', () => {});
-    let lines = '';
-    for (let i = 0; i < 400; i++) lines += set(++sent);
-    child.stdin.write(lines);
+    child.stdin.write(Array.from({ length: 400 }, () => set(++sent)).join(''));
     // The kill lands at a random moment of the saves, however long the server took to start.
-    await Promise.race([saving, closed]);
+    await Promise.race([answering, closed]);
     await sleep(Math.random() * 20);
     child.kill('SIGKILL');
     await closed;

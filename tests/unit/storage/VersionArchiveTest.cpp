@@ -9,7 +9,6 @@
 #include <unicode/timezone.h>
 
 #include <fstream>
-#include <set>
 
 namespace tessaline {
 namespace {
@@ -23,12 +22,6 @@ const Date march1 = sys_days{2025y / March / 1} + 14h + 22min + 33s + 45ms;
 
 class VersionArchiveTest : public ::testing::Test {
 protected:
-    std::set<std::string> fileNames() const {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(archive.folder()))
-            names.insert(entry.path().filename().string());
-        return names;
-    }
     void touch(const std::string& name) const {
         std::filesystem::create_directories(archive.folder());
         std::ofstream(archive.folder() / name) << "{}";
@@ -53,39 +46,29 @@ std::unique_ptr<icu::Calendar> calendarIn(const char* zone) {
     return calendar;
 }
 
-TEST_F(VersionArchiveTest, FileNameEscapesEverythingButLettersMarksAndDigits) {
-    const auto version = archive.save("{}", "Before deleting “Café/2 ~ x.y”", march1);
-    ASSERT_TRUE(version);
+// The name escapes everything but letters, marks and digits; reasons are cut to sixty
+// user-perceived characters, never inside one.
+TEST_F(VersionArchiveTest, SaveNamesTheFileAfterTheDateAndTheReason) {
     EXPECT_EQ((WorkspaceVersion{archive.folder() / "20250301T142233.045Z~Before%20deleting%20%E2%80%9CCaf\xC3\xA9%2F2"
                                                    "%20%7E%20x%2Ey%E2%80%9D.json",
                                 march1, "Before deleting “Café/2 ~ x.y”"}),
-              *version);
-}
-
-TEST_F(VersionArchiveTest, LongReasonsAreCutToSixtyUserPerceivedCharacters) {
-    const std::string accented = "e\xCC\x81";  // e + combining acute: one character, two scalars
-    std::string eighty, sixty;
-    for (int count = 0; count < 80; ++count) (count < 60 ? sixty : eighty) += accented;
-    EXPECT_EQ(sixty, archive.save("{}", sixty + eighty, march1)->reason);
+              archive.save("{}", "Before deleting “Café/2 ~ x.y”", march1));
+    std::string sixty;
+    for (int count = 0; count < 60; ++count) sixty += "e\xCC\x81";  // e + combining acute: one character
+    EXPECT_EQ(sixty, archive.save("[]", sixty + "e\xCC\x81", march1 + 1s)->reason);
     const std::string family = "\xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x91\xA7";
-    EXPECT_EQ(std::string(59, 'x') + family, archive.save("[]", std::string(59, 'x') + family + "tail", march1 + 1s)->reason);
+    EXPECT_EQ(std::string(59, 'x') + family, archive.save("[1]", std::string(59, 'x') + family + "tail", march1 + 2s)->reason);
 }
 
 TEST(VersionArchiveParseTest, NamesAndWhatTheyReadAs) {
     const std::vector<std::pair<std::string, std::optional<std::string>>> cases{
         {"20250301T142233.045Z.json", "Autosave"},
-        {"20250301T142233.045Z~.json", "Autosave"},
         {"20250301T142233.045Z~Edited%20%E2%80%9CMe%E2%80%9D.json", "Edited “Me”"},
         {"20250301T142233.045Z~100%.json", "100%"},      // a bad escape is taken as it stands
         {"20250301T142233.045Z~bad%FF.json", "bad%FF"},  // so are escapes that are not UTF-8
         {"20250301T142233.045Z~x.JSON", std::nullopt},
-        {"20250301T142233.045Z~x.json.tmp-ab12", std::nullopt},
-        {"20250301T142233.045~x.json", std::nullopt},
         {"20251301T142233.045Z~bad-month.json", std::nullopt},
-        {"2025031T142233.045Z~short.json", std::nullopt},
-        {"+2025031T142233.045Z~sign.json", std::nullopt},
         {"28250301T142233.045Z~beyond-the-clock.json", std::nullopt},
-        {"notes.json", std::nullopt},
     };
     for (const auto& [name, reason] : cases) {
         const auto url = std::filesystem::path("/versions") / name;
@@ -94,31 +77,24 @@ TEST(VersionArchiveParseTest, NamesAndWhatTheyReadAs) {
     }
 }
 
-TEST_F(VersionArchiveTest, ListsSnapshotsNewestFirstAndStoresARepeatOnce) {
+TEST_F(VersionArchiveTest, ListsLoadsAndStoresARepeatOnce) {
     EXPECT_TRUE(archive.list().empty());  // no folder yet
-    EXPECT_TRUE(archive.save("A", "first", march1));
-    EXPECT_FALSE(archive.save("A", "second", march1 + 1s));
-    EXPECT_TRUE(archive.save("B", "third", march1 + 2s));
-    EXPECT_TRUE(archive.save("A", "fourth", march1 + 3s));
-    touch("notes.txt");
+    const Workspace workspace{.collections = {{.name = "Shop"}}};
+    const auto first = archive.save(encodeWorkspace(workspace), "first", march1);
+    EXPECT_FALSE(archive.save(encodeWorkspace(workspace), "second", march1 + 1s));
+    const auto damaged = archive.save("{\"version\": 1, \"collections\": [", "third", march1 + 2s);
+    EXPECT_TRUE(archive.save(encodeWorkspace(workspace), "fourth", march1 + 3s));
     touch("20250301T142233.045Z~x.txt");
     std::filesystem::create_directories(archive.folder() / "20250301T142233.045Z~folder.json");
     EXPECT_EQ((std::vector<std::string>{"fourth", "third", "first"}), reasons());
-}
 
-TEST_F(VersionArchiveTest, LoadReadsTheWorkspaceAndSaveFailsQuietly) {
-    const Workspace workspace{.collections = {{.name = "Shop"}}};
-    const auto good = archive.save(encodeWorkspace(workspace), "Autosave", march1);
-    EXPECT_EQ(workspace, archive.load(*good));
-    const auto damaged = archive.save("{\"version\": 1, \"collections\": [", "Autosave", march1 + 1s);
+    EXPECT_EQ(workspace, archive.load(*first));
     EXPECT_EQ("The data is not valid JSON (error at offset 31).", thrownText([&] { archive.load(*damaged); }));
-    std::filesystem::remove(good->url);
-    EXPECT_EQ("Could not read “" + good->url.string() + "”: No such file or directory",
-              thrownText([&] { archive.load(*good); }));
-
-    const VersionArchive blocked(folder / "file" / "versions");
+    std::filesystem::remove(first->url);
+    EXPECT_EQ("Could not read “" + first->url.string() + "”: No such file or directory",
+              thrownText([&] { archive.load(*first); }));
     std::ofstream(folder / "file") << "a file where the folder should be";
-    EXPECT_FALSE(blocked.save("{}", "Autosave", march1));
+    EXPECT_FALSE(VersionArchive(folder / "file" / "versions").save("{}", "Autosave", march1));
 }
 
 // Under a day every snapshot stays; under thirty days the newest of each calendar day; past
@@ -164,9 +140,9 @@ TEST_F(VersionArchiveTest, PruneDeletesOnlyExpiredSnapshots) {
     touch("20250101T000000.000Z~old.txt");
     touch("garbage.json");
     archive.prune(now, *calendarIn("UTC"));
-    EXPECT_EQ((std::set<std::string>{"20250310T200000.000Z~evening.json", "20250320T110000.000Z~an%20hour%20ago.json",
-                                     "20250101T000000.000Z~old.txt", "garbage.json"}),
-              fileNames());
+    EXPECT_EQ((std::vector<std::string>{"an hour ago", "evening"}), reasons());
+    EXPECT_TRUE(std::filesystem::exists(archive.folder() / "20250101T000000.000Z~old.txt"));
+    EXPECT_TRUE(std::filesystem::exists(archive.folder() / "garbage.json"));
 }
 
 }  // namespace

@@ -16,8 +16,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-APIRequest requestNamed(const std::string& name) { return {.name = name, .url = "https://example.com/" + name}; }
-
 // The folder, holding an empty workspace rather than the sample.
 std::filesystem::path withEmptyWorkspace(const TemporaryFolder& folder) {
     atomicFile::write(folder / "workspace.json", encodeWorkspace(Workspace{}));
@@ -28,7 +26,6 @@ std::filesystem::path withEmptyWorkspace(const TemporaryFolder& folder) {
 class WorkspaceEditorTest : public ::testing::Test {
 protected:
     Workspace onDisk() { return decodeWorkspace(atomicFile::read(folder / "workspace.json")); }
-    std::string newestVersion() { return editor.versions().at(0).reason; }
 
     TemporaryFolder folder{"tessaline-editor"};
     Date now = std::chrono::system_clock::now();
@@ -74,78 +71,31 @@ TEST_F(WorkspaceEditorTest, UndoKeepsTheLastHundredStepsAndANewEditDropsTheRedoS
     EXPECT_EQ(51u, editor.workspace().collections.size());
     editor.addCollection({.name = "Instead"});
     EXPECT_FALSE(editor.canRedo());
-}
-
-TEST_F(WorkspaceEditorTest, EditsOfOneRequestWithinTwoSecondsAreOneStep) {
-    const APICollection collection{.name = "API"};
-    editor.addCollection(collection);
-    APIRequest request = requestNamed("users");
-    editor.addRequest(request, collection.id, std::nullopt);
-    const auto edit = [&](const std::string& url, std::chrono::milliseconds after) {
-        request.url = url;
-        now += after;
-        editor.update(request);
-    };
-    edit("https://example.com/v1", 1s);
-    EXPECT_EQ("Edit \u201Cusers\u201D", editor.undoLabel());
-    edit("https://example.com/v2", 1500ms);
-    edit("https://example.com/v3", 2s);  // a pause: a new step
-    request.name = "people";
-    edit("https://example.com/v3", 100ms);
-    EXPECT_EQ("Rename \u201Cpeople\u201D", editor.undoLabel());
-    for (const auto* url : {"https://example.com/v3", "https://example.com/v2", "https://example.com/users"}) {
-        editor.undo();
-        EXPECT_EQ(url, editor.request(request.id)->url);
-    }
-}
-
-TEST_F(WorkspaceEditorTest, AGroupIsOneStepAndDeletionTakesASnapshotFirst) {
-    const APICollection collection{.name = "API"};
-    const APIRequest first = requestNamed("first");
-    editor.group("Import", [&] {
-        editor.addCollection(collection);
-        editor.addRequest(first, collection.id, std::nullopt);
-        editor.addRequest(requestNamed("b"), collection.id, std::nullopt);
-    });
-    EXPECT_EQ("Import", editor.undoLabel());
-    const auto copy = editor.duplicateRequest(first.id);
-    EXPECT_EQ("Duplicate \u201Cfirst\u201D", editor.undoLabel());
-    const auto items = editor.workspace().collections[0].items;
-    std::vector<std::string> names;
-    for (const auto& item : items) names.push_back(item.name());
-    EXPECT_EQ((std::vector<std::string>{"first", "first copy", "b"}), names);  // right after the original
-    EXPECT_NE(first.id, copy->id);
-
-    editor.deleteItem(items[2].id());
-    EXPECT_EQ("Delete \u201Cb\u201D", editor.undoLabel());
-    EXPECT_EQ("Before deleting \u201Cb\u201D", newestVersion());
-    for (int step = 0; step < 3; ++step) editor.undo();
-    EXPECT_TRUE(editor.workspace().collections.empty());
-}
-
-TEST_F(WorkspaceEditorTest, AnExternalChangeAndARestoredVersionCanBeUndone) {
-    editor.addCollection({.name = "Before"});
     editor.saveNow();
     atomicFile::write(folder / "workspace.json", encodeWorkspace(Workspace{.collections = {{.name = "Theirs"}}}));
     editor.reloadIfChanged();
     EXPECT_EQ("External Change", editor.undoLabel());
-    EXPECT_EQ("Before external change", newestVersion());
     editor.undo();
-    EXPECT_EQ("Before", editor.workspace().collections.at(0).name);
+    EXPECT_EQ(52u, editor.workspace().collections.size());
+}
 
-    editor.snapshotVersion("Checkpoint");
-    const auto checkpoint = editor.versions().front();
-    APICollection renamed = editor.workspace().collections[0];
-    renamed.name = "New";
-    now += 1s;
-    editor.update(renamed);
-    now += 1s;
-    editor.restore(checkpoint);
-    EXPECT_EQ("Restore Version", editor.undoLabel());
-    EXPECT_EQ("Before restoring a version", newestVersion());
-    EXPECT_EQ("Before", onDisk().collections.at(0).name);
+// Steady typing in one request is one step: each edit within two seconds of the last joins it.
+TEST_F(WorkspaceEditorTest, EditsOfOneRequestWithinTwoSecondsAreOneStep) {
+    const APICollection collection{.name = "API"};
+    editor.addCollection(collection);
+    APIRequest request{.name = "users", .url = "/users"};
+    editor.addRequest(request, collection.id, std::nullopt);
+    for (const auto& [url, after] : std::vector<std::pair<std::string, std::chrono::milliseconds>>{
+             {"/v1", 1s}, {"/v2", 1500ms}, {"/v3", 2s}, {"/v4", 1900ms}}) {
+        request.url = url;
+        now += after;
+        editor.update(request);
+    }
+    EXPECT_EQ("Edit \u201Cusers\u201D", editor.undoLabel());
     editor.undo();
-    EXPECT_EQ("New", editor.workspace().collections.at(0).name);
+    EXPECT_EQ("/v2", editor.request(request.id)->url);
+    editor.undo();
+    EXPECT_EQ("/users", editor.request(request.id)->url);
 }
 
 }  // namespace
