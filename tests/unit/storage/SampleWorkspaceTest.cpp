@@ -1,173 +1,46 @@
 #include "storage/SampleWorkspace.hpp"
 
 #include "model/ItemTree.hpp"
+#include "pipeline/Placeholders.hpp"
+#include "pipeline/VariableResolver.hpp"
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <unordered_set>
 
 namespace tessaline {
 namespace {
 
-std::vector<std::string> folderNames(const APICollection& collection) {
-    std::vector<std::string> names;
-    for (const auto& item : collection.items) names.push_back(item.name());
-    return names;
-}
-
-std::vector<std::pair<std::string, std::string>> rows(const std::vector<KeyValue>& keyValues) {
-    std::vector<std::pair<std::string, std::string>> result;
-    for (const auto& row : keyValues) result.emplace_back(row.key, row.value);
-    return result;
-}
-
-APIRequest requestNamed(const APICollection& collection, std::string_view name) {
-    const auto request = itemTree::firstRequestNamed(collection.items, name);
-    EXPECT_TRUE(request) << name;
-    return request.value_or(APIRequest{});
-}
-
-TEST(SampleWorkspaceTest, WorkspaceHoldsOneCollectionAndTheActiveDemoEnvironment) {
+// What a first run shows must work as it stands: every placeholder is a variable of the
+// sample's own environment or collection, a generated value, or a reference to the response
+// of a request that the sample holds; and no id is shared, even with another call's sample.
+TEST(SampleWorkspaceTest, EveryPlaceholderResolvesWithinTheSampleAndEveryIDIsFresh) {
     const auto workspace = sampleWorkspace::starterWorkspace();
-    EXPECT_EQ(Workspace::currentVersion, workspace.version);
-    ASSERT_EQ(1U, workspace.collections.size());
-    ASSERT_EQ(1U, workspace.environments.size());
+    ASSERT_EQ(1u, workspace.collections.size());
     ASSERT_NE(nullptr, workspace.activeEnvironment());
-    EXPECT_EQ("DummyJSON", workspace.activeEnvironment()->name);
-    EXPECT_EQ((std::vector<std::pair<std::string, std::string>>{{"username", "emilys"}, {"password", "emilyspass"}}),
-              rows(workspace.environments[0].variables));
-
-    const auto& collection = workspace.collections[0];
-    EXPECT_EQ((std::vector<std::string>{"Auth", "Chained flows", "Products", "Users", "Carts", "Posts & more"}),
-              folderNames(collection));
-    EXPECT_EQ(42U, itemTree::allRequests(collection.items).size());
-    EXPECT_EQ(42U, sampleWorkspace::starterNames().size());
-}
-
-TEST(SampleWorkspaceTest, CollectionSettings) {
-    const auto collection = sampleWorkspace::starterCollection();
-    EXPECT_EQ("DummyJSON", collection.name);
-    EXPECT_EQ("https://dummyjson.com", collection.baseURL);
-    EXPECT_EQ("shippingbox.fill", collection.icon);
-    EXPECT_EQ("amber", collection.color);
-    EXPECT_EQ(Auth::none(), collection.auth);
-    EXPECT_EQ("DummyJSON is a free fake REST API for prototyping: https://dummyjson.com/docs\n"
-              "Writes are simulated: responses look real, nothing persists.",
-              collection.notes);
-    EXPECT_EQ((std::vector<std::pair<std::string, std::string>>{
-                  {"productId", "1"}, {"category", "smartphones"}, {"userId", "1"}, {"cartId", "1"}, {"postId", "1"}}),
-              rows(collection.variables));
-}
-
-TEST(SampleWorkspaceTest, EveryRequestByNameMethodAndPath) {
-    const std::vector<std::tuple<std::string, HTTPMethod, std::string>> expected{
-        {"Login", HTTPMethod::post, "/auth/login"},
-        {"Me", HTTPMethod::get, "/auth/me"},
-        {"Refresh token", HTTPMethod::post, "/auth/refresh"},
-        {"My products (auth)", HTTPMethod::get, "/auth/products"},
-        {"My carts (auth)", HTTPMethod::get, "/auth/carts"},
-        {"My posts", HTTPMethod::get, "/posts/user/{{@Login.body.id}}"},
-        {"My todos", HTTPMethod::get, "/todos/user/{{@Login.body.id}}"},
-        {"First product details", HTTPMethod::get, "/products/{{@List products.body.products.0.id}}"},
-        {"Comments on first post", HTTPMethod::get, "/posts/{{@Posts.body.posts.0.id}}/comments"},
-        {"List products", HTTPMethod::get, "/products"},
-        {"Product by id", HTTPMethod::get, "/products/{{productId}}"},
-        {"Products in category", HTTPMethod::get, "/products/category/{{category}}"},
-        {"Search products", HTTPMethod::get, "/products/search"},
-        {"Category list", HTTPMethod::get, "/products/category-list"},
-        {"Add product", HTTPMethod::post, "/products/add"},
-        {"Replace product", HTTPMethod::put, "/products/{{productId}}"},
-        {"Patch product price", HTTPMethod::patch, "/products/{{productId}}"},
-        {"Delete product", HTTPMethod::delete_, "/products/{{productId}}"},
-        {"List users", HTTPMethod::get, "/users"},
-        {"User by id", HTTPMethod::get, "/users/{{userId}}"},
-        {"Search users", HTTPMethod::get, "/users/search"},
-        {"Filter users", HTTPMethod::get, "/users/filter"},
-        {"Add user", HTTPMethod::post, "/users/add"},
-        {"Patch user", HTTPMethod::patch, "/users/{{userId}}"},
-        {"Delete user", HTTPMethod::delete_, "/users/{{userId}}"},
-        {"Cart by id", HTTPMethod::get, "/carts/{{cartId}}"},
-        {"User's carts", HTTPMethod::get, "/carts/user/{{userId}}"},
-        {"Add cart", HTTPMethod::post, "/carts/add"},
-        {"Update cart (merge)", HTTPMethod::put, "/carts/{{cartId}}"},
-        {"Delete cart", HTTPMethod::delete_, "/carts/{{cartId}}"},
-        {"Posts", HTTPMethod::get, "/posts"},
-        {"Post by id", HTTPMethod::get, "/posts/{{postId}}"},
-        {"Search posts", HTTPMethod::get, "/posts/search"},
-        {"Posts by tag", HTTPMethod::get, "/posts/tag/history"},
-        {"Post comments", HTTPMethod::get, "/posts/{{postId}}/comments"},
-        {"Add post", HTTPMethod::post, "/posts/add"},
-        {"Update post", HTTPMethod::put, "/posts/{{postId}}"},
-        {"Delete post", HTTPMethod::delete_, "/posts/{{postId}}"},
-        {"Random todo", HTTPMethod::get, "/todos/random"},
-        {"Recipe", HTTPMethod::get, "/recipes/1"},
-        {"Random quote", HTTPMethod::get, "/quotes/random"},
-        {"Health check", HTTPMethod::get, "/test"},
-    };
-    const auto requests = itemTree::allRequests(sampleWorkspace::starterCollection().items);
-    ASSERT_EQ(expected.size(), requests.size());
-    std::unordered_set<Uuid> ids;
-    for (std::size_t index = 0; index < requests.size(); ++index) {
-        const auto& [name, method, path] = expected[index];
-        const auto& request = requests[index];
-        EXPECT_EQ(name, request.name);
-        EXPECT_EQ(method, request.method) << name;
-        EXPECT_EQ(path, request.url) << name;
-        EXPECT_EQ(30, request.timeout) << name;
-        EXPECT_EQ(Auth::none(), request.auth) << name;
-        EXPECT_EQ(request.body.raw.empty() ? BodyKind::none : BodyKind::json, request.body.kind) << name;
-        EXPECT_TRUE(ids.insert(request.id).second) << name;
+    const auto& items = workspace.collections[0].items;
+    std::set<std::string> referenced;
+    const VariableResolver resolver{.scopes = {workspace.activeEnvironment()->variables,
+                                               workspace.collections[0].effectiveVariables()},
+                                    .responseLookup = [&](const std::string& name) {
+                                        referenced.insert(name);
+                                        return std::optional<StoredResponse>();
+                                    }};
+    for (const auto& request : itemTree::allRequests(items)) {
+        std::string texts = request.url + "\n" + request.body.raw;
+        for (const auto* rows : {&request.headers, &request.query})
+            for (const auto& row : *rows) texts += "\n" + row.key + ": " + row.value;
+        placeholders::scan(
+            resolver.resolve(texts), placeholders::opener, [](std::string_view) {},
+            [&](std::string_view body) { EXPECT_TRUE(body.starts_with("@")) << request.name << ": " << body; });
     }
-}
-
-TEST(SampleWorkspaceTest, BodiesByteForByte) {
-    const auto collection = sampleWorkspace::starterCollection();
-    const std::vector<std::pair<std::string, std::string>> bodies{
-        {"Login", "{\n  \"username\": \"{{username}}\",\n  \"password\": \"{{password}}\",\n  \"expiresInMins\": 30\n}"},
-        {"Refresh token", "{\n  \"refreshToken\": \"{{@Login.body.refreshToken}}\",\n  \"expiresInMins\": 30\n}"},
-        {"Add product", "{\n  \"title\": \"Tessaline Bone\",\n  \"price\": 9.99,\n  \"category\": \"pet-supplies\"\n}"},
-        {"Replace product", "{\n  \"title\": \"Renamed by Tessaline\",\n  \"price\": 19.99\n}"},
-        {"Patch product price", "{\n  \"price\": 12.5\n}"},
-        {"Add user", "{\n  \"firstName\": \"Rex\",\n  \"lastName\": \"Tessaline\",\n  \"age\": 3\n}"},
-        {"Patch user", "{\n  \"lastName\": \"Owens\"\n}"},
-        {"Add cart", "{\n  \"userId\": {{userId}},\n  \"products\": [\n    { \"id\": 144, \"quantity\": 4 },\n"
-                     "    { \"id\": 98, \"quantity\": 1 }\n  ]\n}"},
-        {"Update cart (merge)", "{\n  \"merge\": true,\n  \"products\": [\n    { \"id\": 1, \"quantity\": 1 }\n  ]\n}"},
-        {"Add post", "{\n  \"title\": \"Fetch!\",\n  \"userId\": {{userId}}\n}"},
-        {"Update post", "{\n  \"title\": \"Renamed by Tessaline\"\n}"},
-    };
-    std::size_t withBody = 0;
-    for (const auto& request : itemTree::allRequests(collection.items)) withBody += request.body.raw.empty() ? 0 : 1;
-    EXPECT_EQ(bodies.size(), withBody);
-    for (const auto& [name, body] : bodies) EXPECT_EQ(body, requestNamed(collection, name).body.raw) << name;
-}
-
-TEST(SampleWorkspaceTest, HeadersQueriesAndNotes) {
-    const auto collection = sampleWorkspace::starterCollection();
-    using Rows = std::vector<std::pair<std::string, std::string>>;
-    const Rows bearer{{"Authorization", "Bearer {{@Login.body.accessToken}}"}};
-    for (const auto* name : {"Me", "My products (auth)", "My carts (auth)"})
-        EXPECT_EQ(bearer, rows(requestNamed(collection, name).headers)) << name;
-    EXPECT_EQ((Rows{{"X-Request-ID", "{{$uuid}}"}}), rows(requestNamed(collection, "List products").headers));
-    EXPECT_EQ((Rows{{"limit", "10"}, {"select", "title,price,category"}}), rows(requestNamed(collection, "List products").query));
-    EXPECT_EQ((Rows{{"q", "phone"}}), rows(requestNamed(collection, "Search products").query));
-    EXPECT_EQ((Rows{{"key", "hair.color"}, {"value", "Brown"}}), rows(requestNamed(collection, "Filter users").query));
-    EXPECT_EQ((Rows{{"select", "firstName,lastName"}}), rows(requestNamed(collection, "User by id").query));
-    EXPECT_EQ((Rows{{"limit", "10"}, {"select", "title,tags,reactions"}}), rows(requestNamed(collection, "Posts").query));
-
-    EXPECT_EQ("Reads the first id out of “List products” — send that first (or Send chain). Array items use .0, .1, …",
-              requestNamed(collection, "First product details").notes);
-    EXPECT_EQ("Any resource works under /auth/… when you send a bearer token.",
-              requestNamed(collection, "My products (auth)").notes);
-    EXPECT_EQ("Echoes the method — handy for checking connectivity.", requestNamed(collection, "Health check").notes);
-    EXPECT_EQ("", requestNamed(collection, "My carts (auth)").notes);
-}
-
-TEST(SampleWorkspaceTest, EachCallMakesFreshIDs) {
-    const auto first = sampleWorkspace::starterWorkspace(), second = sampleWorkspace::starterWorkspace();
-    EXPECT_NE(first.collections[0].id, second.collections[0].id);
-    EXPECT_NE(first.environments[0].id, second.environments[0].id);
-    EXPECT_NE(itemTree::allIDs(first.collections[0].items), itemTree::allIDs(second.collections[0].items));
+    EXPECT_FALSE(referenced.empty());
+    for (const auto& name : referenced) EXPECT_TRUE(itemTree::firstRequestNamed(items, name)) << name;
+    auto ids = itemTree::allIDs(items);
+    const auto again = itemTree::allIDs(sampleWorkspace::starterWorkspace().collections.at(0).items);
+    ids.insert(ids.end(), again.begin(), again.end());
+    EXPECT_EQ(ids.size(), std::unordered_set<Uuid>(ids.begin(), ids.end()).size());
 }
 
 // The first edition: no "Chained flows" folder and no /auth resource requests.
@@ -179,71 +52,49 @@ APICollection firstEdition() {
     return collection;
 }
 
-TEST(SampleWorkspaceTest, ResetReplacesAnUntouchedEarlierEditionInPlace) {
-    const APICollection mine{.name = "Mine"};
+// Editions are told apart by their request names: edits inside requests do not make one
+// the user's, while renaming the collection or adding a request does.
+TEST(SampleWorkspaceTest, ResetReplacesOnlyAnUntouchedEarlierEditionInPlace) {
     auto edition = firstEdition();
     auto login = *itemTree::firstRequestNamed(edition.items, "Login");
-    login.body.raw = "{}";  // edits inside requests do not make it the user's
+    login.body.raw = "{}";
     itemTree::replaceRequest(edition.items, login);
-    Workspace workspace{.collections = {mine, edition}};
-
-    EXPECT_TRUE(sampleWorkspace::resetStarterIfOutdated(workspace));
-    ASSERT_EQ(2U, workspace.collections.size());
-    EXPECT_EQ(mine, workspace.collections[0]);
-    EXPECT_EQ(edition.id, workspace.collections[1].id);
-    EXPECT_EQ(42U, itemTree::allRequests(workspace.collections[1].items).size());
-    EXPECT_FALSE(sampleWorkspace::resetStarterIfOutdated(workspace));
-}
-
-TEST(SampleWorkspaceTest, ResetLeavesEverythingElseAlone) {
     auto renamed = firstEdition();
     renamed.name = "My DummyJSON";
     auto extended = firstEdition();
     extended.items.emplace_back(APIRequest{.name = "Mine"});
-    auto shrunk = sampleWorkspace::starterCollection();
-    itemTree::remove(shrunk.items, itemTree::firstRequestNamed(shrunk.items, "Recipe")->id);
     auto current = sampleWorkspace::starterCollection();
     current.baseURL = "https://example.test";
-
-    Workspace workspace{.collections = {renamed, extended, shrunk, current}};
-    const auto before = workspace;
+    const std::vector<APICollection> untouched{renamed, extended, current};
+    Workspace workspace{.collections = {edition, renamed, extended, current}};
+    EXPECT_TRUE(sampleWorkspace::resetStarterIfOutdated(workspace));
+    EXPECT_EQ(edition.id, workspace.collections[0].id);
+    EXPECT_EQ(sampleWorkspace::starterNames().size(), itemTree::requestCount(workspace.collections[0].items));
+    EXPECT_EQ(untouched, std::vector<APICollection>(workspace.collections.begin() + 1, workspace.collections.end()));
     EXPECT_FALSE(sampleWorkspace::resetStarterIfOutdated(workspace));
-    EXPECT_EQ(before, workspace);
 }
 
+// Early samples kept the demo account in collection variables; an environment takes them,
+// active unless another one is. A touched sample, or one that has the environment, is left.
 TEST(SampleWorkspaceTest, MigrationMovesTheDemoAccountIntoAnEnvironment) {
-    for (const bool anotherActive : {false, true}) {
-        auto legacy = firstEdition();
-        legacy.variables.push_back({.key = "username", .value = "emilys"});
-        legacy.variables.push_back({.key = "password", .value = "changed"});
-        const APIEnvironment other{.name = "Other"};
-        Workspace workspace{.collections = {legacy}, .environments = {other}};
-        if (anotherActive) workspace.activeEnvironmentID = other.id;
-
+    auto legacy = firstEdition();
+    const std::vector<KeyValue> account{{.key = "username", .value = "emilys"}, {.key = "password", .value = "changed"}};
+    legacy.variables.insert(legacy.variables.end(), account.begin(), account.end());
+    const APIEnvironment other{.name = "Other"};
+    for (const auto& active : {std::optional<Uuid>(), std::optional(other.id)}) {
+        Workspace workspace{.collections = {legacy}, .environments = {other}, .activeEnvironmentID = active};
         EXPECT_TRUE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
         ASSERT_EQ(2U, workspace.environments.size());
         const auto& demo = workspace.environments[1];
-        EXPECT_EQ("DummyJSON", demo.name);
-        EXPECT_EQ((std::vector<KeyValue>{legacy.variables.end() - 2, legacy.variables.end()}), demo.variables);
-        EXPECT_EQ(anotherActive ? other.id : demo.id, workspace.activeEnvironmentID);
+        EXPECT_EQ((std::pair<std::string, std::vector<KeyValue>>{"DummyJSON", account}), std::pair(demo.name, demo.variables));
+        EXPECT_EQ(active.value_or(demo.id), workspace.activeEnvironmentID);
         EXPECT_EQ(firstEdition().variables.size(), workspace.collections[0].variables.size());
-        EXPECT_FALSE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
-
-        EXPECT_TRUE(sampleWorkspace::resetStarterIfOutdated(workspace));
-        EXPECT_EQ(42U, itemTree::allRequests(workspace.collections[0].items).size());
     }
-}
-
-TEST(SampleWorkspaceTest, MigrationNeedsAnUntouchedSampleAndNoDemoEnvironment) {
-    auto legacy = sampleWorkspace::starterCollection();
-    legacy.variables.push_back({.key = "username", .value = "emilys"});
-    auto withEnvironment = sampleWorkspace::starterWorkspace();
-    withEnvironment.collections[0] = legacy;
-    auto touched = legacy;
-    touched.items.emplace_back(APIRequest{.name = "Mine"});
-
-    for (auto workspace : {withEnvironment, Workspace{.collections = {touched}}, sampleWorkspace::starterWorkspace()}) {
-        const auto before = workspace;
+    auto touched = Workspace{.collections = {legacy}}, withEnvironment = sampleWorkspace::starterWorkspace();
+    touched.collections[0].items.emplace_back(APIRequest{.name = "Mine"});
+    withEnvironment.collections[0].variables.push_back(account[0]);
+    for (const auto& before : {withEnvironment, touched}) {
+        auto workspace = before;
         EXPECT_FALSE(sampleWorkspace::migrateLegacyStarterIfNeeded(workspace));
         EXPECT_EQ(before, workspace);
     }

@@ -13,11 +13,12 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
+WatchedFile::Content content(const std::string& bytes) { return {.bytes = bytes}; }
+
 class WatchedFileTest : public testing::Test {
 protected:
     // Rewrites the file in place: same inode, and here the same size.
     void rewrite(const std::string& bytes) { std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes; }
-    void setModified(fs::file_time_type when) { fs::last_write_time(path, when); }
 
     TemporaryFolder folder{"tessaline-watched"};
     const fs::path path = folder / "watched.json";
@@ -30,10 +31,21 @@ TEST_F(WatchedFileTest, OurOwnWriteIsNoChangeAndAnotherWriteIs) {
     file.write("ours");
     EXPECT_FALSE(file.change());
     atomicFile::write(path, "theirs");
-    EXPECT_EQ("theirs", file.change()->bytes);
+    EXPECT_EQ(content("theirs"), file.change());
     EXPECT_FALSE(file.change());
     fs::remove(path);
     EXPECT_EQ(WatchedFile::Content{}, file.change());
+    fs::create_directory(path);
+    EXPECT_EQ(WatchedFile::Content{.failure = "Could not read “" + path.string() + "”: Is a directory"}, file.change());
+}
+
+// The write hands back what it swapped out when that is not what we last saw.
+TEST_F(WatchedFileTest, AWriteReturnsWhatAnotherProgramWroteAtTheLastMoment) {
+    WatchedFile file(path);
+    file.write("ours");
+    EXPECT_FALSE(file.write("ours again"));
+    atomicFile::write(path, "theirs");
+    EXPECT_EQ("theirs", file.write("ours at last"));
 }
 
 // Only the modification time tells: same size, same inode, and long after the racy window,
@@ -41,12 +53,12 @@ TEST_F(WatchedFileTest, OurOwnWriteIsNoChangeAndAnotherWriteIs) {
 TEST_F(WatchedFileTest, ASameSizeRewriteAfterTheRacyWindowIsSeenByItsStamp) {
     const auto hourAgo = fs::file_time_type::clock::now() - 1h;
     rewrite("AAAA");
-    setModified(hourAgo);
+    fs::last_write_time(path, hourAgo);
     WatchedFile file(path);
     file.read();
     rewrite("BBBB");
-    setModified(hourAgo + 1s);
-    EXPECT_EQ("BBBB", file.change()->bytes);
+    fs::last_write_time(path, hourAgo + 1s);
+    EXPECT_EQ(content("BBBB"), file.change());
 }
 
 // A file-system clock tick can hide a second write entirely: the stamp reader here returns
@@ -59,29 +71,12 @@ TEST_F(WatchedFileTest, AWriteWithinTheRacyWindowIsSeenByItsBytes) {
     WatchedFile recent(path, fixedClock(modified + WatchedFile::racyWindow - 1ms), frozenStamp);
     recent.read();
     rewrite("BBBB");
-    EXPECT_EQ("BBBB", recent.change()->bytes);
+    EXPECT_EQ(content("BBBB"), recent.change());
 
     WatchedFile settled(path, fixedClock(modified + WatchedFile::racyWindow), frozenStamp);
     settled.read();
     rewrite("CCCC");
     EXPECT_FALSE(settled.change());  // trusted: the stamp was taken after the window
-}
-
-TEST_F(WatchedFileTest, AnUnreadableFileSaysWhy) {
-    fs::create_directory(path);
-    WatchedFile file(path);
-    EXPECT_EQ("Could not read “" + path.string() + "”: Is a directory", file.read().failure);
-    EXPECT_FALSE(file.read().bytes);
-}
-
-// The write swaps the files in one step and hands back what it replaced when that is not
-// what we last saw: the other program's write at the last moment.
-TEST_F(WatchedFileTest, AWriteReturnsWhatAnotherProgramWroteAtTheLastMoment) {
-    WatchedFile file(path);
-    file.write("ours");
-    EXPECT_FALSE(file.write("ours again"));
-    atomicFile::write(path, "theirs");
-    EXPECT_EQ("theirs", file.write("ours at last"));
 }
 
 }  // namespace
