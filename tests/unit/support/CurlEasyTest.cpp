@@ -6,6 +6,7 @@
 #include "support/LocalHTTPServer.hpp"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 namespace tessaline {
 namespace {
@@ -14,8 +15,26 @@ using Headers = std::vector<CurlEasy::Header>;
 
 CurlEasy::Response send(const CurlEasy::Request& request) { return CurlEngine::shared().perform(request); }
 
+std::string answerWith(const std::string& fields, const std::string& body) {
+    return "HTTP/1.1 200 OK\r\n" + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+std::string gzipped(const std::string& bytes) {
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY);  // 16: gzip framing
+    std::string packed(deflateBound(&stream, bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
 TEST(CurlEasyRequestTest, SendsEachMethodWithItsBody) {
-    CannedHTTPServer server("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    CannedHTTPServer server(answerWith("", "ok"));
     const std::string body("a\0b", 3);
     for (const std::string method : {"POST", "PUT", "PATCH", "DELETE", "OPTIONS", "GET"}) {
         SCOPED_TRACE(method);
@@ -26,21 +45,28 @@ TEST(CurlEasyRequestTest, SendsEachMethodWithItsBody) {
         EXPECT_EQ("Content-Length: 3\r\n", request.substr(request.find("Content-Length"), 19));
         EXPECT_EQ("\r\n\r\n" + body, request.substr(request.size() - 7));
     }
-}
-
-TEST(CurlEasyRequestTest, SendsAnEmptyPostWithItsLengthAndNoTypeAndAHeadWithoutBody) {
-    CannedHTTPServer server("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    // An empty POST still says its length, and carries no type it was not given.
     send({.method = "POST", .url = server.url()});
     EXPECT_NE(std::string::npos, server.lastRequest().find("\r\nContent-Length: 0\r\n"));
     EXPECT_EQ(std::string::npos, server.lastRequest().find("Content-Type"));
-
-    const auto head = send({.method = "HEAD", .url = server.url()});
+    EXPECT_EQ((CurlEasy::Response{.status = 200, .headers = {{"Content-Length", "2"}}}), send({.method = "HEAD", .url = server.url()}));
     EXPECT_EQ("HEAD / HTTP/1.1\r\n", server.lastRequest().substr(0, 17));
-    EXPECT_EQ(200, head.status);
-    EXPECT_EQ("", head.body);
 }
 
-TEST(CurlEasyRedirectTest, FollowsRedirectsOnlyWhenAsked) {
+TEST(CurlEasyRequestTest, SendsRepeatedAndEmptyHeadersAsGivenAndNoExpect) {
+    CannedHTTPServer server("HTTP/1.1 204 No Content\r\n\r\n");
+    send({.method = "PUT",
+          .url = server.url("/x"),
+          .headers = {{"X-Tag", "a"}, {"X-Empty", ""}, {"x-tag", "b"}, {"Accept", "text/csv"}},
+          .body = std::string((1 << 20) + 1, 'b')});  // libcurl's own Expect starts above 1 MiB
+    const auto request = server.lastRequest();
+    EXPECT_EQ("PUT /x HTTP/1.1\r\nHost: " + server.url("").substr(7) +
+                  "\r\nAccept-Encoding: deflate, gzip, br, zstd\r\n"
+                  "X-Tag: a\r\nX-Empty:\r\nx-tag: b\r\nAccept: text/csv\r\nContent-Length: 1048577\r\n\r\n",
+              request.substr(0, request.find("\r\n\r\n") + 4));
+}
+
+TEST(CurlEasyRequestTest, FollowsRedirectsOnlyWhenAsked) {
     LocalHTTPServer server;
     server.http.Get("/echo", [](const httplib::Request& request, httplib::Response& response) {
         response.set_content(request.method, "text/plain");
@@ -54,36 +80,30 @@ TEST(CurlEasyRedirectTest, FollowsRedirectsOnlyWhenAsked) {
     const auto stopped = send({.method = "POST", .url = server.url("/moved"), .body = "x"});
     EXPECT_EQ(302, stopped.status);
     EXPECT_EQ("moved", stopped.body);
-
     // A POST turns into a GET on a 302, as in browsers.
-    const auto followed =
-        send({.method = "POST", .url = server.url("/moved"), .body = "x", .followRedirects = true});
+    const auto followed = send({.method = "POST", .url = server.url("/moved"), .body = "x", .followRedirects = true});
     EXPECT_EQ(200, followed.status);
     EXPECT_EQ("GET", followed.body);
 }
 
-TEST(CurlEasyRequestTest, SendsRepeatedAndEmptyHeadersAsGivenAndNoExpect) {
-    CannedHTTPServer server("HTTP/1.1 204 No Content\r\n\r\n");
-    send({.method = "PUT",
-                        .url = server.url("/x"),
-                        .headers = {{"X-Tag", "a"}, {"X-Empty", ""}, {"x-tag", "b"}, {"Accept", "text/csv"}},
-                        .body = std::string((1 << 20) + 1, 'b')});  // libcurl's own Expect starts above 1 MiB
-    const auto request = server.lastRequest();
-    const auto head = request.substr(0, request.find("\r\n\r\n") + 4);
-    EXPECT_EQ("PUT /x HTTP/1.1\r\nHost: " + server.url("").substr(7) +
-                  "\r\nAccept-Encoding: deflate, gzip, br, zstd\r\n"
-                  "X-Tag: a\r\nX-Empty:\r\nx-tag: b\r\nAccept: text/csv\r\nContent-Length: 1048577\r\n\r\n",
-              head);
-}
-
-TEST(CurlEasyHeadersTest, KeepsOnlyTheFinalResponsesFieldsWithRepeatsMerged) {
+TEST(CurlEasyResponseTest, KeepsOnlyTheFinalResponsesFieldsWithRepeatsMerged) {
     CannedHTTPServer server("HTTP/1.1 103 Early Hints\r\nLink: </a.css>\r\n\r\n"
                             "HTTP/1.1 200 OK\r\nSet-Cookie: a=1\r\nX-Id: 7\r\nset-cookie: b=2\r\n"
                             "Content-Length: 2\r\n\r\nok");
+    EXPECT_EQ((CurlEasy::Response{.status = 200,
+                                  .headers = {{"Set-Cookie", "a=1, b=2"}, {"X-Id", "7"}, {"Content-Length", "2"}},
+                                  .body = "ok",
+                                  .bodyBytes = 2}),
+              send({.url = server.url()}));
+}
+
+// A compressed body counts by its decoded size, so that a small bomb is cut like any body.
+TEST(CurlEasyResponseTest, KeepsABodyUpToTheLimitAndCountsTheRest) {
+    CannedHTTPServer server(answerWith("Content-Encoding: gzip\r\n", gzipped(std::string(64 << 20, '\0'))));
     const auto response = send({.url = server.url()});
     EXPECT_EQ(200, response.status);
-    EXPECT_EQ((Headers{{"Set-Cookie", "a=1, b=2"}, {"X-Id", "7"}, {"Content-Length", "2"}}), response.headers);
-    EXPECT_EQ("ok", response.body);
+    EXPECT_TRUE(response.body == std::string(CurlEasy::bodyLimit, '\0')) << response.body.size() << " bytes kept";
+    EXPECT_EQ(64u << 20, response.bodyBytes);
 }
 
 TEST(CurlEasyFailureTest, ReportsTheSpecificTextAndNothingElse) {
@@ -101,10 +121,16 @@ TEST(CurlEasyFailureTest, ReportsTheSpecificTextAndNothingElse) {
         CannedHTTPServer server(answer);
         EXPECT_EQ((CurlEasy::Response{.error = error}), send({.url = server.url()}));
     }
+    EXPECT_EQ((CurlEasy::Response{.error = "Protocol \"file\" not supported or disabled in libcurl"}),
+              send({.url = "file:///etc/hostname"}));
+}
 
-    const auto file = send({.url = "file:///etc/hostname"});
-    EXPECT_EQ("Protocol \"file\" not supported or disabled in libcurl", file.error);
-    EXPECT_EQ(0, file.status);
+TEST(CurlEasyFailureTest, StopsAnExchangeThatTricklesPastFourTimesItsTimeOut) {
+    // The body's bytes come a tenth of a second apart: too fast for the idle limit, too slow
+    // to finish within the whole exchange's.
+    CannedHTTPServer trickling(answerWith("", std::string(100, 'x')), std::chrono::milliseconds(100));
+    EXPECT_EQ((CurlEasy::Response{.error = "The exchange was stopped after 2000 ms, four times the request's time-out."}),
+              send({.url = trickling.url(), .timeout = 0.5}));
 }
 
 }  // namespace

@@ -15,36 +15,24 @@ namespace {
 
 const std::string testCA = TESSALINE_TEST_DATA "/tls/ca.pem";
 
-std::string firstLine(const std::string& text) { return text.substr(0, text.find("\r\n")); }
-
-// Serves "/" with the Cookie header it received, sets a cookie at "/set", and notes the
-// client port of every request: one port, one connection.
-template <class Server>
-struct CountingServer {
-    explicit CountingServer(Server& local) : server(local) {
-        server.http.set_keep_alive_max_count(100);
-        server.http.set_keep_alive_timeout(1);  // how long stopping waits for the kept connection
-        server.http.Get("/set", [](const httplib::Request&, httplib::Response& response) {
-            response.set_header("Set-Cookie", "session=1; Path=/");
-            response.set_content("set", "text/plain");
-        });
-        server.http.Get("/", [this](const httplib::Request& request, httplib::Response& response) {
-            const std::lock_guard lock(mutex);
-            ports.insert(request.remote_port);
-            response.set_content(request.get_header_value("Cookie"), "text/plain");
-        });
-        server.start();
-    }
-
-    Server& server;
-    std::mutex mutex;
-    std::set<int> ports;
-};
-
-// Ten sends after one that set a cookie: none carries it, and all share one connection.
+// Ten sends after one that set a cookie: none carries it, and all share one connection,
+// which the server tells by the client port of each request.
 template <class Server>
 void expectOneConnectionAndNoCookies(CurlEngine& engine, Server& local) {
-    CountingServer counting(local);
+    std::mutex mutex;
+    std::set<int> ports;
+    local.http.set_keep_alive_max_count(100);
+    local.http.set_keep_alive_timeout(1);  // how long stopping waits for the kept connection
+    local.http.Get("/set", [](const httplib::Request&, httplib::Response& response) {
+        response.set_header("Set-Cookie", "session=1; Path=/");
+        response.set_content("set", "text/plain");
+    });
+    local.http.Get("/", [&](const httplib::Request& request, httplib::Response& response) {
+        const std::lock_guard lock(mutex);
+        ports.insert(request.remote_port);
+        response.set_content(request.get_header_value("Cookie"), "text/plain");
+    });
+    local.start();
     const auto set = engine.perform({.url = local.url("/set")});
     ASSERT_EQ("set", set.body) << set.error.value_or("") << set.status;
     for (int send = 0; send < 10; ++send) {
@@ -52,7 +40,8 @@ void expectOneConnectionAndNoCookies(CurlEngine& engine, Server& local) {
         ASSERT_EQ(200, response.status) << response.error.value_or("");
         EXPECT_EQ("", response.body);
     }
-    EXPECT_EQ(1u, counting.ports.size());
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(1u, ports.size());
 }
 
 TEST(CurlEngineSharingTest, ReusesTheConnectionAndNothingAUserCouldSee) {
@@ -103,6 +92,7 @@ TEST(CurlEngineProxyTest, SendsThroughTheProxyTheEnvironmentNamesUnlessTheHostIs
     const ScopedEnvironment httpProxy("http_proxy", proxy.url(""));
     const ScopedEnvironment allProxy("ALL_PROXY", std::nullopt);
     const ScopedEnvironment lowerExempt("no_proxy", std::nullopt);
+    const auto firstLine = [](const std::string& text) { return text.substr(0, text.find("\r\n")); };
     CurlEngine engine;
     {
         const ScopedEnvironment exempt("NO_PROXY", std::nullopt);
