@@ -6,10 +6,10 @@
 #include "support/PercentEncoding.hpp"
 #include "support/LocalHTTPServer.hpp"
 
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,14 +29,12 @@ public:
         std::map<std::string, std::string> headers{};  // the few the tests look at
         Date at{};  // by the test's clock
 
-        // The value of a field, "" when it is missing; has() tells the two apart.
-        std::string field(const std::string& name) const {
-            const auto found = find(name);
-            return found == fields.end() ? std::string() : found->second;
-        }
-        bool has(const std::string& name) const { return find(name) != fields.end(); }
-        formFields::Fields::const_iterator find(const std::string& name) const {
-            return std::find_if(fields.begin(), fields.end(), [&name](const auto& field) { return field.first == name; });
+        // The value of a field; absent when it was not sent.
+        std::optional<std::string> field(const std::string& name) const {
+            for (const auto& [key, value] : fields) {
+                if (key == name) return value;
+            }
+            return std::nullopt;
         }
     };
     struct Reply {
@@ -113,11 +111,10 @@ private:
 
     bool redeems(const Received& request) {
         const std::lock_guard guard(lock);
-        const auto found = codes.find(request.field("code"));
+        const auto found = codes.find(request.field("code").value_or(""));
         if (found == codes.end() || found->second.redirectURI != request.field("redirect_uri")) return false;
-        const auto& challenge = found->second.challenge;
-        return challenge.empty() ? !request.has("code_verifier")
-                                 : pkce::challenge(request.field("code_verifier")) == challenge;
+        const auto verifier = request.field("code_verifier");
+        return found->second.challenge.empty() ? !verifier : verifier && pkce::challenge(*verifier) == found->second.challenge;
     }
 
     void authorize(const httplib::Request& request, httplib::Response& response) {

@@ -1,6 +1,5 @@
 #include "oauth/CachedTokenLookup.hpp"
 
-#include "http/RequestBuilder.hpp"
 #include "oauth/OAuth2ResolvedConfig.hpp"
 
 #include <gtest/gtest.h>
@@ -42,13 +41,6 @@ TEST_F(CachedTokenLookupTest, TheIDTokenWhenAskedForAndPresent) {
     EXPECT_EQ("id", lookup(idToken, resolver));
     cache.set({.accessToken = "access"}, resolved(settings, resolver).cacheKey(), "label");
     EXPECT_EQ("access", lookup(idToken, resolver));
-}
-
-TEST_F(CachedTokenLookupTest, TheRequestBuilderPlacesWhatItFinds) {
-    const APIRequest request{.url = "https://api.test/me", .auth = {.kind = AuthKind::oauth2, .oauth2 = settings}};
-    const auto built = requestBuilder::resolve(request, std::nullopt, resolver, lookup);
-    const std::pair<std::string, std::string> authorization{"Authorization", "Bearer access"};
-    EXPECT_NE(built.headers.end(), std::find(built.headers.begin(), built.headers.end(), authorization));
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <httplib.h>
 
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,10 +13,10 @@
 namespace tessaline {
 
 // An OAuth2Interaction standing in for a person with a browser. Shown an authorization URL,
-// it visits it on its own thread, as a browser would (unless told not to), and follows the redirect (asking for
-// the site's icon first when told to); asked to sign in through its own browser, it visits the
-// URL and returns the redirect's location. It records every prompt, and when told to, cancels
-// the prompt instead.
+// it visits it on its own thread, as a browser would (unless told not to), and follows the
+// redirect (asking for the site's icon first when told to); asked to sign in through its own
+// browser, it visits the URL and returns the redirect's location. It records every prompt,
+// and when told to, cancels the prompt instead.
 class ScriptedBrowser : public OAuth2Interaction {
 public:
     struct Page {
@@ -32,9 +31,7 @@ public:
         prompts.push_back(prompt);
         if (cancelOnPrompt) cancel->set();
         const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt);
-        if (browser && followsLinks) {
-            visit = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
-        }
+        if (browser && followsLinks) visit = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
     }
 
     void dismissPrompt() override {
@@ -43,11 +40,10 @@ public:
         ++dismissals;
     }
 
-    std::string signIn(const std::string& authorizationURL, const std::string& redirectURI,
-                       const OAuth2RedirectMode& mode) override {
+    std::string signIn(const std::string& authorizationURL, const std::string& redirectURI, const OAuth2RedirectMode& mode) override {
         const std::lock_guard guard(lock);
         signIns.push_back({redirectURI, mode});
-        return location(authorizationURL);
+        return get(authorizationURL).get_header_value("Location");
     }
 
     // Script, set before the sign-in.
@@ -62,33 +58,27 @@ public:
     std::vector<Page> loopbackPages;  // the loopback receiver's answers, in order
 
 private:
-    static std::optional<httplib::Response> fetch(const std::string& url) {
+    // Every server the browser meets is on 127.0.0.1; a failed visit is an empty response.
+    static httplib::Response get(const std::string& url) {
         const auto parts = URLComponents::parse(url);
-        if (!parts) return std::nullopt;
-        httplib::Client client("127.0.0.1", parts->port().value_or(80));
+        if (!parts) return {};
         const auto query = parts->query();
-        auto result = client.Get(parts->path() + (query ? "?" + *query : ""));
-        if (!result) return std::nullopt;
-        return *result;
-    }
-
-    static Page get(const std::string& url) {
-        const auto response = fetch(url);
-        return response ? Page{response->status, response->body} : Page{};
-    }
-
-    static std::string location(const std::string& url) {
-        const auto response = fetch(url);
-        return response ? response->get_header_value("Location") : std::string();
+        const auto result = httplib::Client("127.0.0.1", parts->port().value_or(80)).Get(parts->path() + (query ? "?" + *query : ""));
+        return result ? *result : httplib::Response{};
     }
 
     void followToLoopback(const std::string& authorizationURL) {
-        const auto redirect = location(authorizationURL);
+        const auto redirect = get(authorizationURL).get_header_value("Location");
         std::vector<Page> pages;
-        if (askForIconFirst) pages.push_back(get(redirect.substr(0, redirect.find('/', 7)) + "/favicon.ico"));
-        pages.push_back(get(redirect));
+        if (askForIconFirst) pages.push_back(page(redirect.substr(0, redirect.find('/', 7)) + "/favicon.ico"));
+        pages.push_back(page(redirect));
         const std::lock_guard guard(lock);
         loopbackPages.insert(loopbackPages.end(), pages.begin(), pages.end());
+    }
+
+    static Page page(const std::string& url) {
+        const auto response = get(url);
+        return {response.status, response.body};
     }
 
     void joinVisit() {
