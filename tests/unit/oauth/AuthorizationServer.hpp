@@ -1,10 +1,10 @@
 #pragma once
 
+#include "oauth/OAuth2Timing.hpp"
 #include "oauth/PKCE.hpp"
-#include "support/Clock.hpp"
 #include "support/FormFields.hpp"
-#include "support/PercentEncoding.hpp"
 #include "support/LocalHTTPServer.hpp"
+#include "support/PercentEncoding.hpp"
 
 #include <functional>
 #include <map>
@@ -39,8 +39,7 @@ public:
     };
     struct Reply {
         int status = 200;
-        std::string body{};
-        std::string contentType = "application/json";
+        std::string body{};  // JSON
     };
     using Script = std::function<Reply(const Received&)>;
     // The Location an authorization request is redirected to, from its decoded query.
@@ -48,7 +47,7 @@ public:
 
     explicit AuthorizationServer(Clock clock = systemClock()) : now(std::move(clock)) {
         server.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
-            if (onToken) return answer(tokenCalls, onToken, request, response);
+            if (onToken) return answer(tokenCalls, onToken, request, response);  // a copy would lose the script's state
             answer(tokenCalls, [this](const Received& received) { return issue(received); }, request, response);
         });
         server.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
@@ -62,19 +61,10 @@ public:
 
     std::string url(std::string_view path) const { return server.url(path); }
 
-    std::vector<Received> tokenRequests() const {
-        const std::lock_guard guard(lock);
-        return tokenCalls;
-    }
-    std::vector<Received> deviceRequests() const {
-        const std::lock_guard guard(lock);
-        return deviceCalls;
-    }
+    std::vector<Received> tokenRequests() const { return copy(tokenCalls); }
+    std::vector<Received> deviceRequests() const { return copy(deviceCalls); }
     // The query texts of the authorization requests, as they arrived.
-    std::vector<std::string> authorizationQueries() const {
-        const std::lock_guard guard(lock);
-        return queriesSeen;
-    }
+    std::vector<std::string> authorizationQueries() const { return copy(queriesSeen); }
 
     // Set before the service runs.
     Script onToken;
@@ -84,8 +74,13 @@ public:
     static Reply json(int status, const std::string& body) { return {status, body}; }
 
 private:
-    void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request,
-                httplib::Response& response) {
+    template <class Log>
+    Log copy(const Log& log) const {
+        const std::lock_guard guard(lock);
+        return log;
+    }
+
+    void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request, httplib::Response& response) {
         Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = now()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
@@ -96,30 +91,28 @@ private:
         }
         const auto reply = script(received);
         response.status = reply.status;
-        response.set_content(reply.body, reply.contentType);
+        response.set_content(reply.body, "application/json");
     }
 
     Reply issue(const Received& request) {
+        const std::lock_guard guard(lock);
         if (request.field("grant_type") == "authorization_code" && !redeems(request)) {
             return json(400, R"({"error":"invalid_grant","error_description":"code, redirect or verifier mismatch"})");
         }
-        const std::lock_guard guard(lock);
         const auto n = std::to_string(++issued);
-        return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,)" +
-                             R"("refresh_token":"refresh-)" + n + R"("})");
+        return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,"refresh_token":"refresh-)" + n + R"("})");
     }
 
-    bool redeems(const Received& request) {
-        const std::lock_guard guard(lock);
+    // Whether the code was issued for this redirect URI and the verifier fits its challenge.
+    bool redeems(const Received& request) const {
         const auto found = codes.find(request.field("code").value_or(""));
-        if (found == codes.end() || found->second.redirectURI != request.field("redirect_uri")) return false;
+        if (found == codes.end() || found->second.first != request.field("redirect_uri")) return false;
         const auto verifier = request.field("code_verifier");
-        return found->second.challenge.empty() ? !verifier : verifier && pkce::challenge(*verifier) == found->second.challenge;
+        return found->second.second.empty() ? !verifier : verifier && pkce::challenge(*verifier) == found->second.second;
     }
 
     void authorize(const httplib::Request& request, httplib::Response& response) {
-        const auto queryStart = request.target.find('?');
-        const auto query = queryStart == std::string::npos ? std::string() : request.target.substr(queryStart + 1);
+        const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
         std::map<std::string, std::string> parameters;
         for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
         std::string code;
@@ -135,19 +128,38 @@ private:
                                                           percentEncoding::encode(parameters["state"], "-._*"));
     }
 
-    struct IssuedCode {
-        std::string redirectURI;
-        std::string challenge;
-    };
-
     Clock now;
     mutable std::mutex lock;
     std::vector<Received> tokenCalls;
     std::vector<Received> deviceCalls;
     std::vector<std::string> queriesSeen;
-    std::map<std::string, IssuedCode> codes;
+    std::map<std::string, std::pair<std::string, std::string>> codes;  // each code's redirect URI and challenge
     int issued = 0;
     LocalHTTPServer server;  // last: stops serving before the rest goes
+};
+
+// A clock that stands still until something sleeps, and then moves on by exactly the time
+// slept: waits of any length take no real time.
+class SteppedClock {
+public:
+    explicit SteppedClock(Date start) : current(start) {}
+
+    Date now() const {
+        const std::lock_guard guard(lock);
+        return current;
+    }
+
+    OAuth2Timing timing() {
+        return {.now = [this] { return now(); },
+                .sleep = [this](OAuth2Timing::Seconds slept) {
+                    const std::lock_guard guard(lock);
+                    current += std::chrono::duration_cast<Date::duration>(slept);
+                }};
+    }
+
+private:
+    mutable std::mutex lock;
+    Date current;
 };
 
 }  // namespace tessaline

@@ -2,7 +2,6 @@
 
 #include "AuthorizationServer.hpp"
 #include "ScriptedBrowser.hpp"
-#include "SteppedClock.hpp"
 #include "ThrownText.hpp"
 #include "oauth/OAuth2Service.hpp"
 

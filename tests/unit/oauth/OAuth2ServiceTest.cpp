@@ -2,7 +2,6 @@
 
 #include "AuthorizationServer.hpp"
 #include "ScriptedBrowser.hpp"
-#include "SteppedClock.hpp"
 #include "ThrownText.hpp"
 #include "support/Base64.hpp"
 
@@ -45,62 +44,6 @@ protected:
         return thrownText([&] { service.token(config, mode); });
     }
 
-    struct TwoCallers {
-        std::string first;   // the access token, or the failure's text
-        std::string second;
-        bool overlapped = false;  // a second token request arrived while the first was held back
-    };
-
-    // Two callers for clientCredentials(), the second arriving while the token endpoint holds
-    // back its answer to the first.
-    TwoCallers twoCallers(const AuthorizationServer::Reply& answer) {
-        const auto config = clientCredentials();
-        // Expired, with nothing to refresh it: each caller reads the clock before it joins or
-        // starts an acquisition, which tells the test that the second one has come.
-        cache.set(cachedToken(seconds(0), std::nullopt), config.cacheKey(), "l");
-        std::mutex mutex;
-        std::condition_variable changed;
-        int requests = 0;
-        int clockReadings = 0;
-        bool released = false;
-        server.onToken = [&](const auto&) {
-            std::unique_lock guard(mutex);
-            ++requests;
-            changed.notify_all();
-            changed.wait(guard, [&] { return released; });
-            return answer;
-        };
-        OAuth2Service shared(cache, {.now = [&] {
-                                 const std::lock_guard guard(mutex);
-                                 ++clockReadings;
-                                 changed.notify_all();
-                                 return noon;
-                             }});
-        const auto call = [&] {
-            return std::async(std::launch::async, [&] {
-                std::string token;
-                const auto text = thrownText([&] { token = shared.token(config, Mode::reuse).accessToken; });
-                return token.empty() ? text : token;
-            });
-        };
-        TwoCallers result;
-        auto first = call();
-        std::unique_lock guard(mutex);
-        changed.wait(guard, [&] { return requests == 1; });
-        auto second = call();
-        changed.wait(guard, [&] { return clockReadings == 2; });
-        // A second acquisition would post at once; joining the first shows nowhere, so this wait
-        // runs out whenever the service is right.
-        result.overlapped = changed.wait_for(guard, std::chrono::milliseconds(50), [&] { return requests == 2; });
-        released = true;
-        changed.notify_all();
-        guard.unlock();
-        result.first = first.get();
-        result.second = second.get();
-        server.onToken = nullptr;
-        return result;
-    }
-
     SteppedClock clock{noon};
     AuthorizationServer server{[this] { return clock.now(); }};
     ScriptedBrowser browser;
@@ -108,19 +51,12 @@ protected:
     OAuth2Service service{cache, clock.timing()};
 };
 
-TEST_F(OAuth2ServiceTest, ATokenIsPostedForWithJSONAcceptedAndStoredUnderItsKey) {
+TEST_F(OAuth2ServiceTest, AnObtainedTokenIsStoredUnderItsKey) {
     const auto config = clientCredentials();
     const auto token = service.token(config, Mode::reuse);
-    EXPECT_EQ((OAuth2Token{.accessToken = "token-1", .tokenType = "Bearer", .refreshToken = "refresh-1",
-                           .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon}),
+    EXPECT_EQ((OAuth2Token{.accessToken = "token-1", .refreshToken = "refresh-1", .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon}),
               token);
-    EXPECT_EQ((std::map<std::string, std::string>{{"Accept", "application/json"},
-                                                  {"Authorization", "Basic " + base64::encode("my client:se:cret")},
-                                                  {"Content-Type", "application/x-www-form-urlencoded"},
-                                                  {"User-Agent", "Tessaline/1.0"}}),
-              server.tokenRequests().at(0).headers);
-    EXPECT_EQ((OAuth2TokenCache::Entries{{config.cacheKey(), {.token = token, .label = "127.0.0.1 · my client"}}}),
-              cache.allEntries());
+    EXPECT_EQ((OAuth2TokenCache::Entries{{config.cacheKey(), {.token = token, .label = "127.0.0.1 · my client"}}}), cache.allEntries());
 }
 
 // Every grant posts its own fields, then the token parameters, then the client: in a Basic
@@ -129,59 +65,40 @@ TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheCli
     server.onDevice = [](const auto&) {
         return AuthorizationServer::json(200, R"({"device_code":"dev-1","user_code":"U","verification_uri":"https://x.example/v"})");
     };
+    const auto token = server.url("/token");
+    const std::vector<KeyValue> audience{{.key = "audience", .value = "api"}};
     const std::string basic = "Basic " + base64::encode("my client:se:cret");
     const struct {
-        const char* name;
-        std::function<void(OAuth2ResolvedConfig&)> change;
+        OAuth2ResolvedConfig config;
         std::string body;
         std::string authorization;
     } cases[] = {
-        {"client credentials", [](auto&) {}, "grant_type=client_credentials&scope=read%20write&audience=api", basic},
-        {"secret in the body",
-         [](auto& config) {
-             config.clientAuth = OAuth2ClientAuth::body;
-             config.clientSecret = " s&cret ";
-         },
-         "grant_type=client_credentials&scope=read%20write&audience=api&client_id=my%20client&client_secret=%20s%26cret%20", ""},
-        {"no secret", [](auto& config) { config.clientSecret = ""; },
-         "grant_type=client_credentials&scope=read%20write&audience=api&client_id=my%20client", ""},
-        {"password",
-         [](auto& config) {
-             config.grant = OAuth2Grant::password;
-             config.username = "ann";
-             config.password = " pw ";
-             config.scope = "";
-         },
+        {clientCredentials(), "grant_type=client_credentials&scope=read%20write&audience=api", basic},
+        {{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .clientSecret = " s&cret ",
+          .clientAuth = OAuth2ClientAuth::body, .tokenParams = audience},
+         "grant_type=client_credentials&audience=api&client_id=my%20client&client_secret=%20s%26cret%20", ""},
+        {{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .tokenParams = audience},
+         "grant_type=client_credentials&audience=api&client_id=my%20client", ""},
+        {{.grant = OAuth2Grant::password, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret", .username = "ann",
+          .password = " pw ", .tokenParams = audience},
          "grant_type=password&username=ann&password=%20pw%20&audience=api", basic},
-        {"refresh token",
-         [](auto& config) {
-             config.grant = OAuth2Grant::refreshToken;
-             config.refreshToken = "entered";
-         },
+        {{.grant = OAuth2Grant::refreshToken, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret",
+          .refreshToken = "entered", .tokenParams = audience},
          "grant_type=refresh_token&refresh_token=entered&audience=api", basic},
-        {"authorization code",
-         [this](auto& config) {
-             config.grant = OAuth2Grant::authorizationCode;
-             config.authURL = server.url("/authorize");
-             config.redirectURI = "tessaline://oauth/callback";
-             config.usePKCE = false;
-         },
+        {{.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize"), .tokenURL = token, .clientID = "my client",
+          .clientSecret = "se:cret", .redirectURI = "tessaline://oauth/callback", .usePKCE = false, .tokenParams = audience},
          "grant_type=authorization_code&code=code-1&redirect_uri=tessaline%3A%2F%2Foauth%2Fcallback&audience=api", basic},
-        {"device code",
-         [this](auto& config) {
-             config.grant = OAuth2Grant::deviceCode;
-             config.deviceAuthURL = server.url("/device");
-         },
+        {{.grant = OAuth2Grant::deviceCode, .tokenURL = token, .deviceAuthURL = server.url("/device"), .clientID = "my client",
+          .clientSecret = "se:cret", .tokenParams = audience},
          "grant_type=urn%3Aietf%3Aparams%3Aoauth%3Agrant-type%3Adevice_code&device_code=dev-1&audience=api", basic},
     };
-    for (const auto& [name, change, body, authorization] : cases) {
-        SCOPED_TRACE(name);
-        auto config = clientCredentials();
-        change(config);
+    for (const auto& [config, body, authorization] : cases) {
         EXPECT_NE("", service.token(config, Mode::renew, &browser).accessToken);
-        auto request = server.tokenRequests().back();
-        EXPECT_EQ(body, request.body);
-        EXPECT_EQ(authorization, request.headers["Authorization"]);
+        std::map<std::string, std::string> headers{
+            {"Accept", "application/json"}, {"Content-Type", "application/x-www-form-urlencoded"}, {"User-Agent", "Tessaline/1.0"}};
+        if (!authorization.empty()) headers["Authorization"] = authorization;
+        EXPECT_EQ(body, server.tokenRequests().back().body);
+        EXPECT_EQ(headers, server.tokenRequests().back().headers) << body;
     }
 }
 
@@ -260,27 +177,55 @@ TEST_F(OAuth2ServiceTest, UndefinedVariablesAreRefusedBeforeAnyRequest) {
     EXPECT_EQ("Basic " + base64::encode("app:" + server.url("")), request.headers.at("Authorization"));
 }
 
-TEST_F(OAuth2ServiceTest, PrepareActsOnOAuth2AuthOnly) {
-    EXPECT_FALSE(service.prepare(Auth{.kind = AuthKind::bearer, .token = "t"}, {}, Mode::reuse));
-    EXPECT_FALSE(service.prepare(Auth{.kind = AuthKind::inherit}, {}, Mode::reuse));
-    EXPECT_EQ("The Authorization Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
-              thrownText([&] { service.prepare(Auth{.kind = AuthKind::oauth2}, {}, Mode::reuse); }));
-    const auto config = clientCredentials();
-    const Auth auth{.kind = AuthKind::oauth2,
-                    .oauth2 = OAuth2Config{.grant = config.grant, .tokenURL = config.tokenURL, .clientID = "c"}};
-    EXPECT_EQ("token-1", service.prepare(auth, {}, Mode::reuse)->accessToken);
-}
-
+// Two callers for one key, the second arriving while the token endpoint holds back its answer
+// to the first: a second token request arriving meanwhile is a second acquisition.
 TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
+    const auto config = clientCredentials();
     const std::pair<AuthorizationServer::Reply, std::string> cases[] = {
         {AuthorizationServer::json(200, R"({"access_token":"shared"})"), "shared"},
         {AuthorizationServer::json(400, R"({"error":"invalid_scope"})"), "OAuth 2 error invalid_scope (HTTP 400)"},
     };
     for (const auto& [answer, outcome] : cases) {
-        const auto callers = twoCallers(answer);
-        EXPECT_FALSE(callers.overlapped);
-        EXPECT_EQ(outcome, callers.first);
-        EXPECT_EQ(outcome, callers.second);
+        // Expired, with nothing to refresh it: each caller reads the clock just before it joins
+        // or starts an acquisition, which tells the test that the second one has come.
+        cache.set(cachedToken(seconds(0), std::nullopt), config.cacheKey(), "l");
+        std::mutex mutex;
+        std::condition_variable changed;
+        int requests = 0, clockReadings = 0;
+        bool released = false;
+        server.onToken = [&](const auto&) {
+            std::unique_lock guard(mutex);
+            ++requests;
+            changed.notify_all();
+            changed.wait(guard, [&] { return released; });
+            return answer;
+        };
+        OAuth2Service shared(cache, {.now = [&] {
+                                 const std::lock_guard guard(mutex);
+                                 ++clockReadings;
+                                 changed.notify_all();
+                                 return noon;
+                             }});
+        const auto call = [&] {
+            return std::async(std::launch::async, [&] {
+                std::string token;
+                const auto failure = thrownText([&] { token = shared.token(config, Mode::reuse).accessToken; });
+                return token.empty() ? failure : token;
+            });
+        };
+        auto first = call();
+        std::unique_lock guard(mutex);
+        changed.wait(guard, [&] { return requests == 1; });
+        auto second = call();
+        changed.wait(guard, [&] { return clockReadings == 2; });
+        // Joining shows nowhere, so with a right service this wait always runs out.
+        EXPECT_FALSE(changed.wait_for(guard, std::chrono::milliseconds(50), [&] { return requests == 2; }));
+        released = true;
+        changed.notify_all();
+        guard.unlock();
+        EXPECT_EQ(outcome, first.get());
+        EXPECT_EQ(outcome, second.get());
+        server.onToken = nullptr;
     }
 }
 
