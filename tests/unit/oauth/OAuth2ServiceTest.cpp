@@ -3,35 +3,57 @@
 #include "AuthorizationServer.hpp"
 #include "ScriptedBrowser.hpp"
 #include "ThrownText.hpp"
+#include "oauth/LoopbackReceiver.hpp"
 #include "support/Base64.hpp"
 
 #include <gtest/gtest.h>
 
 #include <condition_variable>
 #include <future>
+#include <regex>
 
 namespace tessaline {
 namespace {
 
 using Mode = OAuth2Service::Mode;
+using Seconds = OAuth2Timing::Seconds;
 using std::chrono::seconds;
 
 const Date noon = *parseISO8601("2026-01-01T12:00:00Z");
 
+std::vector<std::string> names(const formFields::Fields& fields) {
+    std::vector<std::string> result;
+    for (const auto& [name, value] : fields) result.push_back(name);
+    return result;
+}
+
+// The token service against an authorization server on 127.0.0.1, on a clock that moves only
+// when the service sleeps, with a scripted person at the browser.
 class OAuth2ServiceTest : public testing::Test {
 protected:
     OAuth2ResolvedConfig clientCredentials() const {
-        return {.grant = OAuth2Grant::clientCredentials,
-                .tokenURL = server.url("/token"),
-                .clientID = "my client",
-                .clientSecret = "se:cret",
-                .scope = "read write",
-                .tokenParams = {{.key = "audience", .value = "api"}}};
+        return {.grant = OAuth2Grant::clientCredentials, .tokenURL = server.url("/token"), .clientID = "my client",
+                .clientSecret = "se:cret", .scope = "read write", .tokenParams = {{.key = "audience", .value = "api"}}};
+    }
+    OAuth2ResolvedConfig authorizationCode(std::string redirectURI) const {
+        return {.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize?tenant=t"), .tokenURL = server.url("/token"),
+                .clientID = "app", .scope = "openid profile", .redirectURI = std::move(redirectURI),
+                .authParams = {{.key = "prompt", .value = "consent"}}, .tokenParams = {{.key = "resource", .value = "r"}}};
+    }
+    OAuth2ResolvedConfig deviceCode(const std::string& deviceAuthPath = "/device") const {
+        return {.grant = OAuth2Grant::deviceCode, .tokenURL = server.url("/token"), .deviceAuthURL = server.url(deviceAuthPath),
+                .clientID = "tv", .scope = "read"};
     }
 
     OAuth2Token cachedToken(seconds expiresIn, std::optional<std::string> refreshToken = "cached-refresh") const {
-        return {.accessToken = "cached", .refreshToken = std::move(refreshToken), .expiresAt = noon + expiresIn,
-                .obtainedAt = noon};
+        return {.accessToken = "cached", .refreshToken = std::move(refreshToken), .expiresAt = noon + expiresIn, .obtainedAt = noon};
+    }
+
+    // The access token obtained, or the failure's text.
+    std::string obtain(const OAuth2ResolvedConfig& config, Mode mode = Mode::renew, OAuth2Service* through = nullptr) {
+        std::string token;
+        const auto failure = thrownText([&] { token = (through ? *through : service).token(config, mode, &browser).accessToken; });
+        return token.empty() ? failure : token;
     }
 
     std::vector<std::string> grantsPosted() const {
@@ -40,16 +62,34 @@ protected:
         return grants;
     }
 
-    std::string failure(const OAuth2ResolvedConfig& config, Mode mode) {
-        return thrownText([&] { service.token(config, mode); });
+    // The device authorization answers `authorization`, with "URI" standing for the server's
+    // verification page; the token endpoint answers the errors in turn, then a token.
+    void scriptDevice(std::string authorization, std::vector<std::string> errors) {
+        authorization.replace(authorization.find("URI"), 3, verify);
+        server.onDevice = [authorization](const auto&) { return AuthorizationServer::json(200, authorization); };
+        server.onToken = [errors = std::move(errors), polls = std::size_t(0)](const auto&) mutable {
+            if (polls == errors.size()) return AuthorizationServer::json(200, R"({"access_token":"device-token"})");
+            return AuthorizationServer::json(400, R"({"error":")" + errors[polls++] + R"("})");
+        };
+    }
+
+    // Seconds after noon at which the token endpoint was polled.
+    std::vector<double> pollTimes() const {
+        std::vector<double> times;
+        for (const auto& request : server.tokenRequests()) times.push_back(Seconds(request.at - noon).count());
+        return times;
     }
 
     SteppedClock clock{noon};
     AuthorizationServer server{[this] { return clock.now(); }};
+    const std::string verify = server.url("/verify");
     ScriptedBrowser browser;
     OAuth2TokenCache cache{std::nullopt};
     OAuth2Service service{cache, clock.timing()};
 };
+
+class AuthorizationCodeFlowTest : public OAuth2ServiceTest {};
+class DeviceFlowTest : public OAuth2ServiceTest {};
 
 TEST_F(OAuth2ServiceTest, AnObtainedTokenIsStoredUnderItsKey) {
     const auto config = clientCredentials();
@@ -62,9 +102,8 @@ TEST_F(OAuth2ServiceTest, AnObtainedTokenIsStoredUnderItsKey) {
 // Every grant posts its own fields, then the token parameters, then the client: in a Basic
 // header when it authenticates that way and has a secret, else as fields.
 TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheClient) {
-    server.onDevice = [](const auto&) {
-        return AuthorizationServer::json(200, R"({"device_code":"dev-1","user_code":"U","verification_uri":"https://x.example/v"})");
-    };
+    scriptDevice(R"({"device_code":"dev-1","user_code":"U","verification_uri":"URI"})", {});
+    server.onToken = nullptr;
     const auto token = server.url("/token");
     const std::vector<KeyValue> audience{{.key = "audience", .value = "api"}};
     const std::string basic = "Basic " + base64::encode("my client:se:cret");
@@ -92,8 +131,9 @@ TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheCli
           .clientSecret = "se:cret", .tokenParams = audience},
          "grant_type=urn%3Aietf%3Aparams%3Aoauth%3Agrant-type%3Adevice_code&device_code=dev-1&audience=api", basic},
     };
+    int issued = 0;
     for (const auto& [config, body, authorization] : cases) {
-        EXPECT_NE("", service.token(config, Mode::renew, &browser).accessToken);
+        EXPECT_EQ("token-" + std::to_string(++issued), obtain(config));
         std::map<std::string, std::string> headers{
             {"Accept", "application/json"}, {"Content-Type", "application/x-www-form-urlencoded"}, {"User-Agent", "Tessaline/1.0"}};
         if (!authorization.empty()) headers["Authorization"] = authorization;
@@ -106,7 +146,7 @@ TEST_F(OAuth2ServiceTest, ReuseKeepsATokenUntilThirtySecondsBeforeItExpiresThenR
     const auto config = clientCredentials();
     const auto key = config.cacheKey();
     cache.set(cachedToken(seconds(31)), key, "l");
-    EXPECT_EQ("cached", service.token(config, Mode::reuse).accessToken);
+    EXPECT_EQ("cached", obtain(config, Mode::reuse));
     EXPECT_TRUE(server.tokenRequests().empty());
 
     // A server that does not rotate refresh tokens answers without one: the old one stays.
@@ -118,13 +158,12 @@ TEST_F(OAuth2ServiceTest, ReuseKeepsATokenUntilThirtySecondsBeforeItExpiresThenR
     EXPECT_EQ(fresh, cache.tokenForKey(key));
 
     cache.set(cachedToken(seconds(29), std::nullopt), key, "l");
-    service.token(config, Mode::reuse);
+    obtain(config, Mode::reuse);
     // Refresh ignores freshness; renew ignores the refresh token.
     cache.set(cachedToken(seconds(3600)), key, "l");
-    service.token(config, Mode::refresh);
-    service.token(config, Mode::renew);
-    EXPECT_EQ((std::vector<std::string>{"refresh_token", "client_credentials", "refresh_token", "client_credentials"}),
-              grantsPosted());
+    obtain(config, Mode::refresh);
+    obtain(config, Mode::renew);
+    EXPECT_EQ((std::vector<std::string>{"refresh_token", "client_credentials", "refresh_token", "client_credentials"}), grantsPosted());
 }
 
 TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailuresKeepTheCachedToken) {
@@ -134,47 +173,37 @@ TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailure
         if (request.field("grant_type") == "refresh_token") return AuthorizationServer::json(400, R"({"error":"invalid_grant"})");
         return AuthorizationServer::json(401, R"({"error":"invalid_client","error_description":"bad secret"})");
     };
-    EXPECT_EQ("OAuth 2 error invalid_client: bad secret (HTTP 401)", failure(config, Mode::reuse));
+    EXPECT_EQ("OAuth 2 error invalid_client: bad secret (HTTP 401)", obtain(config, Mode::reuse));
     EXPECT_EQ((std::vector<std::string>{"refresh_token", "client_credentials"}), grantsPosted());
     EXPECT_EQ(cachedToken(seconds(0)), cache.tokenForKey(config.cacheKey()));
 
     config.tokenURL = "not a url";
     cache.set(cachedToken(seconds(0)), config.cacheKey(), "l");
-    EXPECT_EQ("The token URL is missing or invalid.", failure(config, Mode::reuse));
+    EXPECT_EQ("The token URL is missing or invalid.", obtain(config, Mode::reuse));
     EXPECT_EQ(cachedToken(seconds(0)), cache.tokenForKey(config.cacheKey()));
     config.grant = OAuth2Grant::refreshToken;
-    EXPECT_EQ("Enter a refresh token to exchange.", failure(config, Mode::renew));
+    EXPECT_EQ("Enter a refresh token to exchange.", obtain(config));
     EXPECT_EQ(2u, server.tokenRequests().size());
 }
 
 TEST_F(OAuth2ServiceTest, GrantsThatNeedAPersonFailWithoutOneUnlessARefreshTokenIsCached) {
-    auto config = clientCredentials();
-    config.grant = OAuth2Grant::authorizationCode;
-    EXPECT_EQ("The Authorization Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
-              failure(config, Mode::reuse));
-    config.grant = OAuth2Grant::deviceCode;
+    const auto config = deviceCode();
     EXPECT_EQ("The Device Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
-              failure(config, Mode::refresh));
+              thrownText([&] { service.token(config, Mode::refresh); }));
     EXPECT_TRUE(server.tokenRequests().empty());
-
     cache.set(cachedToken(seconds(0)), config.cacheKey(), "l");
     EXPECT_EQ("token-1", service.token(config, Mode::refresh).accessToken);
 }
 
 TEST_F(OAuth2ServiceTest, UndefinedVariablesAreRefusedBeforeAnyRequest) {
-    const OAuth2Config config{.grant = OAuth2Grant::clientCredentials,
-                              .authURL = "{{notUsedByThisGrant}}",
-                              .tokenURL = "{{host}}/token",
-                              .clientID = "{{id}}",
-                              .clientSecret = "{{host}}"};
+    const OAuth2Config config{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
+                              .clientID = "{{id}}", .clientSecret = "{{host}}"};
     EXPECT_EQ("Undefined variables: host, id", thrownText([&] { service.token(config, VariableResolver{}, Mode::reuse); }));
     EXPECT_TRUE(server.tokenRequests().empty());
 
     const VariableResolver resolver{.scopes = {{{.key = "host", .value = server.url("")}, {.key = "id", .value = "app"}}}};
     EXPECT_EQ("token-1", service.token(config, resolver, Mode::reuse).accessToken);
-    const auto request = server.tokenRequests().at(0);
-    EXPECT_EQ("grant_type=client_credentials", request.body);
-    EXPECT_EQ("Basic " + base64::encode("app:" + server.url("")), request.headers.at("Authorization"));
+    EXPECT_EQ("Basic " + base64::encode("app:" + server.url("")), server.tokenRequests().at(0).headers.at("Authorization"));
 }
 
 // Two callers for one key, the second arriving while the token endpoint holds back its answer
@@ -206,13 +235,7 @@ TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
                                  changed.notify_all();
                                  return noon;
                              }});
-        const auto call = [&] {
-            return std::async(std::launch::async, [&] {
-                std::string token;
-                const auto failure = thrownText([&] { token = shared.token(config, Mode::reuse).accessToken; });
-                return token.empty() ? failure : token;
-            });
-        };
+        const auto call = [&] { return std::async(std::launch::async, [&] { return obtain(config, Mode::reuse, &shared); }); };
         auto first = call();
         std::unique_lock guard(mutex);
         changed.wait(guard, [&] { return requests == 1; });
@@ -227,6 +250,131 @@ TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
         EXPECT_EQ(outcome, second.get());
         server.onToken = nullptr;
     }
+}
+
+TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
+    browser.askForIconFirst = true;
+    EXPECT_EQ("token-1", obtain(authorizationCode("http://127.0.0.1/callback")));
+
+    ASSERT_EQ(1u, server.authorizationQueries().size());
+    const AuthorizationServer::Received query{.fields = formFields::decoded(server.authorizationQueries()[0])};
+    EXPECT_EQ((std::vector<std::string>{"tenant", "response_type", "client_id", "redirect_uri", "state", "scope", "code_challenge",
+                                        "code_challenge_method", "prompt"}),
+              names(query.fields));
+    EXPECT_EQ("code", query.field("response_type"));
+    EXPECT_EQ("S256", query.field("code_challenge_method"));
+    EXPECT_EQ(22u, query.field("state")->size());
+    const auto redirectURI = query.field("redirect_uri").value_or("");
+    EXPECT_TRUE(std::regex_match(redirectURI, std::regex(R"(http://127\.0\.0\.1:[1-9][0-9]*/callback)"))) << redirectURI;
+    ASSERT_EQ(1u, browser.prompts.size());
+    EXPECT_TRUE(std::get<OAuth2BrowserPrompt>(browser.prompts[0]).authorizationURL.ends_with(server.authorizationQueries()[0]));
+    EXPECT_EQ(1, browser.dismissals);
+    // The icon the browser asks for first is not the redirect.
+    ASSERT_EQ(2u, browser.loopbackPages.size());
+    EXPECT_EQ(404, browser.loopbackPages[0].status);
+    EXPECT_EQ(200, browser.loopbackPages[1].status);
+    EXPECT_EQ(LoopbackReceiver::page(true), browser.loopbackPages[1].body);
+
+    // The server has checked the code, the redirect URI and the verifier against the challenge.
+    const auto exchange = server.tokenRequests().at(0);
+    EXPECT_EQ((std::vector<std::string>{"grant_type", "code", "redirect_uri", "code_verifier", "resource", "client_id"}), names(exchange.fields));
+    EXPECT_EQ(43u, exchange.field("code_verifier")->size());
+}
+
+TEST_F(AuthorizationCodeFlowTest, AFixedPortIsUsedAndTheRedirectURIKeptAsWritten) {
+    const auto port = std::to_string(LoopbackReceiver::start(std::nullopt, "/")->port());  // free once the probe is gone
+    EXPECT_EQ("token-1", obtain(authorizationCode("http://localhost:" + port)));
+    EXPECT_EQ("http://localhost:" + port, server.tokenRequests()[0].field("redirect_uri"));
+}
+
+TEST_F(AuthorizationCodeFlowTest, RedirectsThatCarryNoUsableCodeFail) {
+    const std::pair<AuthorizationServer::Redirect, std::string> cases[] = {
+        {[](const auto& q) { return q.at("redirect_uri") + "?error=access_denied&error_description=Nope&state=" + q.at("state"); },
+         "OAuth 2 error access_denied: Nope"},
+        {[](const auto& q) { return q.at("redirect_uri") + "?code=c&state=forged"; },
+         "The authorization response's state didn't match the request — sign-in was not completed."},
+        {[](const auto& q) { return q.at("redirect_uri") + "?code=c"; },
+         "The authorization response's state didn't match the request — sign-in was not completed."},
+        {[](const auto& q) { return q.at("redirect_uri") + "?state=" + q.at("state"); },
+         "Unexpected token response: the redirect carried no authorization code"},
+    };
+    for (const auto& [redirect, message] : cases) {
+        server.onAuthorize = redirect;
+        EXPECT_EQ(message, obtain(authorizationCode("http://127.0.0.1/cb")));
+    }
+    EXPECT_EQ(LoopbackReceiver::page(false), browser.loopbackPages.at(0).body);
+    EXPECT_EQ(LoopbackReceiver::page(true), browser.loopbackPages.at(1).body);
+    auto noHost = authorizationCode("http://127.0.0.1/cb");
+    noHost.authURL = "file:///authorize";
+    EXPECT_EQ("The authorization URL is missing or invalid.", obtain(noHost));
+    EXPECT_TRUE(server.tokenRequests().empty());
+}
+
+// A server may answer in the fragment: what the query lacks is taken from there.
+TEST_F(AuthorizationCodeFlowTest, CustomSchemeRedirectsGoThroughTheInteractionsBrowser) {
+    server.onAuthorize = [](const auto& q) { return q.at("redirect_uri") + "?state=" + q.at("state") + "#code=code-1&state=ignored"; };
+    EXPECT_EQ("token-1", obtain(authorizationCode("tessaline://oauth/callback")));
+    EXPECT_EQ((std::vector<std::pair<std::string, OAuth2RedirectMode>>{
+                  {"tessaline://oauth/callback", OAuth2RedirectMode(OAuth2RedirectMode::CustomScheme{"tessaline"})}}),
+              browser.signIns);
+    EXPECT_TRUE(browser.prompts.empty());
+}
+
+TEST_F(AuthorizationCodeFlowTest, TheLoopbackWaitEndsWithTheTimeOutOrTheCancellation) {
+    OAuth2Service impatient(cache, OAuth2Timing{.loopbackTimeout = std::chrono::milliseconds(20)});
+    browser.followsLinks = false;
+    EXPECT_EQ("Timed out waiting for the sign-in to finish.", obtain(authorizationCode("http://127.0.0.1/cb"), Mode::renew, &impatient));
+    browser.cancelOnPrompt = true;
+    EXPECT_EQ("Sign-in was cancelled.", obtain(authorizationCode("http://127.0.0.1/cb")));
+    EXPECT_EQ(2, browser.dismissals);
+}
+
+TEST_F(DeviceFlowTest, SlowDownStretchesTheIntervalForAllLaterPolls) {
+    scriptDevice(R"({"device_code":"d","user_code":"WDJB-MJHT","verification_uri":"URI","expires_in":1800})", {"slow_down", "slow_down"});
+    EXPECT_EQ("device-token", obtain(deviceCode()));
+    EXPECT_EQ((std::vector<double>{5, 15, 30}), pollTimes());
+    EXPECT_EQ("scope=read&client_id=tv", server.deviceRequests().at(0).body);
+    EXPECT_EQ((std::vector<OAuth2Prompt>{
+                  OAuth2DeviceCode{.userCode = "WDJB-MJHT", .verificationURI = verify, .expiresIn = Seconds(1800), .interval = Seconds(5)}}),
+              browser.prompts);
+    EXPECT_EQ(1, browser.dismissals);
+}
+
+TEST_F(DeviceFlowTest, PendingPollsGoOnAtTheGivenIntervalAndProviderSpellingsAreRead) {
+    scriptDevice(R"({"device_code":"d","user_code":"U","verification_url":"URI","verification_uri_complete":"U?code=U","interval":"2"})",
+                 {"authorization_pending", "authorization_pending"});
+    EXPECT_EQ("device-token", obtain(deviceCode()));
+    EXPECT_EQ((std::vector<double>{2, 4, 6}), pollTimes());
+    EXPECT_EQ((std::vector<OAuth2Prompt>{OAuth2DeviceCode{.userCode = "U", .verificationURI = verify, .verificationURIComplete = "U?code=U",
+                                                          .expiresIn = Seconds(900), .interval = Seconds(2)}}),
+              browser.prompts);
+}
+
+TEST_F(DeviceFlowTest, TheFlowEndsWhenTheCodeExpiresOrThePersonCancels) {
+    scriptDevice(R"({"device_code":"d","user_code":"U","verification_uri":"URI","expires_in":10,"interval":3})",
+                 std::vector<std::string>(10, "authorization_pending"));
+    EXPECT_EQ("Timed out waiting for the sign-in to finish.", obtain(deviceCode()));
+    EXPECT_EQ((std::vector<double>{3, 6, 9}), pollTimes());
+    browser.cancelOnPrompt = true;
+    EXPECT_EQ("Sign-in was cancelled.", obtain(deviceCode()));
+    EXPECT_EQ(3u, server.tokenRequests().size());
+    EXPECT_EQ(2, browser.dismissals);
+}
+
+TEST_F(DeviceFlowTest, FailuresOfTheDeviceAuthorizationAndThePolls) {
+    const std::string incomplete =
+        "Unexpected token response: device authorization response is missing device_code, user_code or verification_uri (HTTP 200)";
+    scriptDevice(R"({"device_code":"d","verification_uri":"URI"})", {});
+    EXPECT_EQ(incomplete, obtain(deviceCode()));
+    scriptDevice(R"({"device_code":"d","user_code":"U","verification_uri":"not a URI"})", {});
+    EXPECT_EQ(incomplete, obtain(deviceCode()));
+    scriptDevice(R"({"device_code":"d","user_code":"U","verification_uri":"URI"})", {"access_denied"});
+    EXPECT_EQ("OAuth 2 error access_denied (HTTP 400)", obtain(deviceCode()));
+    server.onDevice = [](const auto&) { return AuthorizationServer::json(401, R"({"error":"invalid_client","error_description":"unknown"})"); };
+    EXPECT_EQ("OAuth 2 error invalid_client: unknown (HTTP 401)", obtain(deviceCode()));
+    auto noEndpoint = deviceCode();
+    noEndpoint.deviceAuthURL = "";
+    EXPECT_EQ("The device authorization URL is missing or invalid.", obtain(noEndpoint));
 }
 
 }  // namespace
