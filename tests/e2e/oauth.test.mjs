@@ -35,9 +35,7 @@ async function setUp(t) {
   });
   const folder = temporaryFolder(t);
   writeFileSync(join(folder, 'workspace.json'), JSON.stringify({
-    version: 1,
-    environments: [],
-    collections: [{
+    version: 1, environments: [], collections: [{
       id: upper(), name: 'Secured', auth: oauth('clientCredentials'),
       items: [
         request('Machine call', `${apiBase}/data`, { ...noAuth, kind: 'inherit' }),
@@ -48,12 +46,8 @@ async function setUp(t) {
     }],
   }));
   const { client } = await connect(t, folder);
-  return {
-    call: (args) => callTool(client, 'oauth_token', args),
-    send: (name) => callTool(client, 'send_request', { request: name }),
-    grants,
-    lastAuthorization,
-  };
+  const call = (args) => callTool(client, 'oauth_token', args);
+  return { call, send: (name) => callTool(client, 'send_request', { request: name }), grants, lastAuthorization };
 }
 
 test('client credentials: obtained, refreshed by running the grant again, and sent', async (t) => {

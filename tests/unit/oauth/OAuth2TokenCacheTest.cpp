@@ -63,7 +63,8 @@ TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
     const std::string valid = encodeTokenCacheFile({{"k", {.token = token("a"), .label = "l"}}});
     const std::string cut = valid.substr(0, 40);
     for (const std::string text : {R"({"version": 1, "tokens": {}})", R"({"tokens": {}})", R"({"version": 1})", "not json",
-                                  cut.c_str(), R"({"version": 1, "tokens": {"k": {"label": "l"}}})"}) {
+                                  cut.c_str(), R"({"version": 1, "tokens": {"k": {"label": "l"}}})",
+                                  R"({"version": 1, "tokens": {"k": {"label": "l", "token": {"accessToken": "a"}}}})"}) {
         writeFile(text);
         EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty()) << text;
     }

@@ -1,7 +1,6 @@
 #include "support/CurlEngine.hpp"
 
 #include "TemporaryFolder.hpp"
-#include "support/CannedHTTPServer.hpp"
 #include "support/LocalHTTPServer.hpp"
 #include "support/ScopedEnvironment.hpp"
 
@@ -76,23 +75,6 @@ TEST(CurlEngineTrustTest, TakesTheCABundleFromTheVariablesCurlReads) {
         EXPECT_EQ(error, response.error) << variable;
         EXPECT_EQ(error ? "" : "ok", response.body) << variable;
     }
-}
-
-TEST(CurlEngineProxyTest, SendsThroughTheProxyTheEnvironmentNamesUnlessTheHostIsExempt) {
-    CannedHTTPServer proxy("HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\nproxied");
-    CannedHTTPServer direct("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\ndirect");
-    const ScopedEnvironment httpProxy("http_proxy", proxy.url(""));
-    const ScopedEnvironment allProxy("ALL_PROXY", std::nullopt);
-    const ScopedEnvironment lowerExempt("no_proxy", std::nullopt);
-    CurlEngine engine;
-    {
-        const ScopedEnvironment exempt("NO_PROXY", std::nullopt);
-        EXPECT_EQ("proxied", engine.perform({.url = "http://api.example.com/x?y=1"}).body);
-        EXPECT_TRUE(proxy.lastRequest().starts_with("GET http://api.example.com/x?y=1 HTTP/1.1\r\n")) << proxy.lastRequest();
-    }
-    const ScopedEnvironment exempt("NO_PROXY", "127.0.0.1");
-    EXPECT_EQ("direct", engine.perform({.url = direct.url("/z")}).body);
-    EXPECT_TRUE(direct.lastRequest().starts_with("GET /z HTTP/1.1\r\n")) << direct.lastRequest();
 }
 
 TEST(CurlEngineLoopbackTest, RefusesEveryHostButLoopbackBeforeLookingItUp) {
