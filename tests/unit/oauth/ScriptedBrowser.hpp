@@ -13,17 +13,10 @@
 namespace tessaline {
 
 // An OAuth2Interaction standing in for a person with a browser. Shown an authorization URL,
-// it visits it on its own thread, as a browser would (unless told not to), and follows the
-// redirect (asking for the site's icon first when told to); asked to sign in through its own
-// browser, it visits the URL and returns the redirect's location. It records every prompt,
-// and when told to, cancels the prompt instead.
+// it visits it on its own thread, as a browser would, and follows the redirect; asked to sign in through its own browser, it visits the URL and returns the
+// redirect's location. It records every prompt, and when told to, cancels the prompt instead.
 class ScriptedBrowser : public OAuth2Interaction {
 public:
-    struct Page {
-        int status = 0;
-        std::string body;
-    };
-
     ~ScriptedBrowser() override { joinVisit(); }
 
     void showPrompt(const OAuth2Prompt& prompt, std::shared_ptr<CancelFlag> cancel) override {
@@ -31,7 +24,13 @@ public:
         prompts.push_back(prompt);
         if (cancelOnPrompt) cancel->set();
         const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt);
-        if (browser && followsLinks) visit = std::thread([this, url = browser->authorizationURL] { followToLoopback(url); });
+        if (browser) {
+            visit = std::thread([this, url = browser->authorizationURL] {
+                const auto page = get(get(url).get_header_value("Location"));
+                const std::lock_guard visitGuard(lock);
+                loopbackPages.push_back(page.body);
+            });
+        }
     }
 
     void dismissPrompt() override {
@@ -47,15 +46,13 @@ public:
     }
 
     // Script, set before the sign-in.
-    bool followsLinks = true;
-    bool askForIconFirst = false;
     bool cancelOnPrompt = false;
 
     // What happened, read after the sign-in.
     std::vector<OAuth2Prompt> prompts;
     int dismissals = 0;
     std::vector<std::pair<std::string, OAuth2RedirectMode>> signIns;
-    std::vector<Page> loopbackPages;  // the loopback receiver's answers, in order
+    std::vector<std::string> loopbackPages;  // the loopback receiver's answers, in order
 
 private:
     // Every server the browser meets is on 127.0.0.1; a failed visit is an empty response.
@@ -65,20 +62,6 @@ private:
         const auto query = parts->query();
         const auto result = httplib::Client("127.0.0.1", parts->port().value_or(80)).Get(parts->path() + (query ? "?" + *query : ""));
         return result ? *result : httplib::Response{};
-    }
-
-    void followToLoopback(const std::string& authorizationURL) {
-        const auto redirect = get(authorizationURL).get_header_value("Location");
-        std::vector<Page> pages;
-        if (askForIconFirst) pages.push_back(page(redirect.substr(0, redirect.find('/', 7)) + "/favicon.ico"));
-        pages.push_back(page(redirect));
-        const std::lock_guard guard(lock);
-        loopbackPages.insert(loopbackPages.end(), pages.begin(), pages.end());
-    }
-
-    static Page page(const std::string& url) {
-        const auto response = get(url);
-        return {response.status, response.body};
     }
 
     void joinVisit() {
