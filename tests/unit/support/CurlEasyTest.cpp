@@ -19,18 +19,11 @@ std::string answerWith(const std::string& fields, const std::string& body) {
     return "HTTP/1.1 200 OK\r\n" + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-std::string gzipped(const std::string& bytes) {
-    z_stream stream{};
-    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY);  // 16: gzip framing
-    std::string packed(deflateBound(&stream, bytes.size()), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    return packed;
+std::string deflated(const std::string& bytes) {
+    std::string packed(compressBound(bytes.size()), '\0');
+    auto length = static_cast<uLongf>(packed.size());
+    compress2(reinterpret_cast<Bytef*>(packed.data()), &length, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size(), Z_BEST_COMPRESSION);
+    return packed.substr(0, length);
 }
 
 // A request as the server reads it: the request line, the fields every request carries, ours.
@@ -91,7 +84,7 @@ TEST(CurlEasyResponseTest, KeepsOnlyTheFinalResponsesFieldsWithRepeatsMerged) {
 
 // A compressed body counts by its decoded size, so that a small bomb is cut like any body.
 TEST(CurlEasyResponseTest, KeepsABodyUpToTheLimitAndCountsTheRest) {
-    CannedHTTPServer server(answerWith("Content-Encoding: gzip\r\n", gzipped(std::string(64 << 20, '\0'))));
+    CannedHTTPServer server(answerWith("Content-Encoding: deflate\r\n", deflated(std::string(64 << 20, '\0'))));
     const auto response = send({.url = server.url()});
     EXPECT_EQ(200, response.status);
     EXPECT_TRUE(response.body == std::string(CurlEasy::bodyLimit, '\0')) << response.body.size() << " bytes kept";
