@@ -92,53 +92,42 @@ TEST(RequestBuilderErrorTest, ReportsFailuresInOrder) {
                        .auth = {.kind = AuthKind::bearer, .token = "{{token}}"}}));
 }
 
-TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuth) {
-    const Auth bearer{.kind = AuthKind::bearer, .token = "{{secret}}"};
+TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token) {
+    // A token is cached for any OAuth 2 settings but those whose client resolves to "none".
+    const requestBuilder::OAuth2TokenLookup tokens = [](const OAuth2Config& settings, const VariableResolver& resolver) {
+        return resolver.resolve(settings.clientID) == "none" ? std::nullopt : std::optional<std::string>("tok");
+    };
+    const auto oauth2 = [](std::optional<OAuth2Config> settings) { return Auth{.kind = AuthKind::oauth2, .oauth2 = std::move(settings)}; };
+    const auto query = OAuth2TokenPlacement::query;
     const struct {
         Auth auth;
         Pairs added;
         const char* url;
     } cases[] = {
         {Auth::none(), {}, "https://h.test/"},
-        {bearer, {{"Authorization", "Bearer s3"}}, "https://h.test/"},
+        {{.kind = AuthKind::bearer, .token = "{{secret}}"}, {{"Authorization", "Bearer s3"}}, "https://h.test/"},
         {{.kind = AuthKind::basic, .username = "{{user}}", .password = "pa:ss"}, {{"Authorization", "Basic dXNlcjpwYTpzcw=="}}, "https://h.test/"},
         {{.kind = AuthKind::apiKey, .apiKeyName = "X-Key", .apiKeyValue = "{{secret}}"}, {{"X-Key", "s3"}}, "https://h.test/"},
         {{.kind = AuthKind::apiKey, .apiKeyName = "key", .apiKeyValue = "a b", .apiKeyIn = APIKeyLocation::query}, {}, "https://h.test/?key=a%20b"},
         {{.kind = AuthKind::inherit}, {{"Authorization", "Bearer collection"}}, "https://h.test/"},
+        {oauth2(std::nullopt), {{"Authorization", "Bearer tok"}}, "https://h.test/"},
+        {oauth2(OAuth2Config{.headerPrefix = "Token"}), {{"Authorization", "Token tok"}}, "https://h.test/"},
+        {oauth2(OAuth2Config{.headerPrefix = ""}), {{"Authorization", "tok"}}, "https://h.test/"},
+        {oauth2(OAuth2Config{.placement = query}), {}, "https://h.test/?access_token=tok"},
+        {oauth2(OAuth2Config{.placement = query, .queryParamName = "t"}), {}, "https://h.test/?t=tok"},
+        {oauth2(OAuth2Config{.clientID = "{{client}}"}), {}, "https://h.test/"},  // nothing cached
     };
     const APICollection collection{.auth = {.kind = AuthKind::bearer, .token = "collection"}};
     for (const auto& [auth, added, url] : cases) {
         const auto resolved = requestBuilder::resolve({.url = "https://h.test", .headers = {row("A", "1")}, .auth = auth}, collection,
-                                                      variables({row("secret", "s3"), row("user", "user")}));
+                                                      variables({row("secret", "s3"), row("user", "user"), row("client", "none")}), tokens);
         auto headers = added;
         headers.insert(headers.begin(), {"A", "1"});
-        EXPECT_EQ(headers, resolved.headers) << toString(auth.kind);
+        EXPECT_EQ(headers, resolved.headers) << toString(auth.kind) << " " << url;
         EXPECT_EQ(url, resolved.url) << toString(auth.kind);
     }
+    EXPECT_TRUE(resolve({.url = "h.test", .auth = oauth2(OAuth2Config{})}).headers.empty());  // no lookup, no token
     EXPECT_EQ(Auth::none(), requestBuilder::effectiveAuth({.auth = {.kind = AuthKind::inherit}}, std::nullopt));
-}
-
-TEST(RequestBuilderAuthTest, PlacesACachedOAuth2TokenAsTheSettingsSay) {
-    const requestBuilder::OAuth2TokenLookup tokens = [](const OAuth2Config& settings, const VariableResolver& resolver) {
-        return resolver.resolve(settings.clientID) == "none" ? std::nullopt : std::optional<std::string>("tok");
-    };
-    const struct {
-        std::optional<OAuth2Config> settings;
-        Pairs sent;  // the URL and the last header's value
-    } cases[] = {
-        {std::nullopt, {{"https://h.test/", "Bearer tok"}}},
-        {OAuth2Config{.headerPrefix = "Token"}, {{"https://h.test/", "Token tok"}}},
-        {OAuth2Config{.headerPrefix = ""}, {{"https://h.test/", "tok"}}},
-        {OAuth2Config{.placement = OAuth2TokenPlacement::query}, {{"https://h.test/?access_token=tok", ""}}},
-        {OAuth2Config{.placement = OAuth2TokenPlacement::query, .queryParamName = "t"}, {{"https://h.test/?t=tok", ""}}},
-        {OAuth2Config{.clientID = "{{client}}"}, {{"https://h.test/", ""}}},  // nothing cached
-    };
-    for (const auto& [settings, sent] : cases) {
-        const auto resolved = requestBuilder::resolve({.url = "https://h.test/", .auth = {.kind = AuthKind::oauth2, .oauth2 = settings}}, {},
-                                                      variables({row("client", "none")}), tokens);
-        EXPECT_EQ(sent, (Pairs{{resolved.url, resolved.headers.empty() ? "" : resolved.headers.back().second}}));
-    }
-    EXPECT_TRUE(resolve({.url = "h.test", .auth = {.kind = AuthKind::oauth2, .oauth2 = OAuth2Config{}}}).headers.empty());
 }
 
 TEST(RequestBuilderBodyTest, EncodesBodiesWithTheirDefaultContentTypeWhereTheMethodTakesOne) {

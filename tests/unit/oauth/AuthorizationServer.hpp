@@ -47,15 +47,13 @@ public:
 
     explicit AuthorizationServer(Clock clock = systemClock()) : now(std::move(clock)) {
         server.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
-            if (onToken) return answer(tokenCalls, onToken, request, response);  // a copy would lose the script's state
-            answer(tokenCalls, [this](const Received& received) { return issue(received); }, request, response);
+            // Called in place: a copy of the script would lose its state.
+            answer(tokenCalls, request, response, [this](const Received& received) { return onToken ? onToken(received) : issue(received); });
         });
         server.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
-            answer(deviceCalls, onDevice, request, response);
+            answer(deviceCalls, request, response, onDevice);
         });
-        server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) {
-            authorize(request, response);
-        });
+        server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) { authorize(request, response); });
         server.start();
     }
 
@@ -80,7 +78,7 @@ private:
         return log;
     }
 
-    void answer(std::vector<Received>& log, const Script& script, const httplib::Request& request, httplib::Response& response) {
+    void answer(std::vector<Received>& log, const httplib::Request& request, httplib::Response& response, const Script& script) {
         Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = now()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
@@ -96,9 +94,7 @@ private:
 
     Reply issue(const Received& request) {
         const std::lock_guard guard(lock);
-        if (request.field("grant_type") == "authorization_code" && !redeems(request)) {
-            return json(400, R"({"error":"invalid_grant","error_description":"code, redirect or verifier mismatch"})");
-        }
+        if (request.field("grant_type") == "authorization_code" && !redeems(request)) return json(400, R"({"error":"invalid_grant"})");
         const auto n = std::to_string(++issued);
         return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,"refresh_token":"refresh-)" + n + R"("})");
     }
