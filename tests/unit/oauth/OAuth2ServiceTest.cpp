@@ -297,25 +297,17 @@ TEST_F(AuthorizationCodeFlowTest, CustomSchemeRedirectsGoThroughTheInteractionsB
     EXPECT_TRUE(browser.prompts.empty());
 }
 
-TEST_F(DeviceFlowTest, SlowDownStretchesTheIntervalForAllLaterPolls) {
-    scriptDevice(R"({"device_code":"d","user_code":"WDJB-MJHT","verification_uri":"URI","expires_in":1800})", {"slow_down", "slow_down"});
-    EXPECT_EQ("device-token", obtain(deviceCode()));
-    EXPECT_EQ((std::vector<double>{5, 15, 30}), pollTimes());
-    EXPECT_EQ("scope=read&client_id=tv", server.deviceRequests().at(0).body);
-    EXPECT_EQ((std::vector<OAuth2Prompt>{
-                  OAuth2DeviceCode{.userCode = "WDJB-MJHT", .verificationURI = verify, .expiresIn = Seconds(1800), .interval = Seconds(5)}}),
-              browser.prompts);
-    EXPECT_EQ(1, browser.dismissals);
-}
-
-TEST_F(DeviceFlowTest, PendingPollsGoOnAtTheGivenIntervalAndProviderSpellingsAreRead) {
+// Pending polls keep the interval; each slow_down adds five seconds to it for good.
+TEST_F(DeviceFlowTest, PollsAtTheIntervalUntilATokenComesAndReadsProviderSpellings) {
     scriptDevice(R"({"device_code":"d","user_code":"U","verification_url":"URI","verification_uri_complete":"U?code=U","interval":"2"})",
-                 {"authorization_pending", "authorization_pending"});
+                 {"slow_down", "authorization_pending", "slow_down"});
     EXPECT_EQ("device-token", obtain(deviceCode()));
-    EXPECT_EQ((std::vector<double>{2, 4, 6}), pollTimes());
+    EXPECT_EQ((std::vector<double>{2, 9, 16, 28}), pollTimes());
+    EXPECT_EQ("scope=read&client_id=tv", server.deviceRequests().at(0).body);
     EXPECT_EQ((std::vector<OAuth2Prompt>{OAuth2DeviceCode{.userCode = "U", .verificationURI = verify, .verificationURIComplete = "U?code=U",
                                                           .expiresIn = Seconds(900), .interval = Seconds(2)}}),
               browser.prompts);
+    EXPECT_EQ(1, browser.dismissals);
 }
 
 TEST_F(DeviceFlowTest, TheFlowEndsWhenTheCodeExpiresOrThePersonCancels) {
