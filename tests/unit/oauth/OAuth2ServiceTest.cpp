@@ -1,10 +1,13 @@
 #include "oauth/OAuth2Service.hpp"
 
-#include "AuthorizationServer.hpp"
-#include "ScriptedBrowser.hpp"
 #include "ThrownText.hpp"
 #include "oauth/LoopbackReceiver.hpp"
+#include "oauth/PKCE.hpp"
 #include "support/Base64.hpp"
+#include "support/FormFields.hpp"
+#include "support/LocalHTTPServer.hpp"
+#include "support/PercentEncoding.hpp"
+#include "support/URLComponents.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +17,209 @@
 
 namespace tessaline {
 namespace {
+
+// An OAuth 2 authorization server on 127.0.0.1 for the token service's tests. It records
+// every post to its token ("/token") and device authorization ("/device") endpoints and
+// answers as scripted; by default the token endpoint issues "token-1", "token-2", ... with
+// refresh tokens and, for an authorization code, first checks the code, the redirect URI and
+// the PKCE verifier against the authorization request. Its authorization endpoint
+// ("/authorize") redirects to the redirect URI with a code and the state.
+class AuthorizationServer {
+public:
+    struct Received {
+        std::string body{};
+        formFields::Fields fields{};
+        std::map<std::string, std::string> headers{};  // the few the tests look at
+        Date at{};  // by the test's clock
+
+        // The value of a field; absent when it was not sent.
+        std::optional<std::string> field(const std::string& name) const {
+            for (const auto& [key, value] : fields) {
+                if (key == name) return value;
+            }
+            return std::nullopt;
+        }
+    };
+    struct Reply {
+        int status = 200;
+        std::string body{};  // JSON
+    };
+    using Script = std::function<Reply(const Received&)>;
+    // The Location an authorization request is redirected to, from its decoded query.
+    using Redirect = std::function<std::string(const std::map<std::string, std::string>& query)>;
+
+    explicit AuthorizationServer(Clock clock = systemClock()) : now(std::move(clock)) {
+        server.http.Post("/token", [this](const httplib::Request& request, httplib::Response& response) {
+            // Called in place: a copy of the script would lose its state.
+            answer(tokenCalls, request, response, [this](const Received& received) { return onToken ? onToken(received) : issue(received); });
+        });
+        server.http.Post("/device", [this](const httplib::Request& request, httplib::Response& response) {
+            answer(deviceCalls, request, response, onDevice);
+        });
+        server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) { authorize(request, response); });
+        server.start();
+    }
+
+    std::string url(std::string_view path) const { return server.url(path); }
+
+    std::vector<Received> tokenRequests() const { return copy(tokenCalls); }
+    std::vector<Received> deviceRequests() const { return copy(deviceCalls); }
+    // The query texts of the authorization requests, as they arrived.
+    std::vector<std::string> authorizationQueries() const { return copy(queriesSeen); }
+
+    // Set before the service runs.
+    Script onToken;
+    Script onDevice;
+    Redirect onAuthorize;
+
+    static Reply json(int status, const std::string& body) { return {status, body}; }
+
+private:
+    template <class Log>
+    Log copy(const Log& log) const {
+        const std::lock_guard guard(lock);
+        return log;
+    }
+
+    void answer(std::vector<Received>& log, const httplib::Request& request, httplib::Response& response, const Script& script) {
+        Received received{.body = request.body, .fields = formFields::decoded(request.body), .at = now()};
+        for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
+            if (request.has_header(name)) received.headers[name] = request.get_header_value(name);
+        }
+        {
+            const std::lock_guard guard(lock);
+            log.push_back(received);
+        }
+        const auto reply = script(received);
+        response.status = reply.status;
+        response.set_content(reply.body, "application/json");
+    }
+
+    Reply issue(const Received& request) {
+        const std::lock_guard guard(lock);
+        if (request.field("grant_type") == "authorization_code" && !redeems(request)) return json(400, R"({"error":"invalid_grant"})");
+        const auto n = std::to_string(++issued);
+        return json(200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,"refresh_token":"refresh-)" + n + R"("})");
+    }
+
+    // Whether the code was issued for this redirect URI and the verifier fits its challenge.
+    bool redeems(const Received& request) const {
+        const auto found = codes.find(request.field("code").value_or(""));
+        if (found == codes.end() || found->second.first != request.field("redirect_uri")) return false;
+        const auto verifier = request.field("code_verifier");
+        return found->second.second.empty() ? !verifier : verifier && pkce::challenge(*verifier) == found->second.second;
+    }
+
+    void authorize(const httplib::Request& request, httplib::Response& response) {
+        const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
+        std::map<std::string, std::string> parameters;
+        for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
+        std::string code;
+        {
+            const std::lock_guard guard(lock);
+            queriesSeen.push_back(query);
+            code = "code-" + std::to_string(queriesSeen.size());
+            codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
+        }
+        response.status = 302;
+        response.set_header("Location", onAuthorize ? onAuthorize(parameters)
+                                                    : parameters["redirect_uri"] + "?code=" + code + "&state=" +
+                                                          percentEncoding::encode(parameters["state"], "-._*"));
+    }
+
+    Clock now;
+    mutable std::mutex lock;
+    std::vector<Received> tokenCalls;
+    std::vector<Received> deviceCalls;
+    std::vector<std::string> queriesSeen;
+    std::map<std::string, std::pair<std::string, std::string>> codes;  // each code's redirect URI and challenge
+    int issued = 0;
+    LocalHTTPServer server;  // last: stops serving before the rest goes
+};
+
+// A clock that stands still until something sleeps, and then moves on by exactly the time
+// slept: waits of any length take no real time.
+class SteppedClock {
+public:
+    explicit SteppedClock(Date start) : current(start) {}
+
+    Date now() const {
+        const std::lock_guard guard(lock);
+        return current;
+    }
+
+    OAuth2Timing timing() {
+        return {.now = [this] { return now(); },
+                .sleep = [this](OAuth2Timing::Seconds slept) {
+                    const std::lock_guard guard(lock);
+                    current += std::chrono::duration_cast<Date::duration>(slept);
+                }};
+    }
+
+private:
+    mutable std::mutex lock;
+    Date current;
+};
+
+// An OAuth2Interaction standing in for a person with a browser. Shown an authorization URL,
+// it visits it on its own thread, as a browser would, and follows the redirect; asked to sign in through its own browser, it visits the URL and returns the
+// redirect's location. It records every prompt, and when told to, cancels the prompt instead.
+class ScriptedBrowser : public OAuth2Interaction {
+public:
+    ~ScriptedBrowser() override { joinVisit(); }
+
+    void showPrompt(const OAuth2Prompt& prompt, std::shared_ptr<CancelFlag> cancel) override {
+        const std::lock_guard guard(lock);
+        prompts.push_back(prompt);
+        if (cancelOnPrompt) cancel->set();
+        const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt);
+        if (browser) {
+            visit = std::thread([this, url = browser->authorizationURL] {
+                const auto page = get(get(url).get_header_value("Location"));
+                const std::lock_guard visitGuard(lock);
+                loopbackPages.push_back(page.body);
+            });
+        }
+    }
+
+    void dismissPrompt() override {
+        joinVisit();
+        const std::lock_guard guard(lock);
+        ++dismissals;
+    }
+
+    std::string signIn(const std::string& authorizationURL, const std::string& redirectURI, const OAuth2RedirectMode& mode) override {
+        const std::lock_guard guard(lock);
+        signIns.push_back({redirectURI, mode});
+        return get(authorizationURL).get_header_value("Location");
+    }
+
+    // Script, set before the sign-in.
+    bool cancelOnPrompt = false;
+
+    // What happened, read after the sign-in.
+    std::vector<OAuth2Prompt> prompts;
+    int dismissals = 0;
+    std::vector<std::pair<std::string, OAuth2RedirectMode>> signIns;
+    std::vector<std::string> loopbackPages;  // the loopback receiver's answers, in order
+
+private:
+    // Every server the browser meets is on 127.0.0.1; a failed visit is an empty response.
+    static httplib::Response get(const std::string& url) {
+        const auto parts = URLComponents::parse(url);
+        if (!parts) return {};
+        const auto query = parts->query();
+        const auto result = httplib::Client("127.0.0.1", parts->port().value_or(80)).Get(parts->path() + (query ? "?" + *query : ""));
+        return result ? *result : httplib::Response{};
+    }
+
+    void joinVisit() {
+        if (visit.joinable()) visit.join();
+    }
+
+    std::mutex lock;
+    std::thread visit;
+};
 
 using Mode = OAuth2Service::Mode;
 using Seconds = OAuth2Timing::Seconds;
