@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -26,6 +27,9 @@ public:
 
     ~BasicLocalHTTPServer() {
         if (!thread.joinable()) return;
+        // stop() does nothing until the thread has begun to listen, and the thread would then
+        // listen for ever.
+        while (!http.is_running() && !finished) std::this_thread::yield();
         http.stop();
         thread.join();
     }
@@ -34,7 +38,10 @@ public:
     // server is usable as soon as this returns.
     void start() {
         port = http.bind_to_any_port("127.0.0.1");
-        thread = std::thread([this] { http.listen_after_bind(); });
+        thread = std::thread([this] {
+            http.listen_after_bind();
+            finished = true;
+        });
     }
 
     std::string url(std::string_view path = "/") const {
@@ -46,6 +53,7 @@ public:
 
 private:
     int port = 0;
+    std::atomic<bool> finished = false;
     std::thread thread;
 };
 
