@@ -60,25 +60,20 @@ test('client credentials: obtained, refreshed by running the grant again, and se
   assert.deepEqual(grants, ['client_credentials']);
 
   const refreshed = JSON.parse((await call({ collection: 'Secured', action: 'refresh', reveal: true })).text);
-  assert.deepEqual(grants, ['client_credentials', 'client_credentials']);
-  assert.equal(refreshed.owner, 'Secured');
+  assert.deepEqual([grants, refreshed.owner], [['client_credentials', 'client_credentials'], 'Secured']);
 
-  const result = await send('Machine call');
-  assert.equal(result.isError, false, result.text);
-  assert.equal(lastAuthorization(), `Bearer ${refreshed.accessToken}`);
-  assert.equal(grants.length, 2, 'a fresh cached token is reused, not fetched again');
+  // A fresh cached token is reused, not fetched again.
+  const { isError } = await send('Machine call');
+  assert.deepEqual([isError, lastAuthorization(), grants.length], [false, `Bearer ${refreshed.accessToken}`, 2]);
   assert.equal((await call({ collection: 'Secured', action: 'clear' })).text, 'Cleared the cached OAuth 2 token for Secured');
   assert.equal((await call({ collection: 'Secured' })).text, 'No token yet. Use action=new.');
 });
 
 test('a refresh token is used for refresh; send_request obtains a token on its own', async (t) => {
   const { call, send, grants, lastAuthorization } = await setUp(t);
-  const first = await send('As a user');
-  assert.equal(first.isError, false, first.text);
-  assert.deepEqual(grants, ['password']);
+  const { isError } = await send('As a user');
   const status = JSON.parse((await call({ request: 'As a user', reveal: true })).text);
-  assert.equal(status.hasRefreshToken, true);
-  assert.equal(lastAuthorization(), `Bearer ${status.accessToken}`);
+  assert.deepEqual([isError, grants, status.hasRefreshToken, lastAuthorization()], [false, ['password'], true, `Bearer ${status.accessToken}`]);
 
   const refreshed = JSON.parse((await call({ request: 'As a user', action: 'refresh', reveal: true })).text);
   assert.deepEqual(grants, ['password', 'refresh_token']);

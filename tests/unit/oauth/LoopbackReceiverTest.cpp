@@ -14,14 +14,9 @@ using namespace std::chrono_literals;
 
 // Sends raw bytes to the receiver and returns all it answers.
 std::string sendRaw(std::uint16_t port, const std::string& request) {
-    asio::io_context io;
-    tcp::socket socket(io);
-    socket.connect({asio::ip::address_v4::loopback(), port});
-    asio::write(socket, asio::buffer(request));
-    std::string reply;
-    asio::error_code error;
-    asio::read(socket, asio::dynamic_buffer(reply), error);
-    return reply;
+    tcp::iostream stream("127.0.0.1", std::to_string(port));
+    stream << request << std::flush;
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 std::string get(std::uint16_t port, const std::string& target) {

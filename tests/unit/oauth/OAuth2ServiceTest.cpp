@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <future>
 #include <regex>
@@ -34,10 +35,8 @@ public:
 
         // The value of a field; absent when it was not sent.
         std::optional<std::string> field(const std::string& name) const {
-            for (const auto& [key, value] : fields) {
-                if (key == name) return value;
-            }
-            return std::nullopt;
+            const auto found = std::find_if(fields.begin(), fields.end(), [&name](const auto& field) { return field.first == name; });
+            return found == fields.end() ? std::nullopt : std::optional(found->second);
         }
     };
     using Reply = std::pair<int, std::string>;  // the status and the JSON body
@@ -109,13 +108,10 @@ private:
         const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
         std::map<std::string, std::string> parameters;
         for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
-        std::string code;
-        {
-            const std::lock_guard guard(lock);
-            queriesSeen.push_back(query);
-            code = "code-" + std::to_string(queriesSeen.size());
-            codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
-        }
+        const std::lock_guard guard(lock);
+        queriesSeen.push_back(query);
+        const auto code = "code-" + std::to_string(queriesSeen.size());
+        codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
         response.status = 302;
         response.set_header("Location", onAuthorize ? onAuthorize(parameters)
                                                     : parameters["redirect_uri"] + "?code=" + code + "&state=" +
