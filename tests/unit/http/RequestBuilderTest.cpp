@@ -73,23 +73,15 @@ TEST(RequestBuilderErrorTest, ReportsFailuresInOrder) {
     EXPECT_EQ("“https:///x” is not a valid URL.", failure({.url = "/x"}));  // no collection, no base
     EXPECT_EQ("“https://h.test:port/” is not a valid URL.", failure({.url = "h.test:port/"}));
     EXPECT_EQ("Undefined variables: a, b, c, d",
-              failure({.url = "https://h.test:port/{{b}}/{{ a }}/{{b}}",
-                       .query = {row("q", "{{d}}"), row("off", "{{off}}", false)},
-                       .headers = {row("{{key}}", "{{c}}")},
-                       .body = {.kind = BodyKind::json, .raw = "{{body}}"},
+              failure({.url = "https://h.test:port/{{b}}/{{ a }}/{{b}}", .query = {row("q", "{{d}}"), row("off", "{{off}}", false)},
+                       .headers = {row("{{key}}", "{{c}}")}, .body = {.kind = BodyKind::json, .raw = "{{body}}"},
                        .auth = {.kind = AuthKind::bearer, .token = "{{token}}"}}));
     // Outside the URL, header values and query, an undefined placeholder is sent as written.
-    EXPECT_EQ((ResolvedRequest{.method = HTTPMethod::post,
-                               .url = "https://h.test/%7B%7B$unknown%7D%7D",
+    EXPECT_EQ((ResolvedRequest{.method = HTTPMethod::post, .url = "https://h.test/%7B%7B$unknown%7D%7D",
                                .headers = {{"{{key}}", "v"}, {"Authorization", "Bearer {{token}}"}, {"Content-Type", "text/plain"}},
-                               .body = "{{body}}",
-                               .bodyKind = BodyKind::text,
-                               .bodyText = "{{body}}"}),
-              resolve({.method = HTTPMethod::post,
-                       .url = "https://h.test/{{$unknown}}",
-                       .headers = {row("{{key}}", "v")},
-                       .body = {.kind = BodyKind::text, .raw = "{{ body }}"},
-                       .auth = {.kind = AuthKind::bearer, .token = "{{token}}"}}));
+                               .body = "{{body}}", .bodyKind = BodyKind::text, .bodyText = "{{body}}"}),
+              resolve({.method = HTTPMethod::post, .url = "https://h.test/{{$unknown}}", .headers = {row("{{key}}", "v")},
+                       .body = {.kind = BodyKind::text, .raw = "{{ body }}"}, .auth = {.kind = AuthKind::bearer, .token = "{{token}}"}}));
 }
 
 TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token) {
@@ -162,10 +154,8 @@ TEST(RequestBuilderBodyTest, WritesEachMultipartFieldAsAPartAndFilesWithTheirByt
     const TemporaryFolder folder;
     const std::string photo("\x89PNG\0", 5);
     std::ofstream(folder / "photo.bin", std::ios::binary) << photo;
-    const auto resolved = resolve({.method = HTTPMethod::post,
-                                   .url = "h.test",
-                                   .body = {.kind = BodyKind::multipart,
-                                            .form = {row("note", "hi {{v}}"), row("off", "x", false), row("photo", "@{{dir}}/photo.bin")}}},
+    const auto resolved = resolve({.method = HTTPMethod::post, .url = "h.test",
+                                   .body = {.kind = BodyKind::multipart, .form = {row("note", "hi {{v}}"), row("off", "x", false), row("photo", "@{{dir}}/photo.bin")}}},
                                   variables({row("v", "there"), row("dir", folder.path.string())}));
 
     ASSERT_EQ(1u, resolved.headers.size());
