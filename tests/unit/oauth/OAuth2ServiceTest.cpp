@@ -357,20 +357,18 @@ TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailure
     EXPECT_EQ(2u, server.tokenRequests().size());
 }
 
-TEST_F(OAuth2ServiceTest, GrantsThatNeedAPersonFailWithoutOneUnlessARefreshTokenIsCached) {
+// Before any request: a grant that needs a person fails without one, unless a refresh token
+// is cached, and settings naming undefined variables are refused.
+TEST_F(OAuth2ServiceTest, GrantsThatNeedAPersonOrUndefinedVariablesFailBeforeAnyRequest) {
     const auto config = deviceCode();
     EXPECT_EQ("The Device Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
               thrownText([&] { service.token(config, Mode::refresh); }));
+    const OAuth2Config undefined{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
+                                 .clientID = "{{id}}", .clientSecret = "{{host}}"};
+    EXPECT_EQ("Undefined variables: host, id", thrownText([&] { service.token(undefined, VariableResolver{}, Mode::reuse); }));
     EXPECT_TRUE(server.tokenRequests().empty());
     cache.set(cachedToken(seconds(0)), config.cacheKey(), "l");
     EXPECT_EQ("token-1", service.token(config, Mode::refresh).accessToken);
-}
-
-TEST_F(OAuth2ServiceTest, UndefinedVariablesAreRefusedBeforeAnyRequest) {
-    const OAuth2Config config{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
-                              .clientID = "{{id}}", .clientSecret = "{{host}}"};
-    EXPECT_EQ("Undefined variables: host, id", thrownText([&] { service.token(config, VariableResolver{}, Mode::reuse); }));
-    EXPECT_TRUE(server.tokenRequests().empty());
 }
 
 // Two callers for one key, the second arriving while the token endpoint holds back its answer

@@ -70,7 +70,7 @@ TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
 }
 
 // The desktop client and the server share the file without telling each other.
-TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesAndADamagedOneEmpties) {
+TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesADamagedOneEmpties) {
     OAuth2TokenCache desktop(file);
     OAuth2TokenCache server(file);
     desktop.set(token("a"), "k", "l");
@@ -85,13 +85,9 @@ TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesAndADamagedOne
     EXPECT_FALSE(desktop.tokenForKey("k2"));
     writeFile(encodeTokenCacheFile({{"k", {.token = token("z"), .label = "other"}}}));
     EXPECT_EQ((OAuth2TokenCache::Entries{{"k", {.token = token("z"), .label = "other"}}}), desktop.allEntries());
-}
-
-TEST_F(OAuth2TokenCacheTest, RemoveAllDiscardsWithoutReadingTheFile) {
-    OAuth2TokenCache cache(file);
-    cache.set(token("a"), "k", "l");
+    // Emptying the cache discards what another program wrote without reading it first.
     writeFile(encodeTokenCacheFile({{"x", {.token = token("x"), .label = "x"}}}));
-    cache.removeAll();
+    desktop.removeAll();
     EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty());
 }
 

@@ -27,8 +27,7 @@ public:
 
     ~BasicLocalHTTPServer() {
         if (!thread.joinable()) return;
-        // stop() does nothing until the thread has begun to listen, and the thread would then
-        // listen for ever.
+        // Before the thread listens, stop() does nothing and the thread would listen for ever.
         while (!http.is_running() && !finished) std::this_thread::yield();
         http.stop();
         thread.join();
