@@ -29,22 +29,16 @@ async function setUp(t) {
   const { base: apiBase, arrivals } = await localServer(t);
   const lastAuthorization = () => arrivals.at(-1).headers.authorization;
 
-  const oauth = (grant, extra = {}) => ({
-    ...noAuth, kind: 'oauth2',
-    oauth2: { grant, tokenURL: `${issuer.issuer.url}/token`, clientID: 'tessaline-test', clientSecret: ' s3cret ', scope: 'read', ...extra },
-  });
+  const oauth = (grant, extra = {}) => ({ ...noAuth, kind: 'oauth2',
+    oauth2: { grant, tokenURL: `${issuer.issuer.url}/token`, clientID: 'tessaline-test', clientSecret: ' s3cret ', scope: 'read', ...extra } });
   const folder = temporaryFolder(t);
-  writeFileSync(join(folder, 'workspace.json'), JSON.stringify({
-    version: 1, environments: [], collections: [{
-      id: upper(), name: 'Secured', auth: oauth('clientCredentials'),
-      items: [
-        request('Machine call', `${apiBase}/data`, { ...noAuth, kind: 'inherit' }),
-        request('As a user', `${apiBase}/me`, oauth('password', { username: 'ada', password: 'pw' })),
-        request('Browser only', `${apiBase}/x`, oauth('authorizationCode', { authURL: `${issuer.issuer.url}/authorize` })),
-        request('Plain bearer', `${apiBase}/y`, { ...noAuth, kind: 'bearer', token: 't' }),
-      ],
-    }],
-  }));
+  writeFileSync(join(folder, 'workspace.json'), JSON.stringify({ version: 1, environments: [], collections: [{
+    id: upper(), name: 'Secured', auth: oauth('clientCredentials'), items: [
+      request('Machine call', `${apiBase}/data`, { ...noAuth, kind: 'inherit' }),
+      request('As a user', `${apiBase}/me`, oauth('password', { username: 'ada', password: 'pw' })),
+      request('Browser only', `${apiBase}/x`, oauth('authorizationCode', { authURL: `${issuer.issuer.url}/authorize` })),
+      request('Plain bearer', `${apiBase}/y`, { ...noAuth, kind: 'bearer', token: 't' }),
+    ] }] }));
   const { client } = await connect(t, folder);
   const call = (args) => callTool(client, 'oauth_token', args);
   return { call, send: (name) => callTool(client, 'send_request', { request: name }), grants, lastAuthorization };
