@@ -42,8 +42,8 @@ TEST(OAuth2ResponseBodyTest, FailuresSayWhatTheServerSaid) {
         // A multi-byte character cut by the quote's length is shown as a replacement.
         {200, std::string(299, 'a') + "\xC3\xA9tail", "Unexpected token response: no access_token in " + std::string(299, 'a') + "\xEF\xBF\xBD"},
     };
-    for (const auto& [status, body, error] : cases) {
-        EXPECT_EQ(error, thrownText<OAuth2Error>([&] { OAuth2ResponseBody(status, body).token(noon); })) << body;
+    for (const auto& failure : cases) {
+        EXPECT_EQ(failure.error, thrownText<OAuth2Error>([&] { OAuth2ResponseBody(failure.status, failure.body).token(noon); })) << failure.body;
     }
 }
 

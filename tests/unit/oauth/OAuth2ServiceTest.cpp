@@ -379,7 +379,8 @@ TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
         {AuthorizationServer::Reply(200, R"({"access_token":"shared"})"), "shared"},
         {AuthorizationServer::Reply(400, R"({"error":"invalid_scope"})"), "OAuth 2 error invalid_scope (HTTP 400)"},
     };
-    for (const auto& [answer, outcome] : cases) {
+    for (const auto& [reply, outcome] : cases) {
+        const auto answer = reply;  // Clang 14 cannot capture a structured binding
         // Expired, with nothing to refresh it: each caller reads the clock just before it joins
         // or starts an acquisition, which tells the test that the second one has come.
         cache.set(cachedToken(seconds(0), std::nullopt), config.cacheKey(), "l");
