@@ -2,12 +2,11 @@
 // (oauth2-mock-server) on 127.0.0.1.
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { createServer } from 'node:http';
-import { writeFileSync, readFileSync, statSync } from 'node:fs';
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { randomUUID } from 'node:crypto';
 import { OAuth2Server } from 'oauth2-mock-server';
-import { connect, callTool, temporaryFolder } from './harness.mjs';
+import { connect, callTool, localServer, temporaryFolder } from './harness.mjs';
 
 const upper = () => randomUUID().toUpperCase();
 const noAuth = { kind: 'none', token: '', username: '', password: '', apiKeyName: 'X-API-Key', apiKeyValue: '', apiKeyIn: 'header' };
@@ -27,69 +26,48 @@ async function setUp(t) {
   const grants = [];
   issuer.service.on('beforeResponse', (_response, req) => { if (req.body?.grant_type) grants.push(req.body.grant_type); });
 
-  const seen = [];
-  const api = createServer((req, res) => { seen.push(req.headers.authorization); res.end('{}'); });
-  await new Promise((resolve) => api.listen(0, '127.0.0.1', resolve));
-  t.after(() => api.close());
-  const apiBase = `http://127.0.0.1:${api.address().port}`;
+  const { base: apiBase, arrivals } = await localServer(t);
+  const lastAuthorization = () => arrivals.at(-1).headers.authorization;
 
-  const oauth = (grant, extra = {}) => ({
-    ...noAuth, kind: 'oauth2',
-    oauth2: { grant, tokenURL: `${issuer.issuer.url}/token`, clientID: 'tessaline-test', clientSecret: ' s3cret ', scope: 'read', ...extra },
-  });
+  const oauth = (grant, extra = {}) => ({ ...noAuth, kind: 'oauth2',
+    oauth2: { grant, tokenURL: `${issuer.issuer.url}/token`, clientID: 'tessaline-test', clientSecret: ' s3cret ', scope: 'read', ...extra } });
   const folder = temporaryFolder(t);
-  writeFileSync(join(folder, 'workspace.json'), JSON.stringify({
-    version: 1,
-    environments: [],
-    collections: [{
-      id: upper(), name: 'Secured', auth: oauth('clientCredentials'),
-      items: [
-        request('Machine call', `${apiBase}/data`, { ...noAuth, kind: 'inherit' }),
-        request('As a user', `${apiBase}/me`, oauth('password', { username: 'ada', password: 'pw' })),
-        request('Browser only', `${apiBase}/x`, oauth('authorizationCode', { authURL: `${issuer.issuer.url}/authorize` })),
-        request('Plain bearer', `${apiBase}/y`, { ...noAuth, kind: 'bearer', token: 't' }),
-      ],
-    }],
-  }));
+  writeFileSync(join(folder, 'workspace.json'), JSON.stringify({ version: 1, environments: [], collections: [{
+    id: upper(), name: 'Secured', auth: oauth('clientCredentials'), items: [
+      request('Machine call', `${apiBase}/data`, { ...noAuth, kind: 'inherit' }),
+      request('As a user', `${apiBase}/me`, oauth('password', { username: 'ada', password: 'pw' })),
+      request('Browser only', `${apiBase}/x`, oauth('authorizationCode', { authURL: `${issuer.issuer.url}/authorize` })),
+      request('Plain bearer', `${apiBase}/y`, { ...noAuth, kind: 'bearer', token: 't' }),
+    ] }] }));
   const { client } = await connect(t, folder);
-  return { call: (args) => callTool(client, 'oauth_token', args), send: (name) => callTool(client, 'send_request', { request: name }), grants, seen, folder };
+  const call = (args) => callTool(client, 'oauth_token', args);
+  return { call, send: (name) => callTool(client, 'send_request', { request: name }), grants, lastAuthorization };
 }
 
 test('client credentials: obtained, refreshed by running the grant again, and sent', async (t) => {
-  const { call, send, grants, seen, folder } = await setUp(t);
+  const { call, send, grants, lastAuthorization } = await setUp(t);
   assert.equal((await call({ collection: 'Secured' })).text, 'No token yet. Use action=new.');
 
-  const created = JSON.parse((await call({ request: 'Machine call', action: 'new' })).text);
-  assert.equal(created.owner, 'Machine call');
-  assert.equal(created.grant, 'clientCredentials');
-  assert.equal(created.valid, true);
-  assert.equal(created.hasRefreshToken, false);
-  assert.equal(created.accessToken, '••••••');
-  assert.equal(created.scope, 'read');
+  const { owner, grant, valid, hasRefreshToken, accessToken, scope } = JSON.parse((await call({ request: 'Machine call', action: 'new' })).text);
+  assert.deepEqual({ owner, grant, valid, hasRefreshToken, accessToken, scope },
+    { owner: 'Machine call', grant: 'clientCredentials', valid: true, hasRefreshToken: false, accessToken: '••••••', scope: 'read' });
   assert.deepEqual(grants, ['client_credentials']);
-  assert.equal((statSync(join(folder, 'oauth-tokens.json')).mode & 0o777), 0o600);
 
   const refreshed = JSON.parse((await call({ collection: 'Secured', action: 'refresh', reveal: true })).text);
-  assert.deepEqual(grants, ['client_credentials', 'client_credentials']);
-  assert.equal(refreshed.owner, 'Secured');
+  assert.deepEqual([grants, refreshed.owner], [['client_credentials', 'client_credentials'], 'Secured']);
 
-  const result = await send('Machine call');
-  assert.equal(result.isError, false, result.text);
-  assert.equal(seen.at(-1), `Bearer ${refreshed.accessToken}`);
-  assert.equal(grants.length, 2, 'a fresh cached token is reused, not fetched again');
+  // A fresh cached token is reused, not fetched again.
+  const { isError } = await send('Machine call');
+  assert.deepEqual([isError, lastAuthorization(), grants.length], [false, `Bearer ${refreshed.accessToken}`, 2]);
   assert.equal((await call({ collection: 'Secured', action: 'clear' })).text, 'Cleared the cached OAuth 2 token for Secured');
-  assert.equal(JSON.parse(readFileSync(join(folder, 'oauth-tokens.json'), 'utf8')).tokens instanceof Object, true);
   assert.equal((await call({ collection: 'Secured' })).text, 'No token yet. Use action=new.');
 });
 
 test('a refresh token is used for refresh; send_request obtains a token on its own', async (t) => {
-  const { call, send, grants, seen } = await setUp(t);
-  const first = await send('As a user');
-  assert.equal(first.isError, false, first.text);
-  assert.deepEqual(grants, ['password']);
+  const { call, send, grants, lastAuthorization } = await setUp(t);
+  const { isError } = await send('As a user');
   const status = JSON.parse((await call({ request: 'As a user', reveal: true })).text);
-  assert.equal(status.hasRefreshToken, true);
-  assert.equal(seen.at(-1), `Bearer ${status.accessToken}`);
+  assert.deepEqual([isError, grants, status.hasRefreshToken, lastAuthorization()], [false, ['password'], true, `Bearer ${status.accessToken}`]);
 
   const refreshed = JSON.parse((await call({ request: 'As a user', action: 'refresh', reveal: true })).text);
   assert.deepEqual(grants, ['password', 'refresh_token']);
@@ -100,12 +78,9 @@ test('grants that need a person, other auth kinds and bad arguments fail with th
   const { call, send } = await setUp(t);
   assert.equal((await call({ request: 'Browser only' })).text,
     'No token yet. Sign in once in the Tessaline app (Auth tab \u2192 Get New Token).');
-  const needsBrowser = await call({ request: 'Browser only', action: 'new' });
-  assert.equal(needsBrowser.isError, true);
-  assert.match(needsBrowser.text, /^Error: The Authorization Code grant needs a browser sign-in\./);
-  const sent = await send('Browser only');
-  assert.equal(sent.isError, true);
-  assert.match(sent.text, /needs a browser sign-in/);
+  const needsBrowser = { text: 'Error: The Authorization Code grant needs a browser sign-in. Open Tessaline and press Get New Token.', isError: true };
+  assert.deepEqual(await call({ request: 'Browser only', action: 'new' }), needsBrowser);
+  assert.deepEqual(await send('Browser only'), needsBrowser);
 
   assert.deepEqual(await call({}), { text: 'Error: Pass request or collection', isError: true });
   assert.deepEqual(await call({ request: 'Plain bearer' }), { text: 'Error: Plain bearer uses Bearer Token, not OAuth 2.0.', isError: true });

@@ -1,47 +1,41 @@
 #include "oauth/OAuth2TokenCache.hpp"
 
+#include "TemporaryFolder.hpp"
 #include "support/AtomicFile.hpp"
-#include "support/Uuid.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sys/stat.h>
 
 namespace tessaline {
 namespace {
 
-namespace fs = std::filesystem;
-
 const Date noon = *parseISO8601("2026-01-01T12:00:00Z");
 
 OAuth2Token token(const std::string& access) {
-    return {.accessToken = access, .refreshToken = "r-" + access, .expiresAt = noon + std::chrono::hours(1),
-            .obtainedAt = noon};
+    return {.accessToken = access, .refreshToken = "r-" + access, .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon};
 }
 
 class OAuth2TokenCacheTest : public testing::Test {
 protected:
-    void TearDown() override { fs::remove_all(folder); }
-
     void writeFile(const std::string& text) const {
-        fs::create_directories(file.parent_path());
+        std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << text;
     }
-    std::string fileText() const { return atomicFile::read(file); }
-    fs::perms permissions() const { return fs::status(file).permissions() & fs::perms::mask; }
 
-    const fs::path folder = fs::temp_directory_path() / ("tessaline-tokens-" + Uuid::random().text());
-    const fs::path file = folder / "nested" / "oauth-tokens.json";
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "nested" / "oauth-tokens.json";
 };
 
-TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndTheFirstSetCreatesItPrivate) {
+TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndEveryChangeWritesIt) {
     OAuth2TokenCache cache(file);
     EXPECT_TRUE(cache.allEntries().empty());
-    EXPECT_FALSE(fs::exists(file));
+    EXPECT_FALSE(std::filesystem::exists(file));
+    cache.remove("unknown");
+    EXPECT_EQ("{\n  \"tokens\": {},\n  \"version\": 1\n}", atomicFile::read(file));
 
     cache.set(token("a"), "key1", "auth.example · app");
-    EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, permissions());
+    // The desktop client reads this file too.
     EXPECT_EQ(R"({
   "tokens": {
     "key1": {
@@ -57,24 +51,17 @@ TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndTheFirstSetCreatesItPriva
   },
   "version": 1
 })",
-              fileText());
+              atomicFile::read(file));
     EXPECT_EQ(token("a"), cache.tokenForKey("key1"));
     EXPECT_FALSE(cache.tokenForKey("other"));
 }
 
-TEST_F(OAuth2TokenCacheTest, AFileKeepsTheModeItsOwnerGaveIt) {
-    OAuth2TokenCache cache(file);
-    cache.set(token("a"), "k", "l");
-    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-    cache.set(token("b"), "k", "l");
-    EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read, permissions());
-}
-
 TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
     const std::string valid = encodeTokenCacheFile({{"k", {.token = token("a"), .label = "l"}}});
-    for (const std::string& text : {std::string(R"({"version": 1, "tokens": {}})"), std::string(R"({"tokens": {}})"),
-                                   std::string(R"({"version": 1})"), std::string("not json"), valid.substr(0, 40),
-                                   std::string(R"({"version": 1, "tokens": {"k": {"label": "l"}}})")}) {
+    const std::string cut = valid.substr(0, 40);
+    for (const std::string text : {R"({"version": 1, "tokens": {}})", R"({"tokens": {}})", R"({"version": 1})", "not json", cut.c_str(),
+                                   R"({"version": 1, "tokens": {"k": {"label": "l"}}})",
+                                   R"({"version": 1, "tokens": {"k": {"label": "l", "token": {"accessToken": "a"}}}})"}) {
         writeFile(text);
         EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty()) << text;
     }
@@ -82,68 +69,39 @@ TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
     EXPECT_EQ(1u, OAuth2TokenCache(file).allEntries().size());
 }
 
-TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWrites) {
+// The desktop client and the server share the file without telling each other.
+TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesADamagedOneEmpties) {
     OAuth2TokenCache desktop(file);
     OAuth2TokenCache server(file);
     desktop.set(token("a"), "k", "l");
     EXPECT_EQ(token("a"), server.tokenForKey("k"));
-
     server.set(token("b"), "k", "l");
     server.set(token("c"), "k2", "l2");
     EXPECT_EQ(token("b"), desktop.tokenForKey("k"));
-    EXPECT_EQ(2u, desktop.allEntries().size());
-
     desktop.remove("k");
-    EXPECT_FALSE(server.tokenForKey("k"));
-    EXPECT_EQ(token("c"), server.tokenForKey("k2"));
-}
+    EXPECT_EQ((OAuth2TokenCache::Entries{{"k2", {.token = token("c"), .label = "l2"}}}), server.allEntries());
 
-TEST_F(OAuth2TokenCacheTest, ADamagedRewriteEmptiesAndAGoodOneIsAdopted) {
-    OAuth2TokenCache cache(file);
-    cache.set(token("a"), "k", "l");
     writeFile("{\"version\": 1, \"tok");
-    EXPECT_FALSE(cache.tokenForKey("k"));
+    EXPECT_FALSE(desktop.tokenForKey("k2"));
     writeFile(encodeTokenCacheFile({{"k", {.token = token("z"), .label = "other"}}}));
-    EXPECT_EQ(token("z"), cache.tokenForKey("k"));
-    EXPECT_EQ("other", cache.allEntries().at("k").label);
-}
-
-TEST_F(OAuth2TokenCacheTest, RemovingAnUnknownKeyStillWritesTheFile) {
-    OAuth2TokenCache cache(file);
-    cache.remove("unknown");
-    EXPECT_EQ("{\n  \"tokens\": {},\n  \"version\": 1\n}", fileText());
-}
-
-TEST_F(OAuth2TokenCacheTest, RemoveAllDiscardsWithoutReadingTheFile) {
-    OAuth2TokenCache cache(file);
-    cache.set(token("a"), "k", "l");
+    EXPECT_EQ((OAuth2TokenCache::Entries{{"k", {.token = token("z"), .label = "other"}}}), desktop.allEntries());
+    // Emptying the cache discards what another program wrote without reading it first.
     writeFile(encodeTokenCacheFile({{"x", {.token = token("x"), .label = "x"}}}));
-    cache.removeAll();
+    desktop.removeAll();
     EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty());
 }
 
 TEST_F(OAuth2TokenCacheTest, AFailedWriteKeepsTheEntriesForTheNextOne) {
-    fs::create_directories(folder);
     std::ofstream(folder / "nested") << "a file where the folder should be";
     OAuth2TokenCache cache(file);
     cache.set(token("a"), "k", "l");
     EXPECT_EQ(token("a"), cache.tokenForKey("k"));
     EXPECT_EQ("Couldn't save OAuth 2 tokens: Could not write “" + file.string() + "”: Not a directory", cache.saveFailure());
 
-    fs::remove(folder / "nested");
+    std::filesystem::remove(folder / "nested");
     cache.set(token("b"), "k2", "l");
     EXPECT_FALSE(cache.saveFailure());
     EXPECT_EQ(2u, OAuth2TokenCache(file).allEntries().size());
-}
-
-TEST_F(OAuth2TokenCacheTest, WithoutAFileTheCacheLivesInMemory) {
-    OAuth2TokenCache cache(std::nullopt);
-    cache.set(token("a"), "k", "l");
-    cache.set(token("b"), "k", "l2");
-    EXPECT_EQ(token("b"), cache.tokenForKey("k"));
-    EXPECT_EQ("l2", cache.allEntries().at("k").label);
-    cache.removeAll();
-    EXPECT_TRUE(cache.allEntries().empty());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -26,6 +27,8 @@ public:
 
     ~BasicLocalHTTPServer() {
         if (!thread.joinable()) return;
+        // Before the thread listens, stop() does nothing and the thread would listen for ever.
+        while (!http.is_running() && !finished) std::this_thread::yield();
         http.stop();
         thread.join();
     }
@@ -34,7 +37,10 @@ public:
     // server is usable as soon as this returns.
     void start() {
         port = http.bind_to_any_port("127.0.0.1");
-        thread = std::thread([this] { http.listen_after_bind(); });
+        thread = std::thread([this] {
+            http.listen_after_bind();
+            finished = true;
+        });
     }
 
     std::string url(std::string_view path = "/") const {
@@ -46,6 +52,7 @@ public:
 
 private:
     int port = 0;
+    std::atomic<bool> finished = false;
     std::thread thread;
 };
 
