@@ -1,32 +1,10 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-namespace tessaline {
-
-// What a status code means and what to try, shown beside a response.
-struct StatusGuide {
-    int code = 0;
-    std::string title;
-    std::string summary;
-    std::vector<std::string> tips;
-
-    // The reference page for the code on the documentation host.
-    std::string docsURL() const;
-
-    bool operator==(const StatusGuide&) const = default;
-};
-
-namespace httpStatus {
-
-inline constexpr const char* docsHost = "https://developer.mozilla.org";
+namespace tessaline::httpStatus {
 
 // The registered reason phrase of a code; empty for a code nobody registered.
 std::string reasonPhrase(int code);
 
-// The guide for a code: its own texts where it has them, else those of its class.
-StatusGuide guide(int code);
-
-}  // namespace httpStatus
-}  // namespace tessaline
+}  // namespace tessaline::httpStatus

@@ -1,3 +1,5 @@
+#include "pipeline/StatusGuide.hpp"
+
 #include "pipeline/HTTPStatus.hpp"
 
 #include <gtest/gtest.h>
@@ -5,7 +7,7 @@
 namespace tessaline {
 namespace {
 
-TEST(HTTPStatusTest, PhraseAndGuideOfRegisteredAndUnregisteredCodes) {
+TEST(StatusGuideTest, PhraseAndGuideOfRegisteredAndUnregisteredCodes) {
     const struct {
         int code;
         const char* phrase;
