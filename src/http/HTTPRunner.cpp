@@ -20,7 +20,7 @@ CurlEasy::Request exchange(const ResolvedRequest& resolved, const APIRequest& or
     const bool hasUserAgent = std::any_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
         return caseInsensitive::equal(header.first, "User-Agent");
     });
-    if (!hasUserAgent) request.headers.emplace_back("User-Agent", HTTPRunner::userAgent);
+    if (!hasUserAgent) request.headers.emplace_back("User-Agent", CurlEasy::userAgent);
     return request;
 }
 

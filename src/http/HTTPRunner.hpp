@@ -15,10 +15,9 @@ namespace tessaline {
 // an empty body and `error` set, so that every send leaves a history entry.
 class HTTPRunner {
 public:
-    // Sent when the request has no User-Agent of its own (compared ignoring case).
-    static constexpr std::string_view userAgent = "Tessaline/1.0";
-
     // Blocks until the exchange ends; separate sends may run on separate threads at once.
+    // A request without a User-Agent of its own (compared ignoring case) is sent with
+    // CurlEasy::userAgent.
     // Redirects are followed when `original.followRedirects` says so, and `original.timeout`
     // bounds connecting and any stretch in which no data moves (non-positive: 60 s). The
     // response keeps the final answer's headers, a repeated name merged into one value joined

@@ -16,7 +16,7 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
         .url = url,
         .headers = {{"Content-Type", "application/x-www-form-urlencoded"},
                     {"Accept", "application/json"},
-                    {"User-Agent", "Tessaline/1.0"}},
+                    {"User-Agent", std::string(CurlEasy::userAgent)}},
         .timeout = 60,
     };
     if (resolved.clientAuth == OAuth2ClientAuth::basicHeader && !resolved.clientSecret.empty()) {

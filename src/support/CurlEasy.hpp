@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -71,6 +72,9 @@ public:
     static constexpr std::size_t bodyLimit = 10 << 20;
     // Redirects followed before the exchange fails: as many as any browser follows.
     static constexpr long maximumRedirects = 20;
+    // What the client calls itself, on sends without a User-Agent of their own and on its
+    // own OAuth 2 posts.
+    static constexpr std::string_view userAgent = "Tessaline/1.0";
 
     // Throws std::bad_alloc when libcurl cannot allocate a handle, Error when it cannot be loaded.
     CurlEasy();
