@@ -33,7 +33,8 @@ cmake --build "$build" >/dev/null
 (cd tests/e2e && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
 
 restore=""
-trap '[ -n "$restore" ] && mv "$restore.orig" "$restore"' EXIT
+# cp, not mv: the restored file must be newer than the faulty object, or the next build keeps it.
+trap '[ -n "$restore" ] && cp "$restore.orig" "$restore" && rm -f "$restore.orig"' EXIT
 trap 'exit 130' INT TERM  # through the EXIT trap, which puts the file back
 
 # Replaces the one occurrence of $2 in file $1 with $3; fails when it is not there exactly once.
