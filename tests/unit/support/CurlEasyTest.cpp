@@ -109,5 +109,13 @@ TEST(CurlEasyFailureTest, StopsAnExchangeThatTricklesPastFourTimesItsTimeOut) {
               send({.url = trickling.url(), .timeout = 0.5}));
 }
 
+// A time-out of zero stands for the default, so an answer that keeps the client waiting a
+// second and a half still arrives.
+TEST(CurlEasyFailureTest, TakesAZeroTimeOutForTheDefault) {
+    CannedHTTPServer slow(answerWith("", "x"), std::chrono::milliseconds(1500));
+    EXPECT_EQ((CurlEasy::Response{.status = 200, .headers = {{"Content-Length", "1"}}, .body = "x", .bodyBytes = 1}),
+              send({.url = slow.url(), .timeout = 0}));
+}
+
 }  // namespace
 }  // namespace tessaline
