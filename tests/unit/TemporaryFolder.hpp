@@ -2,9 +2,11 @@
 
 #include "support/Uuid.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace tessaline {
 
@@ -27,5 +29,13 @@ public:
 
     const std::filesystem::path path;
 };
+
+// The names in a folder, sorted: what a test expects to find after the code under test wrote.
+inline std::vector<std::string> entries(const std::filesystem::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 }  // namespace tessaline

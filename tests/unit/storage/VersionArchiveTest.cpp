@@ -131,19 +131,5 @@ TEST(VersionArchiveThinningTest, KeepsTheNewestOfEachDayThenOfEachWeek) {
     }
 }
 
-TEST_F(VersionArchiveTest, PruneDeletesOnlyExpiredSnapshots) {
-    const Date now = sys_days{2025y / March / 20} + 12h;
-    const auto march10 = sys_days{2025y / March / 10};
-    archive.save("1", "early", march10 + 8h);
-    archive.save("2", "evening", march10 + 20h);
-    archive.save("3", "an hour ago", now - 1h);
-    touch("20250101T000000.000Z~old.txt");
-    touch("garbage.json");
-    archive.prune(now, *calendarIn("UTC"));
-    EXPECT_EQ((std::vector<std::string>{"an hour ago", "evening"}), reasons());
-    EXPECT_TRUE(std::filesystem::exists(archive.folder() / "20250101T000000.000Z~old.txt"));
-    EXPECT_TRUE(std::filesystem::exists(archive.folder() / "garbage.json"));
-}
-
 }  // namespace
 }  // namespace tessaline

@@ -16,13 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-std::vector<std::string> entries(const fs::path& where) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(where)) names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 std::vector<std::string> collectionNames(const Workspace& workspace) {
     std::vector<std::string> names;
     for (const auto& collection : workspace.collections) names.push_back(collection.name);
@@ -113,6 +106,7 @@ TEST_F(WorkspaceStoreTest, OpeningRemovesStaleTemporariesAndThinsTheArchive) {
     const Date tenDaysAgo = std::chrono::floor<std::chrono::days>(now) - std::chrono::days(10) + 12h;
     archive.save("1", "first", tenDaysAgo);
     archive.save("2", "second", tenDaysAgo + 1s);  // the newest of its day
+    writeFile("versions/notes.json", "not a snapshot");
     auto store = open();
     store->workspace();  // the folder is opened on first use
     EXPECT_EQ(std::vector<std::string>{"second"}, reasons(*store));
@@ -120,6 +114,7 @@ TEST_F(WorkspaceStoreTest, OpeningRemovesStaleTemporariesAndThinsTheArchive) {
     EXPECT_EQ((std::vector<std::string>{".notes.tmp", ".workspace.json.ba9876543210.tmp", "history", "versions",
                                         "workspace.json"}),
               entries(folder.path));
+    EXPECT_TRUE(fs::exists(folder / "versions" / "notes.json"));
 }
 
 // Newest first, at most twenty-five, what another process recorded meanwhile kept, and a
