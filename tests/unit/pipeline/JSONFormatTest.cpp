@@ -46,16 +46,6 @@ TEST(JSONFormatTest, MalformedTextIsLaidOutAsFarAsItGoes) {
     EXPECT_EQ("{\n\xEF\xBF\xBD\"a\": 1\n}", JSONFormat::prettyPrinted("{\"a\":1}", "\xFF"));
 }
 
-TEST(JSONFormatTest, IsValidFollowsTheStrictGrammar) {
-    for (const char* valid : {"1", "\"s\"", "null", " [1, {\"a\": -0.5e3}] ", "{}"}) {
-        EXPECT_TRUE(JSONFormat::isValid(valid)) << valid;
-    }
-    for (const char* invalid : {"", " ", "{\"a\":1,}", "[1,]", "01", "1-2e", "'a'", "[1] x", "\"\x01\"", "\"\\q\""}) {
-        EXPECT_FALSE(JSONFormat::isValid(invalid)) << invalid;
-    }
-    EXPECT_FALSE(JSONFormat::isValid(std::string("[1]\0", 4)));
-}
-
 // The fuzzers hold formatting and the tree to keeping what they read; the validator is held
 // to the parsing suite's verdicts here.
 TEST(JSONFormatTest, IsValidTakesTheParsingSuitesVerdicts) {
@@ -67,6 +57,7 @@ TEST(JSONFormatTest, IsValidTakesTheParsingSuitesVerdicts) {
         ++checked;
     }
     EXPECT_EQ(95u + 188u, checked);
+    EXPECT_FALSE(JSONFormat::isValid(std::string("[1]\0", 4)));  // the whole text counts, not up to a NUL
 }
 
 }  // namespace
