@@ -1,14 +1,13 @@
-// A server that saves in a loop, killed with SIGKILL at random moments: the workspace file
-// must always hold a whole state, old or new, never an empty, partial or mixed one; no change
-// the server acknowledged may be lost; and the temporaries of interrupted saves are removed
-// when the folder is opened again.
+// A server saving in a loop, killed at random moments, leaves a whole workspace.json, old or
+// new, that loses no acknowledged change; reopening removes the interrupted saves' temporaries.
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
+import { once } from 'node:events';
 import { existsSync, readFileSync, readdirSync, utimesSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as sleep } from 'node:timers/promises';
-import { binary, run, temporaryFolder } from './harness.mjs';
+import { binary, collected, run, temporaryFolder } from './harness.mjs';
 
 const kills = 60;
 const set = (id) => JSON.stringify({ jsonrpc: '2.0', id, method: 'tools/call',
@@ -22,22 +21,16 @@ test(`workspace.json survives ${kills} kills in the middle of saving`, async (t)
   await run(['--workspace', folder], set(sent));  // the sample, saved once
   for (let round = 0; round < kills; round++) {
     const child = spawn(binary, ['--workspace', folder], { stdio: ['pipe', 'pipe', 'ignore'] });
-    const closed = new Promise((resolve) => child.on('close', resolve));
-    let acknowledged = 0;
-    let replies = '';
-    const answering = new Promise((resolve) => child.stdout.on('data', (chunk) => {
-      const lines = (replies + chunk).split('\n');
-      replies = lines.pop();
-      for (const reply of lines.map((line) => JSON.parse(line))) if (!reply.result.isError) acknowledged = Math.max(acknowledged, reply.id);
-      resolve();
-    }));
+    const [closed, replies] = [new Promise((resolve) => child.on('close', resolve)), collected(child.stdout)];
     child.stdin.on('error', () => {});
     child.stdin.write(Array.from({ length: 400 }, () => set(++sent)).join(''));
     // The kill lands at a random moment of the saves, however long the server took to start.
-    await Promise.race([answering, closed]);
+    await Promise.race([once(child.stdout, 'data'), closed]);
     await sleep(Math.random() * 20);
     child.kill('SIGKILL');
     await closed;
+    const acknowledged = Math.max(0, ...(await replies).split('\n').slice(0, -1).map((line) => JSON.parse(line))
+      .filter((reply) => !reply.result.isError).map((reply) => reply.id));
 
     const text = readFileSync(join(folder, 'workspace.json'), 'utf8');
     let workspace;

@@ -1,7 +1,7 @@
-// Shared helpers of the end-to-end tests: the binary under test, temporary workspaces, a
-// line-oriented driver of the server through its pipes, and a local HTTP server.
+// Shared helpers: the binary under test, temporary folders, pipe and SDK drivers, an HTTP server.
 import { spawn } from 'node:child_process';
 import { createServer } from 'node:http';
+import { randomUUID } from 'node:crypto';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -17,65 +17,54 @@ export function temporaryFolder(t) {
   return folder;
 }
 
-// Runs the binary with the given arguments and input; resolves with its exit status and
-// everything it wrote.
-export function run(args, input = '', env = {}) {
-  return new Promise((resolve, reject) => {
-    const child = spawn(binary, args, { env: { ...process.env, ...env } });
-    const stdout = [];
-    const stderr = [];
-    child.stdout.on('data', (chunk) => stdout.push(chunk));
-    child.stderr.on('data', (chunk) => stderr.push(chunk));
-    child.on('error', reject);
-    child.on('close', (status) =>
-      resolve({ status, stdout: Buffer.concat(stdout).toString('utf8'), stderr: Buffer.concat(stderr).toString('utf8') }),
-    );
-    child.stdin.on('error', () => {});  // a program that exits without reading closes the pipe
-    child.stdin.end(input);
-  });
+// Ids and whole request items of workspace.json, as the desktop client writes them.
+export const id = () => randomUUID().toUpperCase();
+export const noAuth = { kind: 'none', token: '', username: '', password: '', apiKeyName: 'X-API-Key', apiKeyValue: '', apiKeyIn: 'header' };
+export const storedRequest = (name, url, fields = {}) => ({ request: { _0: { id: id(), name, method: 'GET', url, query: [], headers: [],
+  body: { kind: 'none', raw: '', form: [] }, auth: noAuth, notes: '', followRedirects: true, timeout: 10, ...fields } } });
+
+// The text a stream wrote, once it ends.
+export const collected = (stream) => new Promise((resolve) => {
+  const chunks = [];
+  stream.on('data', (chunk) => chunks.push(chunk)).on('end', () => resolve(Buffer.concat(chunks).toString('utf8')));
+});
+
+// Runs the binary, through `command` when given, with the given arguments and input.
+export async function run(args, input = '', env = {}, command = [binary]) {
+  const child = spawn(command[0], [...command.slice(1), ...args], { env: { ...process.env, ...env } });
+  const status = new Promise((resolve, reject) => child.on('error', reject).on('close', resolve));
+  child.stdin.on('error', () => {});  // a program that exits without reading closes the pipe
+  child.stdin.end(input);
+  const [stdout, stderr] = await Promise.all([collected(child.stdout), collected(child.stderr)]);
+  return { status: await status, stdout, stderr };
 }
 
-// An SDK client connected to a fresh server on the given workspace folder. stderr is piped
-// so that tests can assert that the server wrote nothing to it.
-export async function connect(t, workspace, env = {}) {
-  const transport = new StdioClientTransport({
-    command: binary,
-    args: ['--workspace', workspace],
-    env: { ...process.env, ...env },
-    stderr: 'pipe',
-  });
+// An SDK client of a fresh server on the given folder; stderr is kept to assert it stays empty.
+export async function connect(t, workspace) {
+  const transport = new StdioClientTransport({ command: binary, args: ['--workspace', workspace], env: process.env, stderr: 'pipe' });
   const stderr = [];
   transport.stderr.on('data', (chunk) => stderr.push(chunk));
   const client = new Client({ name: 'tessaline-e2e', version: '1.0.0' });
   await client.connect(transport);
   t.after(() => client.close());
-  return { client, stderr: () => Buffer.concat(stderr).toString('utf8') };
+  // The text of a tool result, and whether it is an error.
+  const call = async (name, args = {}) => {
+    const result = await client.callTool({ name, arguments: args });
+    return { text: result.content[0].text, isError: result.isError };
+  };
+  return { client, call, stderr: () => Buffer.concat(stderr).toString('utf8') };
 }
 
-// The text of a tool result, and whether it is an error.
-export async function callTool(client, name, args = {}) {
-  const result = await client.callTool({ name, arguments: args });
-  return { text: result.content[0].text, isError: result.isError };
-}
-
-// An HTTP server on 127.0.0.1 at a free port, closed when the test ends. Every request is
-// recorded whole (method, target, headers, body as a Buffer) before `answer(request, response)`
-// is called with the record and the response to write; by default it answers 200 "ok".
+// An HTTP server on 127.0.0.1, closed when the test ends, that records each request whole (the
+// body as a Buffer) in `arrivals`, then calls `answer(record, response)`.
 export async function localServer(t, answer = (_request, response) => response.end('ok')) {
   const arrivals = [];
-  const server = createServer((request, response) => {
-    const chunks = [];
-    request.on('data', (chunk) => chunks.push(chunk));
-    request.on('end', () => {
-      const arrival = { method: request.method, target: request.url, headers: request.headers, body: Buffer.concat(chunks) };
-      arrivals.push(arrival);
-      answer(arrival, response);
-    });
+  const server = createServer(async (request, response) => {
+    const arrival = { method: request.method, target: request.url, headers: request.headers, body: Buffer.concat(await request.toArray()) };
+    arrivals.push(arrival);
+    answer(arrival, response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  t.after(() => {
-    server.closeAllConnections();
-    server.close();
-  });
-  return { base: `http://127.0.0.1:${server.address().port}`, arrivals, server };
+  t.after(() => server.close().closeAllConnections());
+  return { base: `http://127.0.0.1:${server.address().port}`, arrivals };
 }
