@@ -1,5 +1,8 @@
 #include "oauth/OAuth2ResolvedConfig.hpp"
 
+#include "oauth/CachedTokenLookup.hpp"
+#include "oauth/OAuth2RedirectMode.hpp"
+
 #include <gtest/gtest.h>
 
 namespace tessaline {
@@ -63,6 +66,42 @@ TEST(OAuth2ResolvedConfigTest, CacheKeyHashesTheIdentifyingFields) {
         changes[i](changed);
         EXPECT_NE(config.cacheKey(), changed.cacheKey()) << "change " << i;
     }
+}
+
+// The settings are resolved to find their slot: where the token goes and blanks around the
+// client id do not count, the scope and the variables' values do.
+TEST(CachedTokenLookupTest, FindsTheTokenOfTheResolvedSettingsAndItsIDTokenWhenAsked) {
+    const OAuth2Config settings{.grant = OAuth2Grant::clientCredentials, .tokenURL = "https://{{host}}/token", .clientID = " app "};
+    const VariableResolver resolver{.scopes = {{{.key = "host", .value = "auth.test"}}}};
+    OAuth2TokenCache cache(std::nullopt);
+    const auto key = resolved(settings, resolver).cacheKey();
+    cache.set({.accessToken = "access", .idToken = "id"}, key, "label");
+    const auto lookup = cachedTokenLookup(cache);
+
+    auto same = settings;
+    same.placement = OAuth2TokenPlacement::query;
+    same.clientID = "app";
+    EXPECT_EQ("access", lookup(same, resolver));
+    EXPECT_EQ(std::nullopt, lookup(settings, VariableResolver{.scopes = {{{.key = "host", .value = "other.test"}}}}));
+    same.useIDToken = true;
+    EXPECT_EQ("id", lookup(same, resolver));
+    cache.set({.accessToken = "access"}, key, "label");
+    EXPECT_EQ("access", lookup(same, resolver));
+    same.scope = "admin";
+    EXPECT_EQ(std::nullopt, lookup(same, resolver));
+}
+
+TEST(OAuth2RedirectModeTest, PlainHTTPToThisMachineIsLoopbackAnotherSchemeIsCustomAndTheRestEmbedded) {
+    using Mode = OAuth2RedirectMode;
+    const std::pair<const char*, Mode::Value> cases[] = {
+        {"http://localhost:8080", Mode::Loopback{8080, "/"}},      {"HTTP://LOCALHOST/cb?x=1", Mode::Loopback{std::nullopt, "/cb"}},
+        {"http://[::1]:53682/", Mode::Loopback{53682, "/"}},        {"https://127.0.0.1/cb", Mode::Embedded{}},
+        {"http://example.com/cb", Mode::Embedded{}},                {"http://local host/", Mode::Embedded{}},
+        {"/callback", Mode::Embedded{}},                            {"1app://x", Mode::Embedded{}},
+        {"MyApp://cb", Mode::CustomScheme{"myapp"}},                {"a+b-c:x", Mode::CustomScheme{"a+b-c"}},
+        {"com.Example.app:/oauth2redirect", Mode::CustomScheme{"com.example.app"}},
+    };
+    for (const auto& [uri, expected] : cases) EXPECT_EQ(Mode(expected), Mode(uri)) << uri;
 }
 
 }  // namespace
