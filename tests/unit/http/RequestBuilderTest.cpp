@@ -1,12 +1,15 @@
 #include "http/RequestBuilder.hpp"
+#include "http/HTTPRunner.hpp"
 
 #include "TemporaryFolder.hpp"
 #include "ThrownText.hpp"
+#include "support/CannedHTTPServer.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
 
 namespace tessaline {
 namespace {
@@ -15,6 +18,13 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 KeyValue row(std::string key, std::string value, bool enabled = true) {
     return {.key = std::move(key), .value = std::move(value), .enabled = enabled};
+}
+
+// The rows without their ids, which are new in every record.
+Pairs pairs(const std::vector<KeyValue>& rows) {
+    Pairs result;
+    for (const auto& row : rows) result.emplace_back(row.key, row.value);
+    return result;
 }
 
 VariableResolver variables(std::vector<KeyValue> rows) { return {.scopes = {std::move(rows)}}; }
@@ -28,11 +38,7 @@ std::string failure(const APIRequest& request) {
 }
 
 TEST(RequestBuilderURLTest, JoinsRelativeURLsToTheBaseURLAndEscapesWhatCannotStandInAURL) {
-    const struct {
-        const char* base;
-        const char* url;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {  // the base URL, the URL and the joined one
         {"https://h.test/api/", "/users", "https://h.test/api/users"},
         {"https://h.test/api/", "users", "https://h.test/api/users"},
         {"https://h.test/api/", "", "https://h.test/api"},
@@ -91,11 +97,7 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token)
     };
     const auto oauth2 = [](std::optional<OAuth2Config> settings) { return Auth{.kind = AuthKind::oauth2, .oauth2 = std::move(settings)}; };
     const auto query = OAuth2TokenPlacement::query;
-    const struct {
-        Auth auth;
-        Pairs added;
-        const char* url;
-    } cases[] = {
+    const std::tuple<Auth, Pairs, const char*> cases[] = {  // the auth, the headers it adds and the URL
         {Auth::none(), {}, "https://h.test/"},
         {{.kind = AuthKind::bearer, .token = "{{secret}}"}, {{"Authorization", "Bearer s3"}}, "https://h.test/"},
         {{.kind = AuthKind::basic, .username = "{{user}}", .password = "pa:ss"}, {{"Authorization", "Basic dXNlcjpwYTpzcw=="}}, "https://h.test/"},
@@ -123,13 +125,8 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token)
 }
 
 TEST(RequestBuilderBodyTest, EncodesBodiesWithTheirDefaultContentTypeWhereTheMethodTakesOne) {
-    const struct {
-        HTTPMethod method;
-        RequestBody body;
-        std::vector<KeyValue> headers;
-        std::optional<std::string> sent;
-        Pairs sentHeaders;
-    } cases[] = {
+    // The method, body and headers, and the body and headers sent.
+    const std::tuple<HTTPMethod, RequestBody, std::vector<KeyValue>, std::optional<std::string>, Pairs> cases[] = {
         {HTTPMethod::post, {.kind = BodyKind::json, .raw = "<a>{{v}}</a>"}, {}, "<a>=</a>", {{"Content-Type", "application/json"}}},
         {HTTPMethod::put, {.kind = BodyKind::text, .raw = "<a>{{v}}</a>"}, {}, "<a>=</a>", {{"Content-Type", "text/plain"}}},
         {HTTPMethod::delete_, {.kind = BodyKind::xml, .raw = "<a>{{v}}</a>"}, {}, "<a>=</a>", {{"Content-Type", "application/xml"}}},
@@ -172,6 +169,35 @@ TEST(RequestBuilderBodyTest, WritesEachMultipartFieldAsAPartAndFilesWithTheirByt
     const auto missing = (folder / "missing.bin").string();
     EXPECT_EQ("Could not read “" + missing + "”: No such file or directory",
               failure({.method = HTTPMethod::post, .url = "h.test", .body = {.kind = BodyKind::multipart, .form = {row("f", "@" + missing)}}}));
+}
+
+TEST(HTTPRunnerTest, RecordsTheRequestAsSentAndTheAnswerWithItsFieldsSortedIgnoringCase) {
+    const std::string bytes("\xff\xfe\0body", 7);
+    CannedHTTPServer server("HTTP/1.1 201 Created\r\nX-Id: 7\r\ndate: today\r\nSet-Cookie: a=1\r\nContent-Length: 7\r\nset-cookie: b=2\r\n\r\n" + bytes);
+    const APIRequest original{.name = "Upload"};
+    const ResolvedRequest resolved{.method = HTTPMethod::post, .url = server.url("/echo"), .headers = {{"Content-Type", "text/plain"}, {"X-Tag", "a"}},
+                                   .body = bytes, .bodyKind = BodyKind::text, .bodyText = "readable"};
+    const auto before = std::chrono::system_clock::now();
+    auto response = HTTPRunner().send(resolved, original);
+    EXPECT_LE(before, response.sentAt);
+    EXPECT_LE(response.sentAt, std::chrono::system_clock::now());
+    EXPECT_GT(response.duration, 0);
+    EXPECT_NE(response.id, HTTPRunner().send(resolved, original).id);
+
+    EXPECT_EQ(resolved.headers, pairs(response.requestHeaders));
+    EXPECT_EQ((Pairs{{"Content-Length", "7"}, {"date", "today"}, {"Set-Cookie", "a=1, b=2"}, {"X-Id", "7"}}), pairs(response.headers));
+    response.requestHeaders.clear();
+    response.headers.clear();
+    EXPECT_EQ((StoredResponse{.id = response.id, .requestID = original.id, .sentAt = response.sentAt, .method = HTTPMethod::post,
+                              .url = server.url("/echo"), .requestBody = "readable", .status = 201, .body = bytes, .duration = response.duration}),
+              response);
+}
+
+// The end-to-end tests see the runner's own user agent sent.
+TEST(HTTPRunnerTest, ARequestsOwnUserAgentReplacesTheRunners) {
+    CannedHTTPServer server("HTTP/1.1 204 No Content\r\n\r\n");
+    HTTPRunner().send({.url = server.url(), .headers = {{"user-AGENT", "Mine/2"}}}, {});
+    EXPECT_EQ(std::string::npos, server.lastRequest().find("Tessaline")) << server.lastRequest();
 }
 
 }  // namespace
