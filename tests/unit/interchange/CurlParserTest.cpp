@@ -70,7 +70,6 @@ TEST(CurlParserTest, InfersMethodBodyKindAndRowsAsCurlSends) {
         // No data option, no body: nothing that would add a Content-Type.
         {"curl -X POST https://x/u", {"POST /u", "https://x/u"}},
         {"curl -X PUT -G -d a=1 https://x/u", {"PUT /u", "https://x/u?a=1"}},
-        {"curl -G -d a=1 --data-urlencode 'b=x y' https://x/s?q=1", {"GET /s", "https://x/s?q=1&a=1&b=x+y"}},
         {"curl -G -I -d a=1 https://x/s", {"HEAD /s", "https://x/s?a=1"}},
         {"curl --url-query 'a=x y' --url-query '+b=x y' https://x/s", {"GET /s", "https://x/s?a=x+y&b=x y"}},
         {"curl -H 'X-A:  one two ' -H 'X-Empty;' -H 'Accept:' -H 'bad' -A 'agent/1' -e 'https://ref/;auto' -b 'a=1' -b cookies.txt -b 'b=2' https://x",
@@ -115,10 +114,15 @@ TEST(CurlParserTest, ReadsFilesAsCurlDoes) {
 TEST(CurlParserTest, ExplainsWhatItCannotRead) {
     const TemporaryFolder folder;
     const auto missing = (folder / "missing").string();
+    const std::string unclosed = "The curl command has a quote that is never closed.";
     const std::pair<std::string, std::string> cases[] = {
         {"", "Not a curl command: it must start with curl."},
         {"https://x", "Not a curl command: it must start with curl."},
         {"curl -v", "The curl command has no URL."},
+        {"curl 'abc", unclosed},
+        {"curl \"abc", unclosed},
+        {"curl $'abc", unclosed},
+        {"curl ^\"x^\" \"abc", unclosed},
         {"curl https://x -H", "The curl option -H needs a value."},
         {"curl https://x --data", "The curl option --data needs a value."},
         {"curl -X PROPFIND https://x", "Unsupported HTTP method “PROPFIND”: use GET, POST, PUT, PATCH, DELETE, HEAD or OPTIONS."},
@@ -158,12 +162,6 @@ TEST(ShellWordsTest, GivesTheWordsTheShellWould) {
         {"curl x ^", {"curl", "x"}},
     };
     for (const auto& [text, words] : cases) EXPECT_EQ(words, shellWords::split(text)) << text;
-}
-
-TEST(ShellWordsTest, RejectsQuotesThatAreNeverClosed) {
-    for (const char* text : {"curl 'abc", "curl \"abc", "curl $'abc", "curl ^\"x^\" \"abc"}) {
-        EXPECT_EQ("The curl command has a quote that is never closed.", thrownText([&] { shellWords::split(text); })) << text;
-    }
 }
 
 }  // namespace

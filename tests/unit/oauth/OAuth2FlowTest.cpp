@@ -4,6 +4,7 @@
 
 #include "OAuth2ServiceFixture.hpp"
 #include "oauth/LoopbackReceiver.hpp"
+#include "oauth/PKCE.hpp"
 
 #include <future>
 #include <regex>
@@ -12,6 +13,15 @@ namespace tessaline {
 namespace {
 
 using namespace std::chrono_literals;
+
+// A published verifier, made of 32 known octets, and its challenge.
+TEST(PKCETest, EncodesAKnownVerifierAndItsChallenge) {
+    const unsigned char octets[] = {116, 24,  223, 180, 151, 153, 224, 37,  79,  250, 96,  125, 216, 173, 187, 186,
+                                    22,  212, 37,  77,  105, 214, 191, 240, 91,  88,  5,   88,  83,  132, 141, 121};
+    const auto verifier = pkce::base64URL({reinterpret_cast<const char*>(octets), sizeof octets});
+    EXPECT_EQ("dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk", verifier);
+    EXPECT_EQ("E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM", pkce::challenge(verifier));
+}
 
 class AuthorizationCodeFlowTest : public OAuth2ServiceFixture {};
 
@@ -23,21 +33,13 @@ TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
     // libcurl writes the escapes of the query it re-assembles in lower case.
     EXPECT_TRUE(std::regex_match(url, std::regex("http://127\\.0\\.0\\.1:[0-9]+/authorize\\?tenant=t&response_type=code&client_id=app&redirect_uri="
                                                  "http%3a%2f%2f127.0.0.1%3a[1-9][0-9]*%2fcallback&state=[-_A-Za-z0-9]{22}&scope=openid%20profile&"
-                                                 "code_challenge=[-_A-Za-z0-9]{43}&code_challenge_method=S256&prompt=consent")))
-        << url;
+                                                 "code_challenge=[-_A-Za-z0-9]{43}&code_challenge_method=S256&prompt=consent"))) << url;
     EXPECT_EQ(1, browser.dismissals);
     EXPECT_EQ(std::vector{LoopbackReceiver::page(true)}, browser.loopbackPages);
     // The server has checked the code, the redirect URI and the verifier against the challenge.
     const auto exchange = server.requests().at(0).body;
     EXPECT_TRUE(std::regex_match(exchange, std::regex("grant_type=authorization_code&code=code-1&redirect_uri=http%3A%2F%2F127.0.0.1%3A[1-9][0-9]*"
-                                                      "%2Fcallback&code_verifier=[-_A-Za-z0-9]{43}&resource=r&client_id=app")))
-        << exchange;
-}
-
-TEST_F(AuthorizationCodeFlowTest, AFixedPortIsUsedAndTheRedirectURIKeptAsWritten) {
-    const auto port = std::to_string(LoopbackReceiver::start(std::nullopt, "/")->port());  // free once the probe is gone
-    EXPECT_EQ("token-1", obtain(authorizationCode("http://localhost:" + port)));
-    EXPECT_EQ("http://localhost:" + port, server.requests()[0].field("redirect_uri"));
+                                                      "%2Fcallback&code_verifier=[-_A-Za-z0-9]{43}&resource=r&client_id=app"))) << exchange;
 }
 
 TEST_F(AuthorizationCodeFlowTest, RedirectsThatCarryNoUsableCodeFail) {
@@ -64,13 +66,18 @@ TEST_F(AuthorizationCodeFlowTest, RedirectsThatCarryNoUsableCodeFail) {
 }
 
 // A server may answer in the fragment: what the query lacks is taken from there.
-TEST_F(AuthorizationCodeFlowTest, CustomSchemeRedirectsGoThroughTheInteractionsBrowser) {
+TEST_F(AuthorizationCodeFlowTest, CustomSchemesGoThroughTheInteractionsBrowserAndFixedPortsAreKeptAsWritten) {
     server.onAuthorize = [](const auto& q) { return q.at("redirect_uri") + "?state=" + q.at("state") + "#code=code-1&state=ignored"; };
     EXPECT_EQ("token-1", obtain(authorizationCode("tessaline://oauth/callback")));
     EXPECT_EQ((std::vector<std::pair<std::string, OAuth2RedirectMode>>{
                   {"tessaline://oauth/callback", OAuth2RedirectMode(OAuth2RedirectMode::CustomScheme{"tessaline"})}}),
               browser.signIns);
     EXPECT_TRUE(browser.prompts.empty());
+
+    server.onAuthorize = nullptr;
+    const auto port = std::to_string(LoopbackReceiver::start(std::nullopt, "/")->port());  // free once the probe is gone
+    EXPECT_EQ("token-2", obtain(authorizationCode("http://localhost:" + port)));
+    EXPECT_EQ("http://localhost:" + port, server.requests().at(1).field("redirect_uri"));
 }
 
 class DeviceFlowTest : public OAuth2ServiceFixture {};
@@ -88,7 +95,7 @@ TEST_F(DeviceFlowTest, PollsAtTheIntervalUntilATokenComesAndReadsProviderSpellin
     EXPECT_EQ(1, browser.dismissals);
 }
 
-TEST_F(DeviceFlowTest, TheFlowEndsWhenTheCodeExpiresOrThePersonCancels) {
+TEST_F(DeviceFlowTest, TheFlowEndsWhenTheCodeExpiresThePersonCancelsOrTheServerFails) {
     scriptDevice(R"({"device_code":"d","user_code":"U","verification_uri":"URI","expires_in":10,"interval":3})",
                  std::vector<std::string>(10, "authorization_pending"));
     EXPECT_EQ("Timed out waiting for the sign-in to finish.", obtain(deviceCode()));
@@ -97,9 +104,8 @@ TEST_F(DeviceFlowTest, TheFlowEndsWhenTheCodeExpiresOrThePersonCancels) {
     EXPECT_EQ("Sign-in was cancelled.", obtain(deviceCode()));
     EXPECT_EQ(3u, server.requests().size());
     EXPECT_EQ(2, browser.dismissals);
-}
+    browser.cancelOnPrompt = false;
 
-TEST_F(DeviceFlowTest, FailuresOfTheDeviceAuthorizationAndThePolls) {
     const std::string incomplete =
         "Unexpected token response: device authorization response is missing device_code, user_code or verification_uri (HTTP 200)";
     scriptDevice(R"({"device_code":"d","verification_uri":"URI"})", {});
@@ -132,7 +138,7 @@ std::string reply(std::string_view status, const std::string& body) {
 }
 
 // The wait ends when the redirect comes, and one that reports an error gets the failure page.
-TEST(LoopbackReceiverTest, StrayRequestsAreTurnedAwayAndTheRedirectIsTheOutcome) {
+TEST(LoopbackReceiverTest, StrayRequestsAreTurnedAwayAndTheWaitEndsWithTheRedirectATimeOutOrACancellation) {
     const auto receiver = LoopbackReceiver::start(std::nullopt, "/callback");
     const auto port = receiver->port();
     auto waiting = std::async(std::launch::async, [&] { return receiver->wait(5s); });
@@ -143,16 +149,14 @@ TEST(LoopbackReceiverTest, StrayRequestsAreTurnedAwayAndTheRedirectIsTheOutcome)
     EXPECT_EQ(reply("200 OK", LoopbackReceiver::page(false)), get(port, "/callback?error=access_denied&state=s"));
     EXPECT_EQ("http://127.0.0.1:" + std::to_string(port) + "/callback?error=access_denied&state=s", waiting.get());
     EXPECT_NE(LoopbackReceiver::page(false), LoopbackReceiver::page(true));
-}
 
-// The first outcome stays, whatever comes later; a port in use is refused with a hint.
-TEST(LoopbackReceiverTest, TheWaitEndsWithATimeOutOrACancellation) {
-    const auto receiver = LoopbackReceiver::start(std::nullopt, "/");
-    EXPECT_EQ("Couldn't listen on 127.0.0.1:" + std::to_string(receiver->port()) +
+    // A port in use is refused with a hint. The first outcome stays, whatever comes later.
+    const auto idle = LoopbackReceiver::start(std::nullopt, "/");
+    EXPECT_EQ("Couldn't listen on 127.0.0.1:" + std::to_string(idle->port()) +
                   " for the redirect (Address already in use). Is another app using the port?",
-              thrownText<OAuth2Error>([&] { LoopbackReceiver::start(receiver->port(), "/"); }));
-    EXPECT_EQ("Timed out waiting for the sign-in to finish.", thrownText<OAuth2Error>([&] { receiver->wait(50ms); }));
-    EXPECT_EQ("Timed out waiting for the sign-in to finish.", thrownText<OAuth2Error>([&] { receiver->wait(1s, [] { return true; }); }));
+              thrownText<OAuth2Error>([&] { LoopbackReceiver::start(idle->port(), "/"); }));
+    EXPECT_EQ("Timed out waiting for the sign-in to finish.", thrownText<OAuth2Error>([&] { idle->wait(50ms); }));
+    EXPECT_EQ("Timed out waiting for the sign-in to finish.", thrownText<OAuth2Error>([&] { idle->wait(1s, [] { return true; }); }));
 
     const auto cancelled = LoopbackReceiver::start(std::nullopt, "/");
     EXPECT_EQ("Sign-in was cancelled.", thrownText<OAuth2Error>([&] { cancelled->wait(30s, [] { return true; }); }));

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -30,8 +31,8 @@ namespace tessaline {
 
 // An OAuth 2 authorization server on 127.0.0.1 that records the posts to "/token" and "/device"
 // and answers as scripted. Unscripted, "/token" issues "token-1", "token-2", ... with refresh
-// tokens, redeeming a code only with the redirect URI and PKCE verifier it was issued for, and
-// "/authorize" redirects to the redirect URI with a code and the state.
+// tokens, redeeming only the last code with the redirect URI and PKCE verifier it was issued for,
+// and "/authorize" redirects to the redirect URI with a code and the state.
 class AuthorizationServer {
 public:
     struct Received {
@@ -91,13 +92,11 @@ private:
 
     Reply issue(const Received& request) {
         const std::lock_guard guard(lock);
-        if (request.field("grant_type") == "authorization_code") {
-            const auto found = codes.find(request.field("code").value_or(""));
-            const auto verifier = request.field("code_verifier");
-            if (found == codes.end() || found->second.first != request.field("redirect_uri") ||
-                (found->second.second.empty() ? verifier.has_value() : !verifier || pkce::challenge(*verifier) != found->second.second)) {
-                return {400, R"({"error":"invalid_grant"})"};
-            }
+        const auto verifier = request.field("code_verifier");
+        if (request.field("grant_type") == "authorization_code" &&
+            (request.field("code") != "code-" + std::to_string(authorizations) || request.field("redirect_uri") != authorized["redirect_uri"] ||
+             (verifier ? pkce::challenge(*verifier) : "") != authorized["code_challenge"])) {
+            return {400, R"({"error":"invalid_grant"})"};
         }
         const auto n = std::to_string(++issued);
         return {200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,"refresh_token":"refresh-)" + n + R"("})"};
@@ -105,21 +104,21 @@ private:
 
     void authorize(const httplib::Request& request, httplib::Response& response) {
         const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
-        std::map<std::string, std::string> parameters;
-        for (auto& [name, value] : formFields::decoded(query)) parameters.emplace(name, value);
         const std::lock_guard guard(lock);
-        const auto code = "code-" + std::to_string(codes.size() + 1);
-        codes[code] = {parameters["redirect_uri"], parameters["code_challenge"]};
+        authorized.clear();
+        for (auto& [name, value] : formFields::decoded(query)) authorized.emplace(name, value);
+        const auto code = "code-" + std::to_string(++authorizations);
         response.status = 302;
-        response.set_header("Location", onAuthorize ? onAuthorize(parameters)
-                                                    : parameters["redirect_uri"] + "?code=" + code + "&state=" +
-                                                          percentEncoding::encode(parameters["state"], "-._*"));
+        response.set_header("Location", onAuthorize ? onAuthorize(authorized)
+                                                    : authorized["redirect_uri"] + "?code=" + code + "&state=" +
+                                                          percentEncoding::encode(authorized["state"], "-._*"));
     }
 
     Clock now;
     mutable std::mutex lock;
     std::vector<Received> received;
-    std::map<std::string, std::pair<std::string, std::string>> codes;  // each code's redirect URI and challenge
+    std::map<std::string, std::string> authorized;  // the last authorization request's query, which its code is for
+    int authorizations = 0;
     int issued = 0;
     LocalHTTPServer server;  // last: stops serving before the rest goes
 };
@@ -203,9 +202,9 @@ protected:
     }
 
     // The access token obtained, or the failure's text.
-    std::string obtain(const OAuth2ResolvedConfig& config, Mode mode = Mode::renew, OAuth2Service* through = nullptr) {
+    std::string obtain(const OAuth2ResolvedConfig& config, Mode mode = Mode::renew) {
         std::string token;
-        const auto failure = thrownText([&] { token = (through ? *through : service).token(config, mode, &browser).accessToken; });
+        const auto failure = thrownText([&] { token = service.token(config, mode, &browser).accessToken; });
         return token.empty() ? failure : token;
     }
 
@@ -234,9 +233,13 @@ protected:
 
     Date now() {
         const std::lock_guard guard(clockLock);
+        ++clockReadings;
+        clockRead.notify_all();
         return clockTime;
     }
     std::mutex clockLock;
+    std::condition_variable clockRead;  // for a test that waits, under clockLock, for a caller to come
+    int clockReadings = 0;
     Date clockTime = noon;
     AuthorizationServer server{[this] { return now(); }};
     const std::string verify = server.url("/verify");

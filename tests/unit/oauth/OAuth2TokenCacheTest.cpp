@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include <fstream>
 
 namespace tessaline {
@@ -39,22 +41,10 @@ TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndEveryChangeWritesIt) {
 
     cache.set(token("a"), "key1", "auth.example · app");
     // The desktop client reads this file too.
-    EXPECT_EQ(R"({
-  "tokens": {
-    "key1": {
-      "label": "auth.example · app",
-      "token": {
-        "accessToken": "a",
-        "expiresAt": "2026-01-01T13:00:00Z",
-        "obtainedAt": "2026-01-01T12:00:00Z",
-        "refreshToken": "r-a",
-        "tokenType": "Bearer"
-      }
-    }
-  },
-  "version": 1
-})",
-              atomicFile::read(file));
+    EXPECT_EQ(nlohmann::json::parse(R"({"tokens": {"key1": {"label": "auth.example · app", "token": {"accessToken": "a",
+                  "expiresAt": "2026-01-01T13:00:00Z", "obtainedAt": "2026-01-01T12:00:00Z", "refreshToken": "r-a", "tokenType": "Bearer"}}},
+                  "version": 1})"),
+              nlohmann::json::parse(atomicFile::read(file)));
     EXPECT_EQ(token("a"), cache.tokenForKey("key1"));
     EXPECT_FALSE(cache.tokenForKey("other"));
 }
