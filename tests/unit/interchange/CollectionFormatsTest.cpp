@@ -1,3 +1,5 @@
+// The two formats a collection is imported from, and the one it is exported to.
+#include "interchange/OpenAPIImport.hpp"
 #include "interchange/PostmanFormat.hpp"
 
 #include "ThrownText.hpp"
@@ -19,18 +21,22 @@ using nlohmann::json;
 
 const std::string examples = std::string(TESSALINE_TEST_DATA) + "/postman-v2.1/examples/";
 
-APICollection importExample(const std::string& file) { return PostmanFormat::importCollection(atomicFile::read(examples + file)); }
+APICollection importPostman(const std::string& file) { return PostmanFormat::importCollection(atomicFile::read(examples + file)); }
 
-APIRequest onlyRequest(const std::string& file) { return itemTree::allRequests(importExample(file).items).at(0); }
+APICollection importOpenAPI(const std::string& file) {
+    return OpenAPIImport::importDocument(atomicFile::read(std::string(TESSALINE_TEST_DATA) + "/openapi/" + file));
+}
+
+APIRequest onlyRequest(const std::string& file) { return itemTree::allRequests(importPostman(file).items).at(0); }
 
 TEST(PostmanFormatTest, ImportsEveryExampleWithTheURLsBodiesAndAuthOfBothVersions) {
     for (const auto& entry : std::filesystem::directory_iterator(examples)) {
         SCOPED_TRACE(entry.path().filename().string());
-        const auto requests = itemTree::allRequests(importExample(entry.path().filename()).items);
+        const auto requests = itemTree::allRequests(importPostman(entry.path().filename()).items);
         ASSERT_FALSE(requests.empty());
         for (const auto& request : requests) EXPECT_FALSE(request.url.empty()) << request.name;
     }
-    EXPECT_EQ(92u + 14u, itemTree::allIDs(importExample("box.json").items).size()) << "92 requests in 14 folders";
+    EXPECT_EQ(92u + 14u, itemTree::allIDs(importPostman("box.json").items).size()) << "92 requests in 14 folders";
 
     const auto request = onlyRequest("request.json");
     EXPECT_EQ("https://postman-echo.com/alpha/{{beta}}/radiation#random", request.url);
@@ -43,7 +49,7 @@ TEST(PostmanFormatTest, ImportsEveryExampleWithTheURLsBodiesAndAuthOfBothVersion
     ASSERT_EQ(4u, files.body.form.size());
     EXPECT_EQ("", files.body.form[0].value);  // a file part with no file chosen
     EXPECT_EQ("not_a_file", files.body.form[3].key);
-    const auto httpbin = itemTree::allRequests(importExample("httpbin.json").items);
+    const auto httpbin = itemTree::allRequests(importPostman("httpbin.json").items);
     EXPECT_EQ(BodyKind::json, httpbin[0].body.kind);  // raw without a language: its Content-Type decides
     EXPECT_EQ("{\n    \"gimme\": \"somejson!\"\n}", httpbin[0].body.raw);
     EXPECT_EQ(BodyKind::multipart, httpbin[1].body.kind);
@@ -51,12 +57,12 @@ TEST(PostmanFormatTest, ImportsEveryExampleWithTheURLsBodiesAndAuthOfBothVersion
 
     EXPECT_EQ((Auth{.kind = AuthKind::apiKey, .apiKeyName = "token", .apiKeyValue = "wkjehbxoqnunc2k3"}), onlyRequest("apikeyAuthTest.json").auth);
     EXPECT_EQ(AuthKind::bearer, onlyRequest("bearerAuthTest.json").auth.kind);
-    const auto helpers = itemTree::allRequests(importExample("helpers.json").items);
+    const auto helpers = itemTree::allRequests(importPostman("helpers.json").items);
     EXPECT_EQ(AuthKind::none, helpers[0].auth.kind);  // OAuth 1 has no place here
     const auto oauth2 = helpers[1].auth.oauth2.value_or(OAuth2Config{});
     EXPECT_EQ((std::tuple{AuthKind::oauth2, "https://foo.com/at", "uniqueClientIdentifier", OAuth2ClientAuth::body, "https://foo.com/rd"}),
               std::tuple(helpers[1].auth.kind, oauth2.tokenURL, oauth2.clientID, oauth2.clientAuth, oauth2.redirectURI));
-    const auto nested = importExample("nestedEntities.json");
+    const auto nested = importPostman("nestedEntities.json");
     EXPECT_EQ((std::pair{AuthKind::basic, std::string("{{username}}")}), std::pair(nested.auth.kind, nested.auth.username));
 }
 
@@ -153,6 +159,71 @@ TEST(PostmanFormatTest, EnvironmentsTravelBothWays) {
     // Values of other types are read as their text.
     EXPECT_EQ(withoutIDs(APIEnvironment{.name = "Staging", .variables = {{.key = "n", .value = "1", .enabled = false}}}),
               withoutIDs(std::get<APIEnvironment>(PostmanFormat::importDocument(R"({"name":"Staging","values":[{"key":"n","value":1,"enabled":false}]})"))));
+}
+
+TEST(OpenAPIImportTest, ReadsEveryExampleWithTagsParametersBodiesAndPathVariables) {
+    for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_TEST_DATA "/openapi")) {
+        if (entry.path().extension() != ".json") continue;
+        SCOPED_TRACE(entry.path().filename().string());
+        for (const auto& request : itemTree::allRequests(importOpenAPI(entry.path().filename()).items)) {
+            EXPECT_TRUE(request.url.starts_with("/")) << request.url;
+            EXPECT_FALSE(request.name.empty());
+        }
+    }
+    for (const char* file : {"v3.0-petstore.json", "v2.0-petstore.json"}) {
+        SCOPED_TRACE(file);
+        const auto collection = importOpenAPI(file);
+        EXPECT_EQ("Swagger Petstore", collection.name);
+        EXPECT_EQ("http://petstore.swagger.io/v1", collection.baseURL);  // from the servers, or from scheme, host and basePath
+        const auto* pets = collection.items.at(0).folder();
+        ASSERT_TRUE(pets);
+        EXPECT_EQ("pets", pets->name);
+        const auto requests = itemTree::allRequests(pets->items);
+        EXPECT_EQ("List all pets", requests.at(0).name);
+        EXPECT_EQ("limit", requests[0].query.at(0).key);
+        EXPECT_FALSE(requests[0].query[0].enabled) << "an optional parameter";
+        EXPECT_EQ("GET /pets/{{petId}}", std::string(toString(requests.at(2).method)) + " " + requests[2].url);
+        EXPECT_EQ("petId", collection.variables.at(0).key);
+    }
+    EXPECT_EQ((RequestBody{.kind = BodyKind::json, .raw = "{\n  \"id\": 0,\n  \"name\": \"string\",\n  \"tag\": \"string\"\n}"}),
+              itemTree::allRequests(importOpenAPI("v3.0-petstore.json").items).at(1).body);
+    EXPECT_EQ((RequestBody{.kind = BodyKind::json, .raw = "{\n  \"name\": \"string\",\n  \"tag\": \"string\"\n}"}),
+              itemTree::allRequests(importOpenAPI("v2.0-petstore-expanded.json").items).at(1).body);
+
+    const auto uspto = importOpenAPI("v3.0-uspto.json");
+    EXPECT_EQ("https://developer.uspto.gov/ds-api", uspto.baseURL);  // the server's variables at their defaults
+    const auto search = itemTree::allRequests(uspto.items).back();
+    EXPECT_EQ("/{{dataset}}/{{version}}/records", search.url);
+    EXPECT_EQ(BodyKind::formURLEncoded, search.body.kind);
+    EXPECT_EQ("criteria=*:*", search.body.form.at(0).key + "=" + search.body.form.at(0).value);
+}
+
+TEST(OpenAPIImportTest, ReadsSecurityOfTheDocumentAndOfEachOperation) {
+    const auto collection = OpenAPIImport::importDocument(R"({"openapi":"3.0.0","info":{"title":"T"},"security":[{"o":["read","write"]}],
+        "components":{"securitySchemes":{"o":{"type":"oauth2","flows":{"clientCredentials":{"tokenUrl":"https://id/token","scopes":{}}}},
+                                         "k":{"type":"apiKey","in":"query","name":"api_key"}},
+                      "schemas":{"Node":{"type":"object","properties":{"next":{"$ref":"#/components/schemas/Node"}}}}},
+        "paths":{"/a":{"post":{"security":[{"k":[]}],"requestBody":{"content":{"application/json":{"schema":{"$ref":"#/components/schemas/Node"}}}}},
+                       "get":{"security":[]}}}})");
+    ASSERT_EQ(AuthKind::oauth2, collection.auth.kind);
+    EXPECT_EQ(OAuth2Grant::clientCredentials, collection.auth.oauth2->grant);
+    EXPECT_EQ("https://id/token", collection.auth.oauth2->tokenURL);
+    EXPECT_EQ("read write", collection.auth.oauth2->scope);
+    const auto requests = itemTree::allRequests(collection.items);
+    EXPECT_EQ(Auth::none(), requests.at(0).auth);
+    EXPECT_EQ((Auth{.kind = AuthKind::apiKey, .apiKeyName = "api_key", .apiKeyIn = APIKeyLocation::query}), requests.at(1).auth);
+    EXPECT_TRUE(requests.at(1).body.raw.starts_with("{\n  \"next\": {\n    \"next\": {")) << "a cycle ends, it does not loop";
+}
+
+TEST(OpenAPIImportTest, ExplainsWhatItCannotRead) {
+    const std::string notOpenAPI = "Not an OpenAPI document: expected an \"openapi\" 3.x or \"swagger\" 2.0 version field.";
+    const std::pair<const char*, std::string> cases[] = {
+        {"{", "Not an OpenAPI document: the text is not JSON."},
+        {R"({"openapi":"2.5"})", notOpenAPI},
+        {R"({"info":{},"item":[]})", notOpenAPI},
+        {"[]", notOpenAPI},
+    };
+    for (const auto& c : cases) EXPECT_EQ(c.second, thrownText([&] { OpenAPIImport::importDocument(c.first); })) << c.first;
 }
 
 }  // namespace
