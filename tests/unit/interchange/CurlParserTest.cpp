@@ -13,67 +13,43 @@
 namespace tessaline {
 namespace {
 
-using Pairs = std::vector<std::pair<std::string, std::string>>;
-
-// A parsed request without its ids, in a form that a table can spell out.
-struct Parsed {
-    std::string name;
-    std::string url;
-    Pairs headers{};
-    BodyKind kind = BodyKind::none;
-    std::string raw{};
-    Pairs form{};
-
-    bool operator==(const Parsed&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Parsed& parsed) {
-    out << parsed.name << " " << parsed.url << " " << toString(parsed.kind) << " raw: " << parsed.raw;
-    for (const auto& [key, value] : parsed.headers) out << "\n  header " << key << ": " << value;
-    for (const auto& [key, value] : parsed.form) out << "\n  form " << key << "=" << value;
-    return out;
-}
-
-Pairs pairs(const std::vector<KeyValue>& rows) {
-    Pairs result;
-    for (const auto& row : rows) result.emplace_back(row.key, row.value);
-    return result;
-}
-
-Parsed parsed(const std::string& command) {
+// A parsed request without its ids, spelled out: its name, URL, body kind and raw body, then its
+// header rows and form rows.
+std::string parsed(const std::string& command) {
     const auto request = CurlParser::parse(command);
-    return {request.name, request.url, pairs(request.headers), request.body.kind, request.body.raw, pairs(request.body.form)};
+    auto text = request.name + " " + request.url + " " + std::string(toString(request.body.kind));
+    if (!request.body.raw.empty()) text += " " + request.body.raw;
+    for (const auto& row : request.headers) text += " | " + row.key + ": " + row.value;
+    for (const auto& row : request.body.form) text += " | " + row.key + "=" + row.value;
+    return text;
 }
 
-const std::string formType = "application/x-www-form-urlencoded";
+const std::string formType = "Content-Type: application/x-www-form-urlencoded";
 
 TEST(CurlParserTest, InfersMethodBodyKindAndRowsAsCurlSends) {
-    const Parsed keyValue{"POST /p", "https://x/p", {{"X-A", "1"}}, BodyKind::formURLEncoded, "k=v", {{"k", "v"}}};
-    const std::pair<std::string, Parsed> cases[] = {
-        {"curl https://api.example.com/users?page=2", {"GET /users", "https://api.example.com/users?page=2"}},
-        {"curl example.com", {"GET /", "http://example.com"}},
-        {"curl -d 'name=Ada&lang=en+GB' https://x/u",
-         {"POST /u", "https://x/u", {}, BodyKind::formURLEncoded, "name=Ada&lang=en+GB", {{"name", "Ada"}, {"lang", "en GB"}}}},
+    const std::string keyValue = "POST /p https://x/p formURLEncoded k=v | X-A: 1 | k=v";
+    const std::pair<std::string, std::string> cases[] = {
+        {"curl https://api.example.com/users?page=2", "GET /users https://api.example.com/users?page=2 none"},
+        {"curl example.com", "GET / http://example.com none"},
+        {"curl -d 'name=Ada&lang=en+GB' https://x/u", "POST /u https://x/u formURLEncoded name=Ada&lang=en+GB | name=Ada | lang=en GB"},
         // Spelled in a way the builder would not spell it: kept as text with curl's type.
-        {"curl -d 'q=a%20b' https://x/u", {"POST /u", "https://x/u", {{"Content-Type", formType}}, BodyKind::text, "q=a%20b"}},
-        {"curl -d '{\"a\": 1}' https://x/u", {"POST /u", "https://x/u", {{"Content-Type", formType}}, BodyKind::json, "{\"a\": 1}"}},
-        {"curl -H 'content-type: application/json' -d '{bad' https://x/u",
-         {"POST /u", "https://x/u", {{"content-type", "application/json"}}, BodyKind::json, "{bad"}},
-        {"curl -H 'Content-Type: text/xml' --data-binary '<a/>' https://x/u",
-         {"POST /u", "https://x/u", {{"Content-Type", "text/xml"}}, BodyKind::xml, "<a/>"}},
+        {"curl -d 'q=a%20b' https://x/u", "POST /u https://x/u text q=a%20b | " + formType},
+        {"curl -d '{\"a\": 1}' https://x/u", "POST /u https://x/u json {\"a\": 1} | " + formType},
+        {"curl -H 'content-type: application/json' -d '{bad' https://x/u", "POST /u https://x/u json {bad | content-type: application/json"},
+        {"curl -H 'Content-Type: text/xml' --data-binary '<a/>' https://x/u", "POST /u https://x/u xml <a/> | Content-Type: text/xml"},
         {"curl --json '{\"a\":1}' --json '{\"b\":2}' https://x/u",
-         {"POST /u", "https://x/u", {{"Content-Type", "application/json"}, {"Accept", "application/json"}}, BodyKind::json, "{\"a\":1}{\"b\":2}"}},
-        {"curl -X PUT -d a=1 -d b=2 --data-raw '@x' https://x/u", {"PUT /u", "https://x/u", {{"Content-Type", formType}}, BodyKind::text, "a=1&b=2&@x"}},
+         "POST /u https://x/u json {\"a\":1}{\"b\":2} | Content-Type: application/json | Accept: application/json"},
+        {"curl -X PUT -d a=1 -d b=2 --data-raw '@x' https://x/u", "PUT /u https://x/u text a=1&b=2&@x | " + formType},
         {"curl --data-urlencode 'q=a b&c' --data-urlencode '=é' --data-urlencode 'x~' https://x/u",
-         {"POST /u", "https://x/u", {{"Content-Type", formType}}, BodyKind::text, "q=a+b%26c&%C3%A9&x~"}},
-        {"curl -d '' https://x/u", {"POST /u", "https://x/u", {}, BodyKind::formURLEncoded, ""}},
+         "POST /u https://x/u text q=a+b%26c&%C3%A9&x~ | " + formType},
+        {"curl -d '' https://x/u", "POST /u https://x/u formURLEncoded"},
         // No data option, no body: nothing that would add a Content-Type.
-        {"curl -X POST https://x/u", {"POST /u", "https://x/u"}},
-        {"curl -X PUT -G -d a=1 https://x/u", {"PUT /u", "https://x/u?a=1"}},
-        {"curl -G -I -d a=1 https://x/s", {"HEAD /s", "https://x/s?a=1"}},
-        {"curl --url-query 'a=x y' --url-query '+b=x y' https://x/s", {"GET /s", "https://x/s?a=x+y&b=x y"}},
+        {"curl -X POST https://x/u", "POST /u https://x/u none"},
+        {"curl -X PUT -G -d a=1 https://x/u", "PUT /u https://x/u?a=1 none"},
+        {"curl -G -I -d a=1 https://x/s", "HEAD /s https://x/s?a=1 none"},
+        {"curl --url-query 'a=x y' --url-query '+b=x y' https://x/s", "GET /s https://x/s?a=x+y&b=x y none"},
         {"curl -H 'X-A:  one two ' -H 'X-Empty;' -H 'Accept:' -H 'bad' -A 'agent/1' -e 'https://ref/;auto' -b 'a=1' -b cookies.txt -b 'b=2' https://x",
-         {"GET /", "https://x", {{"X-A", "one two"}, {"X-Empty", ""}, {"User-Agent", "agent/1"}, {"Referer", "https://ref/"}, {"Cookie", "a=1;b=2"}}}},
+         "GET / https://x none | X-A: one two | X-Empty:  | User-Agent: agent/1 | Referer: https://ref/ | Cookie: a=1;b=2"},
         // Every way of writing an option, and options with no meaning for a saved request
         // skipped together with their values.
         {"curl -XPOST -HX-A:1 -dk=v https://x/p", keyValue},
@@ -102,11 +78,10 @@ TEST(CurlParserTest, ReadsFilesAsCurlDoes) {
     std::ofstream(data, std::ios::binary) << "a=1\r\nb=2\n";
     std::ofstream(folder / "headers.txt", std::ios::binary) << "X-One: 1\r\n\nX-Two: 2\n";
 
-    EXPECT_EQ((Parsed{"POST /u", "https://x/u", {{"Content-Type", formType}}, BodyKind::text, "a=1b=2&a=1\r\nb=2\n&f=a%3D1%0D%0Ab%3D2%0A"}),
+    EXPECT_EQ("POST /u https://x/u text a=1b=2&a=1\r\nb=2\n&f=a%3D1%0D%0Ab%3D2%0A | " + formType,
               parsed("curl -d @" + data + " --data-binary @" + data + " --data-urlencode f@" + data + " https://x/u"));
-    EXPECT_EQ((Parsed{"GET /", "https://x", {{"X-One", "1"}, {"X-Two", "2"}}}), parsed("curl -H @" + (folder / "headers.txt").string() + " https://x"));
-    EXPECT_EQ((Parsed{"POST /f", "https://x/f", {}, BodyKind::multipart, "",
-                      {{"a", "b"}, {"n", "v"}, {"q", "x;\"y"}, {"up", "@" + data}, {"in", "a=1\r\nb=2\n"}, {"raw", "@<;"}}}),
+    EXPECT_EQ("GET / https://x none | X-One: 1 | X-Two: 2", parsed("curl -H @" + (folder / "headers.txt").string() + " https://x"));
+    EXPECT_EQ("POST /f https://x/f multipart | a=b | n=v | q=x;\"y | up=@" + data + " | in=a=1\r\nb=2\n | raw=@<;",
               parsed("curl -F 'a=b;c' -F 'n=v;type=text/foo' -F 'q=\"x;\\\"y\"' -F 'up=@" + data + ";type=text/plain' -F 'in=<" + data +
                      "' --form-string 'raw=@<;' https://x/f"));
 }

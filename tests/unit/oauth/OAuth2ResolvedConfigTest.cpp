@@ -53,7 +53,7 @@ TEST(OAuth2ResolvedConfigTest, CacheKeyHashesTheIdentifyingFields) {
 }
 
 // The settings are resolved to find their slot: where the token goes and blanks around the
-// client id do not count, the scope and the variables' values do.
+// client id do not count, the variables' values do.
 TEST(CachedTokenLookupTest, FindsTheTokenOfTheResolvedSettingsAndItsIDTokenWhenAsked) {
     const OAuth2Config settings{.grant = OAuth2Grant::clientCredentials, .tokenURL = "https://{{host}}/token", .clientID = " app "};
     const VariableResolver resolver{.scopes = {{{.key = "host", .value = "auth.test"}}}};
@@ -71,8 +71,6 @@ TEST(CachedTokenLookupTest, FindsTheTokenOfTheResolvedSettingsAndItsIDTokenWhenA
     EXPECT_EQ("id", lookup(same, resolver));
     cache.set({.accessToken = "access"}, key, "label");
     EXPECT_EQ("access", lookup(same, resolver));
-    same.scope = "admin";
-    EXPECT_EQ(std::nullopt, lookup(same, resolver));
 }
 
 TEST(OAuth2RedirectModeTest, PlainHTTPToThisMachineIsLoopbackAnotherSchemeIsCustomAndTheRestEmbedded) {
