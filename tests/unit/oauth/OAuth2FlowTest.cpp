@@ -128,10 +128,6 @@ std::string sendRaw(std::uint16_t port, const std::string& request) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-std::string get(std::uint16_t port, const std::string& target) {
-    return sendRaw(port, "GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-}
-
 std::string reply(std::string_view status, const std::string& body) {
     return "HTTP/1.1 " + std::string(status) + "\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
            std::to_string(body.size()) + "\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n" + body;
@@ -142,11 +138,11 @@ TEST(LoopbackReceiverTest, StrayRequestsAreTurnedAwayAndTheWaitEndsWithTheRedire
     const auto receiver = LoopbackReceiver::start(std::nullopt, "/callback");
     const auto port = receiver->port();
     auto waiting = std::async(std::launch::async, [&] { return receiver->wait(5s); });
-    EXPECT_EQ(reply("404 Not Found", "Not found"), get(port, "/favicon.ico"));
-    EXPECT_EQ(reply("404 Not Found", "Not found"), get(port, "/callback/extra?code=x"));
+    EXPECT_EQ(reply("404 Not Found", "Not found"), sendRaw(port, "GET /favicon.ico HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(reply("404 Not Found", "Not found"), sendRaw(port, "GET /callback/extra?code=x HTTP/1.1\r\n\r\n"));
     EXPECT_EQ(reply("400 Bad Request", "Bad request"), sendRaw(port, "GARBAGE\r\n\r\n"));
     EXPECT_EQ(reply("400 Bad Request", "Bad request"), sendRaw(port, "\r\n"));
-    EXPECT_EQ(reply("200 OK", LoopbackReceiver::page(false)), get(port, "/callback?error=access_denied&state=s"));
+    EXPECT_EQ(reply("200 OK", LoopbackReceiver::page(false)), sendRaw(port, "GET /callback?error=access_denied&state=s HTTP/1.1\r\n\r\n"));
     EXPECT_EQ("http://127.0.0.1:" + std::to_string(port) + "/callback?error=access_denied&state=s", waiting.get());
     EXPECT_NE(LoopbackReceiver::page(false), LoopbackReceiver::page(true));
 
