@@ -124,7 +124,7 @@ APICollection sampleCollection() {
             .auth = {.kind = AuthKind::bearer, .token = "collection"}, .notes = "All kinds.", .baseURL = "https://api.example.com/v1"};
 }
 
-TEST(PostmanFormatTest, ExportsTheVersionTwoOneShapeAndImportsItBackTheSame) {
+TEST(PostmanFormatTest, ExportsTheVersionTwoOneShapeAndImportsItBackTheSameAsEnvironmentsDo) {
     const auto collection = sampleCollection();
     const auto exported = PostmanFormat::exportCollection(collection);
     EXPECT_EQ(withoutIDs(collection), withoutIDs(PostmanFormat::importCollection(exported)));
@@ -149,20 +149,19 @@ TEST(PostmanFormatTest, ExportsTheVersionTwoOneShapeAndImportsItBackTheSame) {
         {"key":"value","value":"secret","type":"string"},{"key":"in","value":"query","type":"string"}]})"),
               form["auth"]);
     EXPECT_FALSE(document["item"][3]["request"].contains("body"));
-}
 
-TEST(PostmanFormatTest, EnvironmentsTravelBothWays) {
+    // Environments travel both ways too.
     const APIEnvironment environment{.name = "Prod", .variables = {{.key = "host", .value = "x"}, {.key = "off", .value = "", .enabled = false}}};
-    auto document = json::parse(PostmanFormat::exportEnvironment(environment));
-    EXPECT_EQ("environment", document["_postman_variable_scope"]);
-    EXPECT_EQ(withoutIDs(environment), withoutIDs(std::get<APIEnvironment>(PostmanFormat::importDocument(document.dump()))));
+    const auto exportedEnvironment = PostmanFormat::exportEnvironment(environment);
+    EXPECT_EQ("environment", json::parse(exportedEnvironment)["_postman_variable_scope"]);
+    EXPECT_EQ(withoutIDs(environment), withoutIDs(std::get<APIEnvironment>(PostmanFormat::importDocument(exportedEnvironment))));
 
     // Values of other types are read as their text.
     EXPECT_EQ(withoutIDs(APIEnvironment{.name = "Staging", .variables = {{.key = "n", .value = "1", .enabled = false}}}),
               withoutIDs(std::get<APIEnvironment>(PostmanFormat::importDocument(R"({"name":"Staging","values":[{"key":"n","value":1,"enabled":false}]})"))));
 }
 
-TEST(OpenAPIImportTest, ReadsEveryExampleWithTagsParametersBodiesAndPathVariables) {
+TEST(OpenAPIImportTest, ReadsEveryExampleWithTagsParametersBodiesPathVariablesAndSecurity) {
     for (const auto& entry : std::filesystem::directory_iterator(TESSALINE_TEST_DATA "/openapi")) {
         if (entry.path().extension() != ".json") continue;
         SCOPED_TRACE(entry.path().filename().string());
@@ -197,20 +196,19 @@ TEST(OpenAPIImportTest, ReadsEveryExampleWithTagsParametersBodiesAndPathVariable
     EXPECT_EQ("/{{dataset}}/{{version}}/records", search.url);
     EXPECT_EQ(BodyKind::formURLEncoded, search.body.kind);
     EXPECT_EQ("criteria=*:*", search.body.form.at(0).key + "=" + search.body.form.at(0).value);
-}
 
-TEST(OpenAPIImportTest, ReadsSecurityOfTheDocumentAndOfEachOperation) {
-    const auto collection = OpenAPIImport::importDocument(R"({"openapi":"3.0.0","info":{"title":"T"},"security":[{"o":["read","write"]}],
+    // The security of the document, and of each operation.
+    const auto secured = OpenAPIImport::importDocument(R"({"openapi":"3.0.0","info":{"title":"T"},"security":[{"o":["read","write"]}],
         "components":{"securitySchemes":{"o":{"type":"oauth2","flows":{"clientCredentials":{"tokenUrl":"https://id/token","scopes":{}}}},
                                          "k":{"type":"apiKey","in":"query","name":"api_key"}},
                       "schemas":{"Node":{"type":"object","properties":{"next":{"$ref":"#/components/schemas/Node"}}}}},
         "paths":{"/a":{"post":{"security":[{"k":[]}],"requestBody":{"content":{"application/json":{"schema":{"$ref":"#/components/schemas/Node"}}}}},
                        "get":{"security":[]}}}})");
-    ASSERT_EQ(AuthKind::oauth2, collection.auth.kind);
-    EXPECT_EQ(OAuth2Grant::clientCredentials, collection.auth.oauth2->grant);
-    EXPECT_EQ("https://id/token", collection.auth.oauth2->tokenURL);
-    EXPECT_EQ("read write", collection.auth.oauth2->scope);
-    const auto requests = itemTree::allRequests(collection.items);
+    ASSERT_EQ(AuthKind::oauth2, secured.auth.kind);
+    EXPECT_EQ(OAuth2Grant::clientCredentials, secured.auth.oauth2->grant);
+    EXPECT_EQ("https://id/token", secured.auth.oauth2->tokenURL);
+    EXPECT_EQ("read write", secured.auth.oauth2->scope);
+    const auto requests = itemTree::allRequests(secured.items);
     EXPECT_EQ(Auth::none(), requests.at(0).auth);
     EXPECT_EQ((Auth{.kind = AuthKind::apiKey, .apiKeyName = "api_key", .apiKeyIn = APIKeyLocation::query}), requests.at(1).auth);
     EXPECT_TRUE(requests.at(1).body.raw.starts_with("{\n  \"next\": {\n    \"next\": {")) << "a cycle ends, it does not loop";

@@ -10,7 +10,7 @@ namespace {
 
 VariableResolver resolverWith(std::vector<KeyValue> variables) { return VariableResolver{.scopes = {std::move(variables)}}; }
 
-TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecretsAndParameterValues) {
+TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecretsAndNamesWhatIsUndefinedInActiveFieldsOnce) {
     const OAuth2Config config{.grant = OAuth2Grant::password, .authURL = " https://{{host}}/authorize\n", .tokenURL = "https://{{host}}/token",
                               .clientID = "  {{id}}  ", .clientSecret = "  {{secret}} ", .scope = "\tread ", .redirectURI = " {{empty}} ",
                               .usePKCE = false, .clientAuth = OAuth2ClientAuth::body, .username = " ann ", .password = " {{secret}} ",
@@ -30,14 +30,13 @@ TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecretsAndP
                                     .refreshToken = "r", .authParams = {prompt}, .tokenParams = {audience}}),
               resolved(config, resolver));
     EXPECT_EQ("http://127.0.0.1/cb", resolved(OAuth2Config{.redirectURI = "http://127.0.0.1/cb "}, {}).redirectURI);
-}
 
-TEST(OAuth2ResolvedConfigTest, UnresolvedNamesComeFromActiveFieldsOnlyAndOnce) {
-    const OAuth2Config config{.grant = OAuth2Grant::clientCredentials, .authURL = "{{unusedByThisGrant}}",
+    // Undefined names come from the fields the grant uses, each once.
+    const OAuth2Config partly{.grant = OAuth2Grant::clientCredentials, .authURL = "{{unusedByThisGrant}}",
                               .tokenURL = "https://{{domain}}/{{tenant}}/token", .clientID = "{{known}}", .clientSecret = "{{domain}}",
                               .username = "{{alsoUnused}}", .authParams = {{.key = "x", .value = "{{off}}", .enabled = false}},
                               .tokenParams = {{.key = "audience", .value = "{{audience}} {{$uuid}}"}}};
-    EXPECT_EQ((std::vector<std::string>{"domain", "tenant", "audience"}), unresolvedNames(config, resolverWith({{.key = "known", .value = "k"}})));
+    EXPECT_EQ((std::vector<std::string>{"domain", "tenant", "audience"}), unresolvedNames(partly, resolverWith({{.key = "known", .value = "k"}})));
 }
 
 // The key names the token's slot in a file the desktop client shares: its value must not move.
