@@ -120,7 +120,7 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token)
     EXPECT_EQ(Auth::none(), requestBuilder::effectiveAuth({.auth = {.kind = AuthKind::inherit}}, std::nullopt));
 }
 
-TEST(RequestBuilderBodyTest, EncodesBodiesWithTheirDefaultContentTypeWhereTheMethodTakesOne) {
+TEST(RequestBuilderBodyTest, EncodesBodiesWithTheirDefaultContentTypeWhereTheMethodTakesOneAndFormFieldsAsParts) {
     // The method, body and headers, and the body and headers sent.
     const std::tuple<HTTPMethod, RequestBody, std::vector<KeyValue>, std::optional<std::string>, Pairs> cases[] = {
         {HTTPMethod::put, {.kind = BodyKind::text, .raw = "<a>{{v}}</a>"}, {}, "<a>=</a>", {{"Content-Type", "text/plain"}}},
@@ -140,9 +140,8 @@ TEST(RequestBuilderBodyTest, EncodesBodiesWithTheirDefaultContentTypeWhereTheMet
                   resolve({.method = method, .url = "h.test", .headers = headers, .body = body}, variables({row("v", "=")})))
             << toString(method) << " " << toString(body.kind);
     }
-}
 
-TEST(RequestBuilderBodyTest, WritesEachMultipartFieldAsAPartAndFilesWithTheirBytes) {
+    // Each multipart field is a part, files with their bytes.
     const TemporaryFolder folder;
     const std::string photo("\x89PNG\0", 5);
     std::ofstream(folder / "photo.bin", std::ios::binary) << photo;

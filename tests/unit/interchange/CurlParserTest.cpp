@@ -26,7 +26,7 @@ std::string parsed(const std::string& command) {
 
 const std::string formType = "Content-Type: application/x-www-form-urlencoded";
 
-TEST(CurlParserTest, InfersMethodBodyKindAndRowsAsCurlSends) {
+TEST(CurlParserTest, InfersMethodBodyKindRowsAuthAndOptionsAsCurlSends) {
     const std::string keyValue = "POST /p https://x/p formURLEncoded k=v | X-A: 1 | k=v";
     const std::pair<std::string, std::string> cases[] = {
         {"curl https://api.example.com/users?page=2", "GET /users https://api.example.com/users?page=2 none"},
@@ -58,9 +58,7 @@ TEST(CurlParserTest, InfersMethodBodyKindAndRowsAsCurlSends) {
         {"curl -o /dev/null -w '%{http_code}' -X POST --proxy-header 'P: 1' -H 'X-A: 1' -d k=v https://x/p", keyValue},
     };
     for (const auto& [command, expected] : cases) EXPECT_EQ(expected, parsed(command)) << command;
-}
 
-TEST(CurlParserTest, SetsAuthRedirectsAndTimeout) {
     const auto basic = CurlParser::parse("curl -u 'ada:pa:ss' -L -m 2.5 --compressed -k https://x");
     EXPECT_EQ((Auth{.kind = AuthKind::basic, .username = "ada", .password = "pa:ss"}), basic.auth);
     EXPECT_TRUE(basic.followRedirects);

@@ -28,8 +28,7 @@ class AuthorizationCodeFlowTest : public OAuth2ServiceFixture {};
 TEST_F(AuthorizationCodeFlowTest, ALoopbackSignInCompletesThroughTheReceiver) {
     EXPECT_EQ("token-1", obtain(authorizationCode("http://127.0.0.1/callback")));
 
-    ASSERT_EQ(1u, browser.prompts.size());
-    const auto url = std::get<OAuth2BrowserPrompt>(browser.prompts[0]).authorizationURL;
+    const auto url = std::get<OAuth2BrowserPrompt>(browser.prompts.at(0)).authorizationURL;
     // libcurl writes the escapes of the query it re-assembles in lower case.
     EXPECT_TRUE(std::regex_match(url, std::regex("http://127\\.0\\.0\\.1:[0-9]+/authorize\\?tenant=t&response_type=code&client_id=app&redirect_uri="
                                                  "http%3a%2f%2f127.0.0.1%3a[1-9][0-9]*%2fcallback&state=[-_A-Za-z0-9]{22}&scope=openid%20profile&"

@@ -29,10 +29,9 @@
 
 namespace tessaline {
 
-// An OAuth 2 authorization server on 127.0.0.1 that records the posts to "/token" and "/device"
-// and answers as scripted. Unscripted, "/token" issues "token-1", "token-2", ... with refresh
-// tokens, redeeming only the last code with the redirect URI and PKCE verifier it was issued for,
-// and "/authorize" redirects to the redirect URI with a code and the state.
+// An OAuth 2 server on 127.0.0.1 that records the posts to "/token" and "/device" and answers as scripted.
+// Unscripted, "/token" issues "token-1", "token-2", ... with refresh tokens, redeeming the last code only with
+// its redirect URI and PKCE verifier, and "/authorize" redirects to the redirect URI with a code and the state.
 class AuthorizationServer {
 public:
     struct Received {
@@ -123,9 +122,8 @@ private:
     LocalHTTPServer server;  // last: stops serving before the rest goes
 };
 
-// A person with a browser, recording what happens. A prompt's authorization URL is visited on
-// a thread of its own, as a browser would, and the redirect followed to the loopback receiver;
-// a sign-in through this browser returns the redirect's location.
+// A person with a browser, recording what happens: a prompt's URL is visited on a thread of its own and the
+// redirect followed to the loopback receiver; a sign-in through this browser returns the redirect's location.
 class ScriptedBrowser : public OAuth2Interaction {
 public:
     ~ScriptedBrowser() override { dismissPrompt(); }
