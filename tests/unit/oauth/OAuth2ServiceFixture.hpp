@@ -1,24 +1,178 @@
 #pragma once
 
-#include "AuthorizationServer.hpp"
-#include "ScriptedBrowser.hpp"
 #include "ThrownText.hpp"
+#include "oauth/OAuth2Interaction.hpp"
 #include "oauth/OAuth2Service.hpp"
+#include "oauth/PKCE.hpp"
+#include "support/Clock.hpp"
 #include "support/Date.hpp"
+#include "support/FormFields.hpp"
+#include "support/LocalHTTPServer.hpp"
+#include "support/PercentEncoding.hpp"
+#include "support/URLComponents.hpp"
 
 #include <gtest/gtest.h>
+#include <httplib.h>
 
+#include <algorithm>
 #include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <iterator>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace tessaline {
 
-// The token service against an authorization server on 127.0.0.1, on a clock that moves only
-// when the service sleeps, with a scripted person at the browser. The flows' tests use it too:
-// a flow runs inside the service, which gives it its token endpoint, its clock and its person.
+// An OAuth 2 server on 127.0.0.1 that records the posts to "/token" and "/device" and answers as scripted.
+// Unscripted, "/token" issues "token-1", "token-2", ... with refresh tokens, redeeming the last code only with
+// its redirect URI and PKCE verifier, and "/authorize" redirects to the redirect URI with a code and the state.
+class AuthorizationServer {
+public:
+    struct Received {
+        std::string path, body;
+        formFields::Fields fields{};
+        std::map<std::string, std::string> headers{};  // the few the tests look at
+        Date at{};  // by the test's clock
+
+        std::optional<std::string> field(const std::string& name) const {
+            const auto found = std::find_if(fields.begin(), fields.end(), [&name](const auto& field) { return field.first == name; });
+            return found == fields.end() ? std::nullopt : std::optional(found->second);
+        }
+    };
+    using Reply = std::pair<int, std::string>;  // the status and the JSON body
+    using Script = std::function<Reply(const Received&)>;
+    // The Location an authorization request is redirected to, from its decoded query.
+    using Redirect = std::function<std::string(const std::map<std::string, std::string>& query)>;
+
+    explicit AuthorizationServer(Clock clock = systemClock()) : now(std::move(clock)) {
+        for (const char* path : {"/token", "/device"}) {
+            server.http.Post(path, [this](const httplib::Request& request, httplib::Response& response) { answer(request, response); });
+        }
+        server.http.Get("/authorize", [this](const httplib::Request& request, httplib::Response& response) { authorize(request, response); });
+        server.start();
+    }
+
+    std::string url(std::string_view path) const { return server.url(path); }
+
+    // The posts to "/token" or "/device".
+    std::vector<Received> requests(const std::string& path = "/token") const {
+        const std::lock_guard guard(lock);
+        std::vector<Received> found;
+        std::copy_if(received.begin(), received.end(), std::back_inserter(found), [&path](const auto& request) { return request.path == path; });
+        return found;
+    }
+
+    // Set before the service runs.
+    Script onToken;
+    Script onDevice;
+    Redirect onAuthorize;
+
+private:
+    void answer(const httplib::Request& request, httplib::Response& response) {
+        Received got{.path = request.path, .body = request.body, .fields = formFields::decoded(request.body), .at = now()};
+        for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
+            if (request.has_header(name)) got.headers[name] = request.get_header_value(name);
+        }
+        {
+            const std::lock_guard guard(lock);
+            received.push_back(got);
+        }
+        // Unlocked: a script may hold its answer back while other requests come.
+        const auto [status, body] = got.path == "/device" ? onDevice(got) : onToken ? onToken(got) : issue(got);
+        response.status = status;
+        response.set_content(body, "application/json");
+    }
+
+    Reply issue(const Received& request) {
+        const std::lock_guard guard(lock);
+        const auto verifier = request.field("code_verifier");
+        if (request.field("grant_type") == "authorization_code" &&
+            (request.field("code") != "code-" + std::to_string(authorizations) || request.field("redirect_uri") != authorized["redirect_uri"] ||
+             (verifier ? pkce::challenge(*verifier) : "") != authorized["code_challenge"])) {
+            return {400, R"({"error":"invalid_grant"})"};
+        }
+        const auto n = std::to_string(++issued);
+        return {200, R"({"access_token":"token-)" + n + R"(","token_type":"Bearer","expires_in":3600,"refresh_token":"refresh-)" + n + R"("})"};
+    }
+
+    void authorize(const httplib::Request& request, httplib::Response& response) {
+        const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
+        const std::lock_guard guard(lock);
+        authorized.clear();
+        for (auto& [name, value] : formFields::decoded(query)) authorized.emplace(name, value);
+        const auto code = "code-" + std::to_string(++authorizations);
+        response.status = 302;
+        response.set_header("Location", onAuthorize ? onAuthorize(authorized)
+                                                    : authorized["redirect_uri"] + "?code=" + code + "&state=" +
+                                                          percentEncoding::encode(authorized["state"], "-._*"));
+    }
+
+    Clock now;
+    mutable std::mutex lock;
+    std::vector<Received> received;
+    std::map<std::string, std::string> authorized;  // the last authorization request's query, which its code is for
+    int authorizations = 0;
+    int issued = 0;
+    LocalHTTPServer server;  // last: stops serving before the rest goes
+};
+
+// A person with a browser, recording what happens: a prompt's URL is visited on a thread of its own and the
+// redirect followed to the loopback receiver; a sign-in through this browser returns the redirect's location.
+class ScriptedBrowser : public OAuth2Interaction {
+public:
+    ~ScriptedBrowser() override { dismissPrompt(); }
+
+    void showPrompt(const OAuth2Prompt& prompt, std::shared_ptr<CancelFlag> cancel) override {
+        const std::lock_guard guard(lock);
+        prompts.push_back(prompt);
+        if (cancelOnPrompt) cancel->set();
+        if (const auto* browser = std::get_if<OAuth2BrowserPrompt>(&prompt)) {
+            visit = std::thread([this, url = browser->authorizationURL] {
+                const auto page = get(get(url).get_header_value("Location")).body;
+                const std::lock_guard visitGuard(lock);
+                loopbackPages.push_back(page);
+            });
+        }
+    }
+
+    void dismissPrompt() override {
+        if (visit.joinable()) visit.join();
+        ++dismissals;
+    }
+
+    std::string signIn(const std::string& authorizationURL, const std::string& redirectURI, const OAuth2RedirectMode& mode) override {
+        signIns.push_back({redirectURI, mode});
+        return get(authorizationURL).get_header_value("Location");
+    }
+
+    bool cancelOnPrompt = false;  // set before the sign-in
+    std::vector<OAuth2Prompt> prompts;
+    int dismissals = 0;
+    std::vector<std::pair<std::string, OAuth2RedirectMode>> signIns;
+    std::vector<std::string> loopbackPages;  // the loopback receiver's answers, in order
+
+private:
+    // Every server met is on 127.0.0.1; a failed visit is an empty response.
+    static httplib::Response get(const std::string& url) {
+        const auto parts = URLComponents::parse(url);
+        if (!parts) return {};
+        const auto query = parts->query();
+        const auto result = httplib::Client("127.0.0.1", parts->port().value_or(80)).Get(parts->path() + (query ? "?" + *query : ""));
+        return result ? *result : httplib::Response{};
+    }
+
+    std::mutex lock;  // the visit's thread writes too
+    std::thread visit;
+};
+
+// The token service, in which the flows run, against an authorization server on 127.0.0.1 with
+// a scripted person at the browser, on a clock that moves only by the time the service sleeps.
 class OAuth2ServiceFixture : public testing::Test {
 protected:
     using Mode = OAuth2Service::Mode;
@@ -46,20 +200,26 @@ protected:
     }
 
     // The access token obtained, or the failure's text.
-    std::string obtain(const OAuth2ResolvedConfig& config, Mode mode = Mode::renew, OAuth2Service* through = nullptr) {
+    std::string obtain(const OAuth2ResolvedConfig& config, Mode mode = Mode::renew) {
         std::string token;
-        const auto failure = thrownText([&] { token = (through ? *through : service).token(config, mode, &browser).accessToken; });
+        const auto failure = thrownText([&] { token = service.token(config, mode, &browser).accessToken; });
         return token.empty() ? failure : token;
     }
 
     std::vector<std::string> grantsPosted() const {
         std::vector<std::string> grants;
-        for (const auto& request : server.tokenRequests()) grants.push_back(request.field("grant_type").value_or(""));
+        for (const auto& request : server.requests()) grants.push_back(request.field("grant_type").value_or(""));
         return grants;
     }
+    // Seconds after noon at which the token endpoint was polled.
+    std::vector<double> pollTimes() const {
+        std::vector<double> times;
+        for (const auto& request : server.requests()) times.push_back(Seconds(request.at - noon).count());
+        return times;
+    }
 
-    // The device authorization answers `authorization`, with "URI" standing for the server's
-    // verification page; the token endpoint answers the errors in turn, then a token.
+    // The device authorization answers `authorization`, "URI" in it standing for a page of the
+    // server; the token endpoint answers the errors in turn, then a token.
     void scriptDevice(std::string authorization, std::vector<std::string> errors) {
         authorization.replace(authorization.find("URI"), 3, verify);
         server.onDevice = [authorization](const auto&) { return AuthorizationServer::Reply(200, authorization); };
@@ -69,20 +229,15 @@ protected:
         };
     }
 
-    // Seconds after noon at which the token endpoint was polled.
-    std::vector<double> pollTimes() const {
-        std::vector<double> times;
-        for (const auto& request : server.tokenRequests()) times.push_back(Seconds(request.at - noon).count());
-        return times;
-    }
-
-    // A clock that stands still until the service sleeps, and then moves on by exactly the time
-    // slept: waits of any length take no real time.
     Date now() {
         const std::lock_guard guard(clockLock);
+        ++clockReadings;
+        clockRead.notify_all();
         return clockTime;
     }
     std::mutex clockLock;
+    std::condition_variable clockRead;  // for a test that waits, under clockLock, for a caller to come
+    int clockReadings = 0;
     Date clockTime = noon;
     AuthorizationServer server{[this] { return now(); }};
     const std::string verify = server.url("/verify");

@@ -3,9 +3,9 @@
 #include "OAuth2ServiceFixture.hpp"
 #include "support/Base64.hpp"
 
-#include <condition_variable>
 #include <future>
 #include <map>
+#include <tuple>
 
 namespace tessaline {
 namespace {
@@ -20,11 +20,7 @@ TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheCli
     const auto token = server.url("/token");
     const std::vector<KeyValue> audience{{.key = "audience", .value = "api"}};
     const std::string basic = "Basic " + base64::encode("my client:se:cret");
-    const struct {
-        OAuth2ResolvedConfig config;
-        std::string body;
-        std::string authorization;
-    } cases[] = {
+    const std::tuple<OAuth2ResolvedConfig, std::string, std::string> cases[] = {  // the settings, the body and the Authorization
         {clientCredentials(), "grant_type=client_credentials&scope=read%20write&audience=api", basic},
         {{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .clientSecret = " s&cret ",
           .clientAuth = OAuth2ClientAuth::body, .tokenParams = audience},
@@ -50,8 +46,8 @@ TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheCli
         std::map<std::string, std::string> headers{
             {"Accept", "application/json"}, {"Content-Type", "application/x-www-form-urlencoded"}, {"User-Agent", "Tessaline/1.0"}};
         if (!authorization.empty()) headers["Authorization"] = authorization;
-        EXPECT_EQ(body, server.tokenRequests().back().body);
-        EXPECT_EQ(headers, server.tokenRequests().back().headers) << body;
+        EXPECT_EQ(body, server.requests().back().body);
+        EXPECT_EQ(headers, server.requests().back().headers) << body;
     }
     const OAuth2Token first{.accessToken = "token-1", .refreshToken = "refresh-1", .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon};
     EXPECT_EQ((OAuth2TokenCache::Entry{.token = first, .label = "127.0.0.1 · my client"}), cache.allEntries().at(clientCredentials().cacheKey()));
@@ -62,14 +58,14 @@ TEST_F(OAuth2ServiceTest, ReuseKeepsATokenUntilThirtySecondsBeforeItExpiresThenR
     const auto key = config.cacheKey();
     cache.set(cachedToken(seconds(31)), key, "l");
     EXPECT_EQ("cached", obtain(config, Mode::reuse));
-    EXPECT_TRUE(server.tokenRequests().empty());
+    EXPECT_TRUE(server.requests().empty());
 
     // A server that does not rotate refresh tokens answers without one: the old one stays.
     server.onToken = [](const auto&) { return AuthorizationServer::Reply(200, R"({"access_token":"fresh"})"); };
     cache.set(cachedToken(seconds(29)), key, "l");
     const OAuth2Token fresh{.accessToken = "fresh", .refreshToken = "cached-refresh", .obtainedAt = noon};
     EXPECT_EQ(fresh, service.token(config, Mode::reuse));
-    EXPECT_EQ("cached-refresh", server.tokenRequests().at(0).field("refresh_token"));
+    EXPECT_EQ("cached-refresh", server.requests().at(0).field("refresh_token"));
     EXPECT_EQ(fresh, cache.tokenForKey(key));
 
     cache.set(cachedToken(seconds(29), std::nullopt), key, "l");
@@ -81,6 +77,7 @@ TEST_F(OAuth2ServiceTest, ReuseKeepsATokenUntilThirtySecondsBeforeItExpiresThenR
     EXPECT_EQ((std::vector<std::string>{"refresh_token", "client_credentials", "refresh_token", "client_credentials"}), grantsPosted());
 }
 
+// Failures before any request, and every one but a refused refresh token, keep the cached token.
 TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailuresKeepTheCachedToken) {
     auto config = clientCredentials();
     cache.set(cachedToken(seconds(0)), config.cacheKey(), "l");
@@ -98,25 +95,22 @@ TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailure
     EXPECT_EQ(cachedToken(seconds(0)), cache.tokenForKey(config.cacheKey()));
     config.grant = OAuth2Grant::refreshToken;
     EXPECT_EQ("Enter a refresh token to exchange.", obtain(config));
-    EXPECT_EQ(2u, server.tokenRequests().size());
-}
 
-// Before any request: a grant that needs a person fails without one, unless a refresh token
-// is cached, and settings naming undefined variables are refused.
-TEST_F(OAuth2ServiceTest, GrantsThatNeedAPersonOrUndefinedVariablesFailBeforeAnyRequest) {
-    const auto config = deviceCode();
+    // A grant that needs a person fails without one, unless a refresh token is cached.
+    server.onToken = nullptr;
+    const auto device = deviceCode();
     EXPECT_EQ("The Device Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
-              thrownText([&] { service.token(config, Mode::refresh); }));
+              thrownText([&] { service.token(device, Mode::refresh); }));
     const OAuth2Config undefined{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
                                  .clientID = "{{id}}", .clientSecret = "{{host}}"};
     EXPECT_EQ("Undefined variables: host, id", thrownText([&] { service.token(undefined, VariableResolver{}, Mode::reuse); }));
-    EXPECT_TRUE(server.tokenRequests().empty());
-    cache.set(cachedToken(seconds(0)), config.cacheKey(), "l");
-    EXPECT_EQ("token-1", service.token(config, Mode::refresh).accessToken);
+    EXPECT_EQ(2u, server.requests().size());
+    cache.set(cachedToken(seconds(0)), device.cacheKey(), "l");
+    EXPECT_EQ("token-1", service.token(device, Mode::refresh).accessToken);
 }
 
-// Two callers for one key, the second arriving while the token endpoint holds back its answer
-// to the first: a second token request arriving meanwhile is a second acquisition.
+// The second caller comes while the token endpoint holds back its answer to the first: a second
+// token request meanwhile is a second acquisition.
 TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
     const auto config = clientCredentials();
     const std::pair<AuthorizationServer::Reply, std::string> cases[] = {
@@ -125,38 +119,30 @@ TEST_F(OAuth2ServiceTest, CallersForOneKeyShareOneAcquisitionAndItsOutcome) {
     };
     for (const auto& [reply, outcome] : cases) {
         const auto answer = reply;  // Clang 14 cannot capture a structured binding
-        // Expired, with nothing to refresh it: each caller reads the clock just before it joins
-        // or starts an acquisition, which tells the test that the second one has come.
+        // Expired, nothing to refresh it with: a caller reads the clock just before it joins or
+        // starts an acquisition, which tells that the second one has come.
         cache.set(cachedToken(seconds(0), std::nullopt), config.cacheKey(), "l");
-        std::mutex mutex;
-        std::condition_variable changed;
-        int requests = 0, clockReadings = 0;
+        int requests = 0;
         bool released = false;
         server.onToken = [&](const auto&) {
-            std::unique_lock guard(mutex);
+            std::unique_lock guard(clockLock);
             ++requests;
-            changed.notify_all();
-            changed.wait(guard, [&] { return released; });
+            clockRead.notify_all();
+            clockRead.wait(guard, [&] { return released; });
             return answer;
         };
-        OAuth2Service shared(cache, {.now = [&] {
-                                 const std::lock_guard guard(mutex);
-                                 ++clockReadings;
-                                 changed.notify_all();
-                                 return noon;
-                             }});
-        const auto call = [&] { return std::async(std::launch::async, [&] { return obtain(config, Mode::reuse, &shared); }); };
+        const auto call = [&] { return std::async(std::launch::async, [&] { return obtain(config, Mode::reuse); }); };
         auto first = call();
-        std::unique_lock guard(mutex);
-        // Bounded, so that a service that never asks (or never lets the second caller in) fails
-        // the test instead of stopping the run.
-        ASSERT_TRUE(changed.wait_for(guard, std::chrono::seconds(30), [&] { return requests == 1; }));
+        std::unique_lock guard(clockLock);
+        // Bounded, so that a service that never asks fails the test instead of hanging.
+        ASSERT_TRUE(clockRead.wait_for(guard, std::chrono::seconds(30), [&] { return requests == 1; }));
+        const auto readings = clockReadings;
         auto second = call();
-        ASSERT_TRUE(changed.wait_for(guard, std::chrono::seconds(30), [&] { return clockReadings == 2; }));
-        // Joining shows nowhere, so with a right service this wait always runs out.
-        EXPECT_FALSE(changed.wait_for(guard, std::chrono::milliseconds(50), [&] { return requests == 2; }));
+        ASSERT_TRUE(clockRead.wait_for(guard, std::chrono::seconds(30), [&] { return clockReadings > readings; }));
+        // Joining shows nowhere: with a right service this wait runs out.
+        EXPECT_FALSE(clockRead.wait_for(guard, std::chrono::milliseconds(50), [&] { return requests == 2; }));
         released = true;
-        changed.notify_all();
+        clockRead.notify_all();
         guard.unlock();
         EXPECT_EQ(outcome, first.get());
         EXPECT_EQ(outcome, second.get());

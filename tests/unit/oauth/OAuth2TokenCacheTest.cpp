@@ -1,9 +1,14 @@
 #include "oauth/OAuth2TokenCache.hpp"
 
 #include "TemporaryFolder.hpp"
+#include "ThrownText.hpp"
+#include "oauth/OAuth2Error.hpp"
+#include "oauth/OAuth2ResponseBody.hpp"
 #include "support/AtomicFile.hpp"
 
 #include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
 
 #include <fstream>
 
@@ -36,41 +41,27 @@ TEST_F(OAuth2TokenCacheTest, AMissingFileStartsEmptyAndEveryChangeWritesIt) {
 
     cache.set(token("a"), "key1", "auth.example · app");
     // The desktop client reads this file too.
-    EXPECT_EQ(R"({
-  "tokens": {
-    "key1": {
-      "label": "auth.example · app",
-      "token": {
-        "accessToken": "a",
-        "expiresAt": "2026-01-01T13:00:00Z",
-        "obtainedAt": "2026-01-01T12:00:00Z",
-        "refreshToken": "r-a",
-        "tokenType": "Bearer"
-      }
-    }
-  },
-  "version": 1
-})",
-              atomicFile::read(file));
+    EXPECT_EQ(nlohmann::json::parse(R"({"tokens": {"key1": {"label": "auth.example · app", "token": {"accessToken": "a",
+                  "expiresAt": "2026-01-01T13:00:00Z", "obtainedAt": "2026-01-01T12:00:00Z", "refreshToken": "r-a", "tokenType": "Bearer"}}},
+                  "version": 1})"),
+              nlohmann::json::parse(atomicFile::read(file)));
     EXPECT_EQ(token("a"), cache.tokenForKey("key1"));
-    EXPECT_FALSE(cache.tokenForKey("other"));
 }
 
-TEST_F(OAuth2TokenCacheTest, UnreadableOrIncompleteFilesLoadAsEmpty) {
-    const std::string valid = encodeTokenCacheFile({{"k", {.token = token("a"), .label = "l"}}});
-    const std::string cut = valid.substr(0, 40);
-    for (const std::string text : {R"({"version": 1, "tokens": {}})", R"({"tokens": {}})", R"({"version": 1})", "not json", cut.c_str(),
-                                   R"({"version": 1, "tokens": {"k": {"label": "l"}}})",
-                                   R"({"version": 1, "tokens": {"k": {"label": "l", "token": {"accessToken": "a"}}}})"}) {
-        writeFile(text);
-        EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty()) << text;
-    }
-    writeFile(valid);
-    EXPECT_EQ(1u, OAuth2TokenCache(file).allEntries().size());
+TEST_F(OAuth2TokenCacheTest, AFailedWriteKeepsTheEntriesForTheNextOne) {
+    std::ofstream(folder / "nested") << "a file where the folder should be";
+    OAuth2TokenCache cache(file);
+    cache.set(token("a"), "k", "l");
+    EXPECT_EQ(token("a"), cache.tokenForKey("k"));
+    EXPECT_EQ("Couldn't save OAuth 2 tokens: Could not write “" + file.string() + "”: Not a directory", cache.saveFailure());
+    std::filesystem::remove(folder / "nested");
+    cache.set(token("b"), "k2", "l");
+    EXPECT_FALSE(cache.saveFailure());
+    EXPECT_EQ(2u, OAuth2TokenCache(file).allEntries().size());
 }
 
 // The desktop client and the server share the file without telling each other.
-TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesADamagedOneEmpties) {
+TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesADamagedOrIncompleteOneIsEmpty) {
     OAuth2TokenCache desktop(file);
     OAuth2TokenCache server(file);
     desktop.set(token("a"), "k", "l");
@@ -89,19 +80,52 @@ TEST_F(OAuth2TokenCacheTest, TwoCachesOnOneFileSeeEachOthersWritesADamagedOneEmp
     writeFile(encodeTokenCacheFile({{"x", {.token = token("x"), .label = "x"}}}));
     desktop.removeAll();
     EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty());
+
+    // Unreadable or incomplete files load as empty.
+    const std::string cut = encodeTokenCacheFile({{"k", {.token = token("a"), .label = "l"}}}).substr(0, 40);
+    for (const std::string text : {R"({"version": 1, "tokens": {}})", R"({"tokens": {}})", R"({"version": 1})", "not json", cut.c_str(),
+                                   R"({"version": 1, "tokens": {"k": {"label": "l"}}})",
+                                   R"({"version": 1, "tokens": {"k": {"label": "l", "token": {"accessToken": "a"}}}})"}) {
+        writeFile(text);
+        EXPECT_TRUE(OAuth2TokenCache(file).allEntries().empty()) << text;
+    }
 }
 
-TEST_F(OAuth2TokenCacheTest, AFailedWriteKeepsTheEntriesForTheNextOne) {
-    std::ofstream(folder / "nested") << "a file where the folder should be";
-    OAuth2TokenCache cache(file);
-    cache.set(token("a"), "k", "l");
-    EXPECT_EQ(token("a"), cache.tokenForKey("k"));
-    EXPECT_EQ("Couldn't save OAuth 2 tokens: Could not write “" + file.string() + "”: Not a directory", cache.saveFailure());
+OAuth2Token parsed(const std::string& body) { return OAuth2ResponseBody(200, body).token(noon); }
 
-    std::filesystem::remove(folder / "nested");
-    cache.set(token("b"), "k2", "l");
-    EXPECT_FALSE(cache.saveFailure());
-    EXPECT_EQ(2u, OAuth2TokenCache(file).allEntries().size());
+TEST(OAuth2ResponseBodyTest, ReadsJSONAndFormEncodedTokens) {
+    EXPECT_EQ((OAuth2Token{.accessToken = "abc", .tokenType = "Bearer", .refreshToken = "r", .idToken = "i",
+                           .scope = "read", .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon}),
+              parsed(R"({"access_token":"abc","expires_in":"3600","scope":"read","refresh_token":"r","id_token":"i"})"));
+    EXPECT_EQ((OAuth2Token{.accessToken = "abc", .tokenType = "bearer", .expiresAt = noon + std::chrono::hours(1), .obtainedAt = noon}),
+              parsed("access_token=abc&token_type=bearer&expires_in=3600"));
+    EXPECT_EQ((OAuth2Token{.accessToken = "a", .obtainedAt = noon}), parsed(R"({"access_token":"a","expires_in":null,"token_type":7})"));
+    EXPECT_EQ(noon + std::chrono::milliseconds(1500), parsed(R"({"access_token":"a","expires_in":1.5})").expiresAt);
+    EXPECT_EQ(std::nullopt, parsed(R"({"access_token":"a","expires_in":"7s"})").expiresAt);
+}
+
+TEST(OAuth2ResponseBodyTest, FailuresSayWhatTheServerSaid) {
+    const std::string page = "<html><body>" + std::string(400, 'x') + "</body></html>";
+    const struct {
+        long status;
+        std::string body;
+        std::string error;
+    } cases[] = {
+        {401, R"({"error":"invalid_client","error_description":"bad secret"})", "OAuth 2 error invalid_client: bad secret (HTTP 401)"},
+        {200, R"({"error":"invalid_grant","access_token":"a"})", "OAuth 2 error invalid_grant (HTTP 200)"},
+        {400, "error=access_denied&error_description=no+way", "OAuth 2 error access_denied: no+way (HTTP 400)"},
+        {502, page, "OAuth 2 error http_502: " + page.substr(0, 300) + " (HTTP 502)"},
+        {500, "", "OAuth 2 error http_500 (HTTP 500)"},
+        {503, R"({"error":42})", R"(OAuth 2 error http_503: {"error":42} (HTTP 503))"},
+        {200, R"({"token_type":"Bearer"})", R"(Unexpected token response: no access_token in {"token_type":"Bearer"})"},
+        {200, R"({"access_token":""})", R"(Unexpected token response: no access_token in {"access_token":""})"},
+        {204, "", "Unexpected token response: no access_token in "},
+        // A multi-byte character cut by the quote's length is shown as a replacement.
+        {200, std::string(299, 'a') + "\xC3\xA9tail", "Unexpected token response: no access_token in " + std::string(299, 'a') + "\xEF\xBF\xBD"},
+    };
+    for (const auto& failure : cases) {
+        EXPECT_EQ(failure.error, thrownText<OAuth2Error>([&] { OAuth2ResponseBody(failure.status, failure.body).token(noon); })) << failure.body;
+    }
 }
 
 }  // namespace
