@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "pipeline/JSONFormat.hpp"
-#include "pipeline/JSONParser.hpp"
-#include "support/JSONDocument.hpp"
+#include "core/support/JSONDocument.hpp"
+#include "desktop/json/JSONFormat.hpp"
+#include "desktop/json/JSONParser.hpp"
 
 namespace {
 

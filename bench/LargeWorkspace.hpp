@@ -2,7 +2,7 @@
 
 // The workspace the benchmarks measure: one collection of 10,000 requests in 500 folders,
 // each request with a query row, two headers and a JSON body.
-#include "model/Workspace.hpp"
+#include "core/model/Workspace.hpp"
 
 namespace tessaline::bench {
 

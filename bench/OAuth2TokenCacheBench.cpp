@@ -1,9 +1,9 @@
 // The token step of a send: a cache lookup that first checks whether the shared file moved,
 // with the cache key computed from the configuration; and storing a token, which rewrites the
 // file durably.
-#include "oauth/OAuth2ResolvedConfig.hpp"
-#include "oauth/OAuth2TokenCache.hpp"
-#include "support/Uuid.hpp"
+#include "core/oauth/OAuth2ResolvedConfig.hpp"
+#include "core/oauth/OAuth2TokenCache.hpp"
+#include "core/support/Uuid.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 // Building a request ready to send: a typical saved request (base URL, variables in URL,
 // headers and query, bearer auth, JSON body), and form bodies of many fields.
-#include "http/RequestBuilder.hpp"
+#include "core/http/RequestBuilder.hpp"
 
 #include <benchmark/benchmark.h>
 

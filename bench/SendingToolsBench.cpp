@@ -1,6 +1,6 @@
 // The response summary of a 50 MB body: counting its characters, cutting it at the default
 // limit and writing the result. Goal: under 200 ms.
-#include "mcp/SendingTools.hpp"
+#include "server/mcp/SendingTools.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 // Resolving the texts of one request: plain variables, a chained body value and a generated
 // value, and the chain analyzer over a collection of a hundred requests.
-#include "pipeline/ChainAnalyzer.hpp"
-#include "pipeline/VariableResolver.hpp"
+#include "core/variables/VariableResolver.hpp"
+#include "desktop/editing/ChainAnalyzer.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -1,11 +1,11 @@
 // How long the version views take: listing the archive, a save that finds nothing new, the
 // diff of the sample workspace against an edited copy, and one request's revisions.
-#include "model/ItemTree.hpp"
-#include "model/WorkspaceCoding.hpp"
-#include "storage/RequestRevision.hpp"
-#include "storage/SampleWorkspace.hpp"
-#include "storage/VersionArchive.hpp"
-#include "storage/WorkspaceDiff.hpp"
+#include "core/model/ItemTree.hpp"
+#include "core/model/WorkspaceCoding.hpp"
+#include "core/storage/SampleWorkspace.hpp"
+#include "core/storage/VersionArchive.hpp"
+#include "desktop/editing/RequestRevision.hpp"
+#include "desktop/editing/WorkspaceDiff.hpp"
 
 #include <benchmark/benchmark.h>
 

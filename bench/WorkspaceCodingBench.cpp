@@ -2,8 +2,8 @@
 // collection, each request with a query row, two headers and a JSON body. Goal: each
 // direction under 100 ms.
 #include "LargeWorkspace.hpp"
-#include "model/WorkspaceCoding.hpp"
-#include "support/JSONDocument.hpp"
+#include "core/model/WorkspaceCoding.hpp"
+#include "core/support/JSONDocument.hpp"
 
 #include <benchmark/benchmark.h>
 

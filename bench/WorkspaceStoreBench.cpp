@@ -3,9 +3,9 @@
 // (a 4 MB one too), and an edit with its save. Goals: under 20 µs per idle line; an edit with its save under
 // 100 ms.
 #include "LargeWorkspace.hpp"
-#include "mcp/MCPServer.hpp"
-#include "model/WorkspaceCoding.hpp"
-#include "support/AtomicFile.hpp"
+#include "core/model/WorkspaceCoding.hpp"
+#include "core/support/AtomicFile.hpp"
+#include "server/mcp/MCPServer.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -1,9 +1,9 @@
 // Arbitrary text as a pasted curl command line: never a crash or a hang; a failure is a
 // tessaline::Error with a message. Inputs that name files ("@file", "<file") are skipped, so
 // that the run never reads the machine's files.
-#include "interchange/CurlParser.hpp"
+#include "core/interchange/CurlParser.hpp"
 
-#include "support/Error.hpp"
+#include "core/support/Error.hpp"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // Any bytes: JSONDocument::parse accepts exactly what nlohmann::json::accept accepts, save
 // that nlohmann ends its input at a NUL byte between tokens, and when both accept, the
 // document holds the values nlohmann reads.
-#include "support/DecodingError.hpp"
-#include "support/JSONDocument.hpp"
+#include "core/support/DecodingError.hpp"
+#include "core/support/JSONDocument.hpp"
 
 #include <nlohmann/json.hpp>
 

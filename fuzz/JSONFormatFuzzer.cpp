@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "pipeline/JSONFormat.hpp"
-#include "support/Utf8.hpp"
+#include "core/support/Utf8.hpp"
+#include "desktop/json/JSONFormat.hpp"
 
 using tessaline::JSONFormat;
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "pipeline/JSONFormat.hpp"
-#include "pipeline/JSONParser.hpp"
+#include "desktop/json/JSONFormat.hpp"
+#include "desktop/json/JSONParser.hpp"
 
 using tessaline::JSONFormat;
 namespace jsonParser = tessaline::jsonParser;

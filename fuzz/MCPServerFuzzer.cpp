@@ -4,10 +4,10 @@
 // scanner, which must accept at least what nlohmann accepts. The sample workspace's requests
 // address a public host, so sends are held to loopback addresses: a run never reaches the
 // network.
-#include "mcp/JSONRPCMessage.hpp"
-#include "mcp/MCPServer.hpp"
-#include "support/CurlEngine.hpp"
-#include "support/Utf8.hpp"
+#include "core/http/CurlEngine.hpp"
+#include "core/support/Utf8.hpp"
+#include "server/mcp/JSONRPCMessage.hpp"
+#include "server/mcp/MCPServer.hpp"
 
 #include <nlohmann/json.hpp>
 

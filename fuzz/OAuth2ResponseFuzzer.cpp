@@ -2,10 +2,10 @@
 // a token endpoint's body at a success and an error status, a redirect URL, and the token
 // cache file. Never a crash or a hang; the only failures are OAuth2Error and DecodingError,
 // and a cache file that reads, once written, reads back to the same bytes.
-#include "oauth/OAuth2Error.hpp"
-#include "oauth/OAuth2ResponseBody.hpp"
-#include "oauth/OAuth2TokenCache.hpp"
-#include "oauth/RedirectParameters.hpp"
+#include "core/oauth/OAuth2Error.hpp"
+#include "core/oauth/OAuth2ResponseBody.hpp"
+#include "core/oauth/OAuth2TokenCache.hpp"
+#include "core/oauth/RedirectParameters.hpp"
 
 #include <cstdint>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // anything, and reasons hold names the user typed. Any name must read safely; any reason must
 // give a name of at most 255 bytes that reads back; and a name that reads as a snapshot must
 // write back as the same date and a prefix of the same reason.
-#include "storage/SnapshotName.hpp"
+#include "core/storage/SnapshotName.hpp"
 
 #include <cstdint>
 #include <cstdlib>

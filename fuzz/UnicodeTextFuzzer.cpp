@@ -1,6 +1,6 @@
 // Any bytes: the character count and the prefixes cut by it are ICU's, ill-formed sequences
 // included. ICU's character break iterator is the reference.
-#include "support/UnicodeText.hpp"
+#include "core/support/UnicodeText.hpp"
 
 #include <unicode/brkiter.h>
 #include <unicode/utext.h>

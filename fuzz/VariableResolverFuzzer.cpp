@@ -1,8 +1,8 @@
 // Arbitrary request texts through the resolver and the chain analyzer, with the same bytes as
 // the body of every chained response: never a crash or a hang, and text without "{{" comes
 // back unchanged.
-#include "pipeline/ChainAnalyzer.hpp"
-#include "pipeline/VariableResolver.hpp"
+#include "core/variables/VariableResolver.hpp"
+#include "desktop/editing/ChainAnalyzer.hpp"
 
 #include <cstdint>
 #include <cstdlib>

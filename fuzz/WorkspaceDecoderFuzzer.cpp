@@ -1,6 +1,6 @@
 // Any bytes either decode to a workspace or fail with a DecodingError; a decoded workspace
 // encodes to bytes that decode to an equal workspace and encode to the same bytes again.
-#include "model/WorkspaceCoding.hpp"
+#include "core/model/WorkspaceCoding.hpp"
 
 #include <cstdlib>
 

@@ -54,7 +54,7 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${TESSALINE_PACKAGE_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # dpkg-shlibdeps finds what the program is linked with. libcurl is loaded by name when first
-# used (support/CurlLibrary), out of its sight, so it is named here. Distributions after
+# used (core/http/CurlLibrary), out of its sight, so it is named here. Distributions after
 # Debian 12 renamed the package libcurl4t64.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4 (>= ${TESSALINE_MINIMUM_CURL}) | libcurl4t64")

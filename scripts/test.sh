@@ -6,6 +6,9 @@ cd "$(dirname "$0")/.."
 
 step() { printf '\n== %s\n' "$*"; }
 
+step "layers of src/"
+scripts/check-layers.sh
+
 step "npm packages for the end-to-end tests"
 (cd tests/e2e && npm ci --no-audit --no-fund --loglevel=error)
 

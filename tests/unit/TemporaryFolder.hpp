@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/Uuid.hpp"
+#include "core/support/Uuid.hpp"
 
 #include <algorithm>
 #include <filesystem>

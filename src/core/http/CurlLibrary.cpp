@@ -1,0 +1,62 @@
+#include "core/http/CurlLibrary.hpp"
+
+#include "core/support/Error.hpp"
+#include "core/support/Platform.hpp"
+
+#include <dlfcn.h>
+
+#include <string>
+
+namespace tessaline {
+namespace {
+
+[[noreturn]] void fail(const char* what) {
+    const char* reason = ::dlerror();
+    throw Error(std::string("The HTTP library could not be loaded: ") + (reason ? reason : what));
+}
+
+template <class Function>
+void resolve(void* library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(::dlsym(library, name));
+    if (function == nullptr) fail(name);
+}
+
+CurlLibrary load() {
+    // Never closed: the functions stay in use until the process ends.
+    void* library = ::dlopen(platform::curlLibraryName(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) fail(platform::curlLibraryName());
+    CurlLibrary curl{};
+    resolve(library, "curl_easy_init", curl.easyInit);
+    resolve(library, "curl_easy_cleanup", curl.easyCleanup);
+    resolve(library, "curl_easy_reset", curl.easyReset);
+    resolve(library, "curl_easy_setopt", curl.easySetopt);
+    resolve(library, "curl_easy_perform", curl.easyPerform);
+    resolve(library, "curl_easy_getinfo", curl.easyGetinfo);
+    resolve(library, "curl_easy_nextheader", curl.easyNextheader);
+    resolve(library, "curl_easy_strerror", curl.easyStrerror);
+    resolve(library, "curl_share_init", curl.shareInit);
+    resolve(library, "curl_share_setopt", curl.shareSetopt);
+    resolve(library, "curl_share_cleanup", curl.shareCleanup);
+    resolve(library, "curl_slist_append", curl.slistAppend);
+    resolve(library, "curl_slist_free_all", curl.slistFreeAll);
+    resolve(library, "curl_strequal", curl.strequal);
+    resolve(library, "curl_url", curl.url);
+    resolve(library, "curl_url_dup", curl.urlDup);
+    resolve(library, "curl_url_set", curl.urlSet);
+    resolve(library, "curl_url_get", curl.urlGet);
+    resolve(library, "curl_url_cleanup", curl.urlCleanup);
+    resolve(library, "curl_free", curl.free);
+    decltype(&::curl_global_init) globalInit = nullptr;
+    resolve(library, "curl_global_init", globalInit);
+    if (globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) fail("curl_global_init");
+    return curl;
+}
+
+}  // namespace
+
+const CurlLibrary& curl() {
+    static const CurlLibrary library = load();
+    return library;
+}
+
+}  // namespace tessaline

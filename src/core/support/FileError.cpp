@@ -1,0 +1,10 @@
+#include "core/support/FileError.hpp"
+
+#include <system_error>
+
+namespace tessaline {
+
+FileError::FileError(std::string_view action, const std::filesystem::path& path, int error)
+    : Error("Could not " + std::string(action) + " “" + path.string() + "”: " + std::generic_category().message(error)) {}
+
+}  // namespace tessaline

@@ -1,0 +1,69 @@
+#include "core/support/Uuid.hpp"
+
+#include "core/support/Crypto.hpp"
+
+#include <cstring>
+
+namespace tessaline {
+namespace {
+
+constexpr bool isHyphenPosition(std::size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+Uuid Uuid::random() {
+    Bytes bytes;
+    crypto::fillRandom(bytes);
+    bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0F) | 0x40);  // version 4
+    bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant
+    return Uuid(bytes);
+}
+
+std::optional<Uuid> Uuid::parse(std::string_view text) {
+    if (text.size() != 36) return std::nullopt;
+    Bytes bytes{};
+    std::size_t nibble = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isHyphenPosition(i)) {
+            if (text[i] != '-') return std::nullopt;
+            continue;
+        }
+        const int value = hexValue(text[i]);
+        if (value < 0) return std::nullopt;
+        bytes[nibble / 2] = static_cast<std::uint8_t>(bytes[nibble / 2] | (nibble % 2 == 0 ? value << 4 : value));
+        ++nibble;
+    }
+    return Uuid(bytes);
+}
+
+std::string Uuid::formatted(const char* digits) const {
+    std::string text;
+    text.reserve(36);
+    for (std::size_t i = 0; i < octets.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back('-');
+        text.push_back(digits[octets[i] >> 4]);
+        text.push_back(digits[octets[i] & 0x0F]);
+    }
+    return text;
+}
+
+std::string Uuid::text() const { return formatted("0123456789ABCDEF"); }
+
+std::string Uuid::lowercaseText() const { return formatted("0123456789abcdef"); }
+
+}  // namespace tessaline
+
+std::size_t std::hash<tessaline::Uuid>::operator()(const tessaline::Uuid& uuid) const noexcept {
+    // Random UUIDs are uniformly distributed already; folding the two halves is enough.
+    std::uint64_t high = 0, low = 0;
+    std::memcpy(&high, uuid.bytes().data(), 8);
+    std::memcpy(&low, uuid.bytes().data() + 8, 8);
+    return static_cast<std::size_t>(high ^ (low * 0x9E3779B97F4A7C15ull));
+}

@@ -1,0 +1,7 @@
+#include "core/support/Version.hpp"
+
+namespace tessaline {
+
+std::string_view projectVersion() { return TESSALINE_VERSION; }
+
+}  // namespace tessaline

@@ -1,0 +1,53 @@
+#include "core/support/WatchedFile.hpp"
+
+#include "core/support/AtomicFile.hpp"
+#include "core/support/FileError.hpp"
+
+namespace tessaline {
+
+WatchedFile::WatchedFile(std::filesystem::path path, Clock now, StampReader stampReader)
+    : file(std::move(path)), clock(std::move(now)), stampOf(stampReader) {}
+
+WatchedFile::Content WatchedFile::load() const {
+    std::error_code missing;
+    if (!std::filesystem::exists(file, missing)) return {};
+    try {
+        return {.bytes = atomicFile::read(file)};
+    } catch (const FileError& error) {
+        return {.failure = error.what()};
+    }
+}
+
+// The stamp is taken before the bytes are read: a write in between leaves a stamp that no
+// longer matches, so the next look reads again rather than missing it.
+void WatchedFile::remember(Content content, std::optional<FileStamp> current) {
+    looked = true;
+    seen = std::move(content);
+    stamp = std::move(current);
+    racy = !stamp || clock() - stamp->modified < racyWindow;
+}
+
+const WatchedFile::Content& WatchedFile::read() {
+    auto current = stampOf(file);
+    remember(load(), std::move(current));
+    return seen;
+}
+
+std::optional<WatchedFile::Content> WatchedFile::change() {
+    auto current = stampOf(file);
+    if (looked && current == stamp && !racy) return std::nullopt;
+    Content content = load();
+    const bool differs = !looked || content != seen;
+    remember(std::move(content), std::move(current));
+    if (!differs) return std::nullopt;
+    return seen;
+}
+
+std::optional<std::string> WatchedFile::write(std::string_view bytes, mode_t permissions) {
+    auto replaced = atomicFile::write(file, bytes, permissions);
+    const bool outside = looked && replaced && replaced != seen.bytes;
+    remember({.bytes = std::string(bytes)}, stampOf(file));
+    return outside ? replaced : std::nullopt;
+}
+
+}  // namespace tessaline

@@ -1,0 +1,126 @@
+#include "server/mcp/MCPServer.hpp"
+
+#include "core/support/CompactJSON.hpp"
+#include "core/support/Overloaded.hpp"
+#include "core/support/Utf8.hpp"
+#include "core/support/Version.hpp"
+#include "server/mcp/JSONRPCMessage.hpp"
+#include "server/mcp/MCPError.hpp"
+#include "server/mcp/ToolCatalog.hpp"
+
+
+namespace tessaline {
+
+using nlohmann::json;
+
+namespace {
+
+// Tool texts can carry bytes from outside (response bodies, files); they are repaired here so
+// that a reply is never lost to invalid UTF-8.
+json toolResult(const std::string& text, bool isError) {
+    return {{"content", json::array({{{"type", "text"}, {"text", utf8::repaired(text)}}})}, {"isError", isError}};
+}
+
+json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
+
+// Only tools/call reads its params, so only there do they become a tree, and only when they
+// hold no more values than a tool's arguments ever need.
+json params(const JSONRPCMessage& message) {
+    if (message.method != "tools/call" || !message.params.starts_with('{')) return json::object();
+    if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
+    json params = json::parse(message.params, nullptr, /*allow_exceptions=*/false);
+    if (params.is_discarded()) throw MCPError::numberOutOfRange();
+    return params;
+}
+
+// The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or
+// {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it;
+// "{}" when the outcome cannot be serialised.
+enum class Outcome { result, error };
+
+std::string reply(std::string_view id, Outcome outcome, const json& value) {
+    std::string encoded;
+    try {
+        encoded = compactJSON::encode(value);
+    } catch (const json::exception&) {
+        return "{}";
+    }
+    // One buffer: an id or a result may be most of a 64 MiB line.
+    std::string line;
+    line.reserve(encoded.size() + id.size() + 40);
+    line += '{';
+    if (outcome == Outcome::error) line.append("\"error\":").append(encoded).append(",");
+    line.append("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
+    if (outcome == Outcome::result) line.append(",\"result\":").append(encoded);
+    line += '}';
+    return line;
+}
+
+}  // namespace
+
+MCPServer::MCPServer(WorkspaceStore& store)
+    : workspaceTools(store), sendingTools(store, runner), conversionTools(store), oauthTools(store) {}
+
+std::optional<std::string> MCPServer::handle(std::string_view line) {
+    const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
+    const auto message = JSONRPCMessage::read(repairedLine.empty() ? line : repairedLine);
+    if (!message) return reply("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));
+    if (message->isNotification()) return std::nullopt;
+    try {
+        return reply(message->id, Outcome::result, dispatch(message->method, params(*message)));
+    } catch (const MCPError& error) {
+        return reply(message->id, Outcome::error, errorObject(error.code(), error.message()));
+    } catch (const std::exception& error) {
+        return reply(message->id, Outcome::error, errorObject(MCPError::serverError, error.what()));
+    }
+}
+
+std::string MCPServer::lineTooLong() {
+    const auto error = MCPError::lineTooLong(lineLengthLimit);
+    return reply("null", Outcome::error, errorObject(error.code(), error.message()));
+}
+
+json MCPServer::dispatch(const std::string& method, const json& params) {
+    if (method == "initialize") {
+        return {{"protocolVersion", protocolVersion},
+                {"capabilities", {{"tools", {{"listChanged", false}}}}},
+                {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},
+                {"instructions", toolCatalog::instructions}};
+    }
+    if (method == "ping") return json::object();
+    if (method == "tools/list") return {{"tools", toolCatalog::definitions()}};
+    if (method == "tools/call") return callToolResult(params);
+    if (method == "resources/list") return {{"resources", json::array()}};
+    if (method == "resources/templates/list") return {{"resourceTemplates", json::array()}};
+    if (method == "prompts/list") return {{"prompts", json::array()}};
+    throw MCPError::unknownMethod(method);
+}
+
+json MCPServer::callToolResult(const json& params) {
+    const auto name = params.find("name");
+    if (name == params.end() || !name->is_string()) throw MCPError::missingToolName();
+    const auto arguments = params.find("arguments");
+    static const json noArguments = json::object();
+    try {
+        return toolResult(callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments),
+                          false);
+    } catch (const MCPError&) {
+        throw;  // an unknown tool is a JSON-RPC error
+    } catch (const std::exception& error) {
+        return toolResult(std::string("Error: ") + error.what(), true);
+    }
+}
+
+std::string MCPServer::callTool(const std::string& name, const json& arguments) {
+    const auto handler = toolCatalog::handler(name);
+    if (!handler) throw MCPError::unknownTool(name);
+    return std::visit(Overloaded{
+                          [&](toolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
+                          [&](toolCatalog::Run<SendingTools> run) { return (sendingTools.*run)(arguments); },
+                          [&](toolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
+                          [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
+                      },
+                      *handler);
+}
+
+}  // namespace tessaline

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/http/HTTPRunner.hpp"
+#include "core/storage/WorkspaceStore.hpp"
+#include "server/mcp/ConversionTools.hpp"
+#include "server/mcp/OAuthTools.hpp"
+#include "server/mcp/SendingTools.hpp"
+#include "server/mcp/WorkspaceTools.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tessaline {
+
+// Turns one line of input into at most one line of output: JSON-RPC 2.0 as the Model
+// Context Protocol's stdio transport speaks it. Requests get exactly one reply; messages
+// without an id (or with a null id) are notifications and get none. handle() never throws:
+// every failure becomes a reply.
+class MCPServer {
+public:
+    static constexpr std::string_view protocolVersion = "2025-06-18";
+    static constexpr std::string_view serverName = "tessaline";
+    // The longest input line read, in bytes; a longer one is answered with lineTooLong().
+    static constexpr std::size_t lineLengthLimit = 64 << 20;
+    // How many values the params of tools/call may hold, however they nest; a tool's arguments
+    // are a few dozen. Params are built as a tree, which takes far more memory than their text.
+    static constexpr std::size_t paramsValueLimit = 100000;
+
+    explicit MCPServer(WorkspaceStore& store);
+
+    // The reply line without its line feed, or nothing for a notification.
+    std::optional<std::string> handle(std::string_view line);
+
+    // The reply to a line longer than lineLengthLimit, which is not read.
+    static std::string lineTooLong();
+
+    // The method table. Throws MCPError for unknown methods and tools.
+    nlohmann::json dispatch(const std::string& method, const nlohmann::json& params);
+
+    // Runs one tool and returns its text. Throws MCPError(-32601) for an unknown name and
+    // any other error for a failed tool, which dispatch turns into an isError result.
+    std::string callTool(const std::string& name, const nlohmann::json& arguments);
+
+private:
+    nlohmann::json callToolResult(const nlohmann::json& params);
+
+    HTTPRunner runner;
+    WorkspaceTools workspaceTools;
+    SendingTools sendingTools;
+    ConversionTools conversionTools;
+    OAuthTools oauthTools;
+};
+
+}  // namespace tessaline

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/storage/WorkspaceStore.hpp"
+#include "server/mcp/ToolLookup.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace tessaline {
+
+// The oauth_token tool: the OAuth 2 token of a request (its own or inherited auth) or of a
+// collection's default auth, reported, refreshed, obtained anew or forgotten. Grants that
+// need a person cannot run here; once the desktop client has signed in, refreshes can.
+class OAuthTools {
+public:
+    explicit OAuthTools(WorkspaceStore& workspaceStore) : store(workspaceStore), lookup(workspaceStore) {}
+
+    std::string oauthToken(const nlohmann::json& arguments);
+
+private:
+    WorkspaceStore& store;
+    ToolLookup lookup;
+};
+
+}  // namespace tessaline

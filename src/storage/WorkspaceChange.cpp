@@ -1,9 +1,0 @@
-#include "storage/WorkspaceChange.hpp"
-
-namespace tessaline {
-
-std::string WorkspaceChange::id() const {
-    return std::string(toString(entity)) + "-" + entityID.text() + "-" + std::string(toString(kind));
-}
-
-}  // namespace tessaline

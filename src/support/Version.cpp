@@ -1,7 +1,0 @@
-#include "support/Version.hpp"
-
-namespace tessaline {
-
-std::string_view projectVersion() { return TESSALINE_VERSION; }
-
-}  // namespace tessaline

@@ -1,0 +1,83 @@
+#include "core/support/WatchedFile.hpp"
+
+#include "TemporaryFolder.hpp"
+#include "core/support/AtomicFile.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace tessaline {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+WatchedFile::Content content(const std::string& bytes) { return {.bytes = bytes}; }
+
+class WatchedFileTest : public testing::Test {
+protected:
+    // Rewrites the file in place: same inode, and here the same size.
+    void rewrite(const std::string& bytes) { std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes; }
+
+    TemporaryFolder folder{"tessaline-watched"};
+    const fs::path path = folder / "watched.json";
+};
+
+TEST_F(WatchedFileTest, OurOwnWriteIsNoChangeAndAnotherWriteIs) {
+    WatchedFile file(path);
+    EXPECT_EQ(WatchedFile::Content{}, file.change());  // first look: missing
+    EXPECT_FALSE(file.change());
+    file.write("ours");
+    EXPECT_FALSE(file.change());
+    atomicFile::write(path, "theirs");
+    EXPECT_EQ(content("theirs"), file.change());
+    EXPECT_FALSE(file.change());
+    fs::remove(path);
+    EXPECT_EQ(WatchedFile::Content{}, file.change());
+    fs::create_directory(path);
+    EXPECT_EQ(WatchedFile::Content{.failure = "Could not read “" + path.string() + "”: Is a directory"}, file.change());
+}
+
+// The write hands back what it swapped out when that is not what we last saw.
+TEST_F(WatchedFileTest, AWriteReturnsWhatAnotherProgramWroteAtTheLastMoment) {
+    WatchedFile file(path);
+    file.write("ours");
+    EXPECT_FALSE(file.write("ours again"));
+    atomicFile::write(path, "theirs");
+    EXPECT_EQ("theirs", file.write("ours at last"));
+}
+
+// Only the modification time tells: same size, same inode, and long after the racy window,
+// so the bytes are not compared unless the stamp says so.
+TEST_F(WatchedFileTest, ASameSizeRewriteAfterTheRacyWindowIsSeenByItsStamp) {
+    const auto hourAgo = fs::file_time_type::clock::now() - 1h;
+    rewrite("AAAA");
+    fs::last_write_time(path, hourAgo);
+    WatchedFile file(path);
+    file.read();
+    rewrite("BBBB");
+    fs::last_write_time(path, hourAgo + 1s);
+    EXPECT_EQ(content("BBBB"), file.change());
+}
+
+// A file-system clock tick can hide a second write entirely: the stamp reader here returns
+// the same stamp whatever the file holds, as within one tick.
+std::optional<FileStamp> frozenStamp(const fs::path&) { return FileStamp{.size = 4, .inode = 1}; }
+
+TEST_F(WatchedFileTest, AWriteWithinTheRacyWindowIsSeenByItsBytes) {
+    rewrite("AAAA");
+    const Date modified{};
+    WatchedFile recent(path, fixedClock(modified + WatchedFile::racyWindow - 1ms), frozenStamp);
+    recent.read();
+    rewrite("BBBB");
+    EXPECT_EQ(content("BBBB"), recent.change());
+
+    WatchedFile settled(path, fixedClock(modified + WatchedFile::racyWindow), frozenStamp);
+    settled.read();
+    rewrite("CCCC");
+    EXPECT_FALSE(settled.change());  // trusted: the stamp was taken after the window
+}
+
+}  // namespace
+}  // namespace tessaline

@@ -1,0 +1,37 @@
+#include "server/mcp/SendingTools.hpp"
+
+#include <gtest/gtest.h>
+
+namespace tessaline {
+namespace {
+
+using nlohmann::json;
+
+TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
+    const std::string flag = "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA";  // one character, two code points
+    const std::string deep = std::string(1000, '[') + std::string(1000, ']');
+    const struct {
+        std::string body;
+        const char* type;
+        long long limit;
+        json expected;  // the summary's body, and what it says of a cut
+    } cases[] = {
+        {"42", "application/json", 100, {{"body", 42}}},
+        {"{\"a\":", "application/json", 100, {{"body", "{\"a\":"}}},
+        {" {}", "text/plain", 100, {{"body", json::object()}}},  // JSON by its look
+        {"plain", "text/plain", 100, {{"body", "plain"}}},
+        {deep, "application/json", 5000, {{"body", deep}}},  // too deep to embed
+        {"[\"" + flag + "\"]", "application/json", 3, {{"body", "[\"" + flag}, {"bodyTruncated", true}, {"bodyChars", 5}}},
+    };
+    for (const auto& [body, type, limit, expected] : cases) {
+        const auto summary = SendingTools::describe({.headers = {KeyValue{.key = "Content-Type", .value = type}}, .body = body}, limit);
+        json shown;
+        for (const char* key : {"body", "bodyTruncated", "bodyChars"}) {
+            if (summary.contains(key)) shown[key] = summary[key];
+        }
+        EXPECT_EQ(expected, shown) << body;
+    }
+}
+
+}  // namespace
+}  // namespace tessaline
