@@ -214,7 +214,7 @@ CurlEasy::CurlEasy() : handle(curl().easyInit()) {
 
 CurlEasy::~CurlEasy() { curl().easyCleanup(handle); }
 
-CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context) {
+CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context, const TransferControl& /*control*/) {
     if (context.loopbackOnly) {
         if (const auto host = refusedHost(request.url)) {
             return {.error = "Sending to \u201c" + *host + "\u201d is switched off: only loopback addresses may be reached."};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/http/TransferControl.hpp"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -75,6 +77,8 @@ public:
     // What the client calls itself, on sends without a User-Agent of their own and on its
     // own OAuth 2 posts.
     static constexpr std::string_view userAgent = "Tessaline/1.0";
+    // The error of an exchange its caller cancelled.
+    static constexpr std::string_view cancelledText = "The request was cancelled.";
 
     // Throws std::bad_alloc when libcurl cannot allocate a handle, Error when it cannot be loaded.
     CurlEasy();
@@ -86,7 +90,7 @@ public:
     // large body is left out, as no other client makes it; a request that sets Expect itself
     // gets the interim response handled. A response that ends inside its header block is a
     // failure, never an answer.
-    Response perform(const Request& request, const Context& context);
+    Response perform(const Request& request, const Context& context, const TransferControl& control = {});
 
 private:
     void* handle;  // CURL*, kept out of this header

@@ -54,12 +54,13 @@ CurlEngine::~CurlEngine() {
     curl().shareCleanup(share);
 }
 
-CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request) {
+CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request, const TransferControl& control) {
     auto handle = takeHandle();
     auto response = handle->perform(request, {.share = share,
                                               .caFile = pointer(caFile),
                                               .caDirectory = pointer(caDirectory),
-                                              .loopbackOnly = loopbackOnly});
+                                              .loopbackOnly = loopbackOnly},
+                                    control);
     giveBack(std::move(handle));
     return response;
 }

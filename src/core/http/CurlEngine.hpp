@@ -39,7 +39,7 @@ public:
     CurlEngine& operator=(const CurlEngine&) = delete;
 
     // Blocks until the exchange ends; see CurlEasy::perform.
-    CurlEasy::Response perform(const CurlEasy::Request& request);
+    CurlEasy::Response perform(const CurlEasy::Request& request, const TransferControl& control = {});
 
     // When on, every exchange to a host other than this machine's loopback addresses fails
     // before any name lookup or connection (for fuzzing and for tests, which must never

@@ -49,11 +49,12 @@ std::optional<std::int64_t> cutBodyBytes(const CurlEasy::Response& answer) {
 
 }  // namespace
 
-StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIRequest& original) const {
+StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIRequest& original,
+                                const TransferControl& control) const {
     const auto request = exchange(resolved, original);
     const auto sentAt = std::chrono::system_clock::now();
     const auto start = std::chrono::steady_clock::now();
-    auto answer = CurlEngine::shared().perform(request);
+    auto answer = CurlEngine::shared().perform(request, control);
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
     const auto bodyBytes = cutBodyBytes(answer);
 

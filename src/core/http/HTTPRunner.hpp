@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/http/CurlEasy.hpp"
 #include "core/http/ResolvedRequest.hpp"
 #include "core/model/APIRequest.hpp"
 #include "core/model/StoredResponse.hpp"
@@ -23,8 +24,10 @@ public:
     // response keeps the final answer's headers, a repeated name merged into one value joined
     // with ", ", sorted by lower-cased name, and its body decoded from its Content-Encoding and
     // cut at CurlEasy::bodyLimit bytes (`bodyBytes` then says how many arrived). The whole
-    // exchange may last four times the time-out.
-    StoredResponse send(const ResolvedRequest& resolved, const APIRequest& original) const;
+    // exchange may last four times the time-out. `control` may cancel the exchange and hears
+    // its progress (see TransferControl); a cancelled one fails with CurlEasy::cancelledText.
+    StoredResponse send(const ResolvedRequest& resolved, const APIRequest& original,
+                        const TransferControl& control = {}) const;
 };
 
 }  // namespace tessaline

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace tessaline {
+
+// How far a running exchange has got.
+struct TransferProgress {
+    bool responding = false;  // whether the first byte of a response has arrived
+    std::uint64_t received = 0;  // decoded body bytes of the final response so far
+    std::optional<std::uint64_t> total{};  // the body's length, when the response announced it
+};
+
+// What the caller of a running exchange may do to it, from any thread. Both are optional.
+struct TransferControl {
+    // Once set, the exchange is aborted within 100 ms (its connection closed) and fails with
+    // CurlEasy::cancelledText; an exchange that has not started yet never connects.
+    const std::atomic<bool>* cancelled = nullptr;
+    // Called on the exchange's thread, at least every 100 ms while the exchange runs, with how
+    // far it has got. It must return quickly and must not throw.
+    std::function<void(const TransferProgress&)> progress{};
+};
+
+}  // namespace tessaline
