@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -19,8 +20,8 @@ namespace {
 
 static_assert(CURL_ERROR_SIZE == 256, "CurlEasy's error buffer must hold CURL_ERROR_SIZE bytes");
 
-// libcurl's clocks count milliseconds in 64 bits, and its low-speed check multiplies seconds
-// by 1000 in a long: a longer time-out than this is as good as none and overflows nothing.
+// A longer time-out than this (eleven days) is as good as none, and its milliseconds, four
+// times over, fit libcurl's long and every clock.
 constexpr double longestTimeout = 1'000'000;
 
 using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
@@ -49,12 +50,21 @@ HeaderList headerList(const std::vector<CurlEasy::Header>& headers) {
     return list;
 }
 
+using SteadyClock = std::chrono::steady_clock;
+
 // What arrives during one exchange, filled in by libcurl's callbacks.
 struct Reception {
     std::string body;
     std::uint64_t bodyBytes = 0;
-    // Whether the header block of the latest response ended with its empty line.
-    bool headerComplete = false;
+    // How far the latest response's header block has come: its status line and its empty line.
+    enum class Head { none, open, closed } head = Head::none;
+    std::optional<std::uint64_t> announced;  // the latest response's Content-Length
+    bool encoded = false;  // whether the latest response has a Content-Encoding
+    bool connected = false;  // whether a connection for the exchange has been made
+
+    TransferProgress progress() const {
+        return {.responding = head != Head::none, .received = bodyBytes, .total = encoded ? std::nullopt : announced};
+    }
 };
 
 // Keeps the body's first bodyLimit bytes and counts the rest. The buffer grows by doubling up
@@ -76,17 +86,47 @@ std::size_t receiveBody(char* data, std::size_t size, std::size_t count, void* r
     }
 }
 
+// The value of a "Name: value" line whose name is `name` (ignoring ASCII case).
+std::optional<std::string_view> fieldValue(std::string_view line, std::string_view name) {
+    if (line.size() <= name.size() || line[name.size()] != ':' || curl().strnequal(line.data(), name.data(), name.size()) == 0) {
+        return std::nullopt;
+    }
+    line.remove_prefix(name.size() + 1);
+    const auto first = line.find_first_not_of(" \t");
+    const auto last = line.find_last_not_of(" \t\r\n");
+    return first > last || last == std::string_view::npos ? std::string_view() : line.substr(first, last + 1 - first);
+}
+
+std::optional<std::uint64_t> announcedLength(std::string_view value) {
+    std::uint64_t length = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
+    if (error != std::errc() || end != value.data() + value.size()) return std::nullopt;
+    return length;
+}
+
 // libcurl hands over every header line of every response, its status line first and its
 // empty line last (also for HTTP/2, whose fields it writes out as lines).
 std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void* reception) {
     auto& into = *static_cast<Reception*>(reception);
     const std::string_view line(data, size * count);
     if (line.starts_with("HTTP/")) {
-        into.headerComplete = false;
+        into.head = Reception::Head::open;
+        into.announced.reset();
+        into.encoded = false;
     } else if (line == "\r\n" || line == "\n") {
-        into.headerComplete = true;
+        into.head = Reception::Head::closed;
+    } else if (const auto length = fieldValue(line, "Content-Length")) {
+        into.announced = announcedLength(*length);
+    } else if (const auto coding = fieldValue(line, "Content-Encoding")) {
+        into.encoded = !coding->empty() && curl().strequal(std::string(*coding).c_str(), "identity") == 0;
     }
     return size * count;
+}
+
+// Called once a connection is up (made or reused), before the request goes out on it.
+int noteConnected(void* reception, char*, char*, int, int) {
+    static_cast<Reception*>(reception)->connected = true;
+    return CURL_PREREQFUNC_OK;
 }
 
 bool isLoopback(const in_addr& address) { return (ntohl(address.s_addr) >> 24) == 127; }
@@ -140,27 +180,64 @@ void setMethod(CURL* handle, const CurlEasy::Request& request) {
     }
 }
 
-// libcurl rounds its clock's readings to milliseconds piecewise, so it may stop an exchange a
-// little before its bound as another clock measures it.
-constexpr std::chrono::milliseconds clockSlack{5};
-
-double effectiveTimeout(double timeout) {
-    return std::min(timeout > 0 ? timeout : CurlEasy::defaultTimeout, longestTimeout);
+std::chrono::milliseconds idleTime(double timeout) {
+    const double seconds = std::min(timeout > 0 ? timeout : CurlEasy::defaultTimeout, longestTimeout);
+    return std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000)));
 }
 
-std::chrono::milliseconds totalTime(double timeout) {
-    return std::chrono::milliseconds(static_cast<long>(std::ceil(effectiveTimeout(timeout) * 1000)) * CurlEasy::totalTimeFactor);
-}
+// The time-outs of one exchange, kept on its own thread rather than by libcurl, whose idle
+// check counts whole seconds and averages bytes over them.
+class Limits {
+public:
+    explicit Limits(double timeout) : idle(idleTime(timeout)), lastMoved(start) {}
 
-void setTimeout(CURL* handle, double timeout) {
-    const double seconds = effectiveTimeout(timeout);
-    curl().easySetopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::ceil(seconds * 1000)));
-    curl().easySetopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(totalTime(timeout).count()));
-    // Less than one byte a second for the whole time-out is the idle limit; libcurl checks it
-    // in whole seconds.
-    curl().easySetopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl().easySetopt(handle, CURLOPT_LOW_SPEED_TIME, std::max(1L, static_cast<long>(std::ceil(seconds))));
-}
+    // libcurl gets the connect time-out too, so that a host with several addresses has each
+    // tried in its share of it; it never runs out before ours, which started first.
+    void set(CURL* handle) const { curl().easySetopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(idle.count())); }
+
+    // Takes in what the exchange has done since the last look: a connection made, or bytes
+    // moved in either direction.
+    void look(CURL* handle, const Reception& reception, SteadyClock::time_point now) {
+        std::array<curl_off_t, 3> counts{};
+        long headerBytes = 0;
+        curl().easyGetinfo(handle, CURLINFO_HEADER_SIZE, &headerBytes);
+        counts[0] = headerBytes;
+        curl().easyGetinfo(handle, CURLINFO_SIZE_DOWNLOAD_T, &counts[1]);
+        curl().easyGetinfo(handle, CURLINFO_SIZE_UPLOAD_T, &counts[2]);
+        if (counts != moved || reception.connected != connected) lastMoved = now;
+        moved = counts;
+        connected = reception.connected;
+    }
+
+    SteadyClock::time_point deadline() const { return std::min(idleDeadline(), totalDeadline()); }
+
+    // The failure of the limit that ran out first by `now`, if one has.
+    std::optional<std::string> passed(SteadyClock::time_point now) const {
+        if (now >= idleDeadline() && idleDeadline() < totalDeadline()) return idleText();
+        static_assert(CurlEasy::totalTimeFactor == 4, "the text below names the factor");
+        if (now >= totalDeadline()) {
+            return "The exchange was stopped after " + std::to_string((idle * CurlEasy::totalTimeFactor).count()) +
+                   " ms, four times the request's time-out.";
+        }
+        return std::nullopt;
+    }
+
+    std::string idleText() const {
+        const std::string ms = std::to_string(idle.count());
+        if (!connected) return "No connection was made within " + ms + " ms, the request's time-out.";
+        return "No data arrived for " + ms + " ms, the request's time-out.";
+    }
+
+private:
+    SteadyClock::time_point idleDeadline() const { return lastMoved + idle; }
+    SteadyClock::time_point totalDeadline() const { return start + idle * CurlEasy::totalTimeFactor; }
+
+    const std::chrono::milliseconds idle;
+    const SteadyClock::time_point start = SteadyClock::now();
+    SteadyClock::time_point lastMoved;
+    std::array<curl_off_t, 3> moved{};  // header, body and request bytes at the last look
+    bool connected = false;
+};
 
 void share(CURL* handle, const CurlEasy::Context& context) {
     curl().easySetopt(handle, CURLOPT_SHARE, context.share);
@@ -184,8 +261,9 @@ void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* heade
     curl().easySetopt(handle, CURLOPT_WRITEDATA, &reception);
     curl().easySetopt(handle, CURLOPT_HEADERFUNCTION, receiveHeader);
     curl().easySetopt(handle, CURLOPT_HEADERDATA, &reception);
+    curl().easySetopt(handle, CURLOPT_PREREQFUNCTION, noteConnected);
+    curl().easySetopt(handle, CURLOPT_PREREQDATA, &reception);
     setMethod(handle, request);
-    setTimeout(handle, request.timeout);
 }
 
 // The last request's own header fields (CURLH_HEADER leaves out 1xx responses, CONNECT
@@ -206,37 +284,108 @@ std::vector<CurlEasy::Header> finalHeaders(CURL* handle) {
     return headers;
 }
 
-}  // namespace
+// Keeps an easy handle in a multi handle for one exchange. Taking it out ends the exchange
+// there: a connection in the middle of a response is closed, a finished one kept for reuse.
+class Attachment {
+public:
+    Attachment(CURLM* into, CURL* attached) : multi(into), handle(attached) {
+        if (curl().multiAddHandle(multi, handle) != CURLM_OK) throw std::bad_alloc();
+    }
+    ~Attachment() { curl().multiRemoveHandle(multi, handle); }
+    Attachment(const Attachment&) = delete;
+    Attachment& operator=(const Attachment&) = delete;
 
-CurlEasy::CurlEasy() : handle(curl().easyInit()) {
-    if (handle == nullptr) throw std::bad_alloc();
+private:
+    CURLM* const multi;
+    CURL* const handle;
+};
+
+bool isCancelled(const TransferControl& control) { return control.cancelled != nullptr && control.cancelled->load(); }
+
+// How an exchange ended: libcurl's result, or our own failure that stopped it.
+struct Ending {
+    CURLcode result = CURLE_OK;
+    std::optional<std::string> stopped{};
+};
+
+CURLcode result(CURLM* multi) {
+    int left = 0;
+    while (const CURLMsg* message = curl().multiInfoRead(multi, &left)) {
+        if (message->msg == CURLMSG_DONE) return message->data.result;
+    }
+    return CURLE_OK;
 }
 
-CurlEasy::~CurlEasy() { curl().easyCleanup(handle); }
+// Drives the exchange attached to `multi` until it ends, waking at least every
+// controlInterval to look at the cancel flag and the limits and to report progress.
+Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limits, const TransferControl& control) {
+    for (auto reported = SteadyClock::now();;) {
+        int running = 0;
+        if (const CURLMcode code = curl().multiPerform(multi, &running); code != CURLM_OK) {
+            return {.stopped = curl().multiStrerror(code)};
+        }
+        limits.look(handle, reception, SteadyClock::now());
+        if (running == 0) return {.result = result(multi)};
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(limits.deadline() - SteadyClock::now());
+        const auto timeout = std::clamp(wait, std::chrono::milliseconds(0), CurlEasy::controlInterval);
+        if (const CURLMcode code = curl().multiPoll(multi, nullptr, 0, static_cast<int>(timeout.count()), nullptr); code != CURLM_OK) {
+            return {.stopped = curl().multiStrerror(code)};
+        }
+        const auto now = SteadyClock::now();
+        if (isCancelled(control)) return {.stopped = std::string(CurlEasy::cancelledText)};
+        if (auto failure = limits.passed(now)) return {.stopped = std::move(failure)};
+        if (control.progress && now - reported >= CurlEasy::controlInterval) {
+            control.progress(reception.progress());
+            reported = now;
+        }
+    }
+}
 
-CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context, const TransferControl& /*control*/) {
+// The closing of the connection is what ends a response that libcurl takes for whole or cut
+// short; any field before that, such as a length, must not make it look like a body's end.
+bool closedInsideHeaderBlock(CURLcode result, const Reception& reception) {
+    const bool closed = result == CURLE_OK || result == CURLE_PARTIAL_FILE || result == CURLE_RECV_ERROR;
+    return closed && reception.head != Reception::Head::closed;
+}
+
+}  // namespace
+
+CurlEasy::CurlEasy() : handle(curl().easyInit()), multi(curl().multiInit()) {
+    if (handle == nullptr || multi == nullptr) {
+        curl().multiCleanup(multi);
+        curl().easyCleanup(handle);
+        throw std::bad_alloc();
+    }
+}
+
+CurlEasy::~CurlEasy() {
+    curl().multiCleanup(multi);
+    curl().easyCleanup(handle);
+}
+
+CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context, const TransferControl& control) {
     if (context.loopbackOnly) {
         if (const auto host = refusedHost(request.url)) {
             return {.error = "Sending to \u201c" + *host + "\u201d is switched off: only loopback addresses may be reached."};
         }
     }
+    if (isCancelled(control)) return {.error = std::string(cancelledText)};
     curl().easyReset(handle);
     errorBuffer[0] = '\0';
     Reception reception;
     const HeaderList headers = headerList(request.headers);
     configure(handle, request, headers.get(), reception, errorBuffer.data());
     share(handle, context);
-    const auto start = std::chrono::steady_clock::now();
-    const CURLcode result = curl().easyPerform(handle);
-    static_assert(totalTimeFactor == 4, "the text below names the factor");
-    if (result == CURLE_OPERATION_TIMEDOUT && std::chrono::steady_clock::now() - start + clockSlack >= totalTime(request.timeout)) {
-        return {.error = "The exchange was stopped after " + std::to_string(totalTime(request.timeout).count()) +
-                         " ms, four times the request's time-out."};
+    Limits limits(request.timeout);
+    limits.set(handle);
+    const Attachment attachment(multi, handle);
+    auto ending = run(multi, handle, reception, limits, control);
+    if (ending.stopped) return {.error = std::move(ending.stopped)};
+    if (ending.result == CURLE_OPERATION_TIMEDOUT) return {.error = limits.idleText()};
+    if (closedInsideHeaderBlock(ending.result, reception)) return {.error = "The connection closed inside the response's header block."};
+    if (ending.result != CURLE_OK) {
+        return {.error = errorBuffer[0] != '\0' ? std::string(errorBuffer.data()) : curl().easyStrerror(ending.result)};
     }
-    if (result != CURLE_OK) {
-        return {.error = errorBuffer[0] != '\0' ? std::string(errorBuffer.data()) : curl().easyStrerror(result)};
-    }
-    if (!reception.headerComplete) return {.error = "The connection closed inside the response's header block."};
     Response response{.body = std::move(reception.body), .bodyBytes = reception.bodyBytes};
     curl().easyGetinfo(handle, CURLINFO_RESPONSE_CODE, &response.status);
     response.headers = finalHeaders(handle);

@@ -3,6 +3,7 @@
 #include "core/http/TransferControl.hpp"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -36,8 +37,13 @@ public:
         std::optional<std::string> body{};
         bool followRedirects = false;  // when false, a 3xx response is itself the answer
         // Seconds that connecting, and any stretch in which no data moves, may last; a
-        // non-positive time-out means 60 s. The whole exchange may last `totalTimeFactor`
-        // times as long, so that a peer sending a trickle cannot hold it for ever.
+        // non-positive time-out means 60 s. Data moves when a header line arrives whole, when
+        // body bytes arrive and when request bytes go out. The whole exchange may last
+        // `totalTimeFactor` times as long, so that a peer sending a trickle cannot hold it for
+        // ever. Each limit fails the exchange with a text of its own, naming the limit in ms:
+        // "No connection was made within N ms, the request's time-out.", "No data arrived for
+        // N ms, the request's time-out." and "The exchange was stopped after N ms, four times
+        // the request's time-out.".
         double timeout = 60;
     };
 
@@ -80,7 +86,8 @@ public:
     // The error of an exchange its caller cancelled.
     static constexpr std::string_view cancelledText = "The request was cancelled.";
 
-    // Throws std::bad_alloc when libcurl cannot allocate a handle, Error when it cannot be loaded.
+    // Throws std::bad_alloc when libcurl cannot allocate its handles, Error when it cannot be
+    // loaded.
     CurlEasy();
     ~CurlEasy();
     CurlEasy(const CurlEasy&) = delete;
@@ -89,11 +96,20 @@ public:
     // Blocks until the exchange ends. libcurl's own "Expect: 100-continue" pause before a
     // large body is left out, as no other client makes it; a request that sets Expect itself
     // gets the interim response handled. A response that ends inside its header block is a
-    // failure, never an answer.
+    // failure ("The connection closed inside the response's header block."), never an answer,
+    // whatever fields came before the cut.
+    //
+    // `control` is looked at every `controlInterval` on the calling thread: a cancelled
+    // exchange closes its connection at once (over HTTP/2, whose connection other exchanges
+    // may share, it resets its stream instead) and fails with `cancelledText`; one cancelled
+    // before it starts never connects.
     Response perform(const Request& request, const Context& context, const TransferControl& control = {});
+
+    static constexpr std::chrono::milliseconds controlInterval{50};
 
 private:
     void* handle;  // CURL*, kept out of this header
+    void* multi;  // CURLM*, through which `handle` runs, so that its caller keeps control
     std::array<char, 256> errorBuffer{};  // CURL_ERROR_SIZE
 };
 

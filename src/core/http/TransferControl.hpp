@@ -11,7 +11,10 @@ namespace tessaline {
 struct TransferProgress {
     bool responding = false;  // whether the first byte of a response has arrived
     std::uint64_t received = 0;  // decoded body bytes of the final response so far
-    std::optional<std::uint64_t> total{};  // the body's length, when the response announced it
+    // The body's length as its Content-Length announced it; none when the response announced
+    // none, or when its body is encoded (Content-Encoding), as the announced length then
+    // counts encoded bytes, not the decoded ones of `received`.
+    std::optional<std::uint64_t> total{};
 };
 
 // What the caller of a running exchange may do to it, from any thread. Both are optional.
