@@ -15,6 +15,8 @@ struct TransferProgress {
     // none, or when its body is encoded (Content-Encoding), as the announced length then
     // counts encoded bytes, not the decoded ones of `received`.
     std::optional<std::uint64_t> total{};
+
+    bool operator==(const TransferProgress&) const = default;
 };
 
 // What the caller of a running exchange may do to it, from any thread. Both are optional.

@@ -6,6 +6,10 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
 namespace tessaline {
 
 // So that a failed comparison shows the response, not its bytes.
@@ -16,7 +20,11 @@ void PrintTo(const CurlEasy::Response& response, std::ostream* out) {
 
 namespace {
 
-CurlEasy::Response send(const CurlEasy::Request& request) { return CurlEngine::shared().perform(request); }
+CurlEasy::Response send(const CurlEasy::Request& request, const TransferControl& control = {}) {
+    return CurlEngine::shared().perform(request, control);
+}
+
+using std::chrono::milliseconds;
 
 std::string answerWith(const std::string& fields, const std::string& body) {
     return "HTTP/1.1 200 OK\r\n" + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
@@ -92,6 +100,9 @@ TEST(CurlEasyFailureTest, ReportsTheSpecificTextAndNothingElse) {
         {"HTTP/1.1 200 OK\r\nContent-Ty", "The connection closed inside the response's header block."},
         {"HTTP/1.1 200 OK\r\n", "The connection closed inside the response's header block."},
         {"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nX-A: 1\r\n", "The connection closed inside the response's header block."},
+        // Fields that tell where a body ends do not make a cut header block look like a cut body.
+        {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n", "The connection closed inside the response's header block."},
+        {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n", "The connection closed inside the response's header block."},
     };
     for (const auto& [answer, error] : cases) {
         CannedHTTPServer server(answer);
@@ -101,12 +112,53 @@ TEST(CurlEasyFailureTest, ReportsTheSpecificTextAndNothingElse) {
               send({.url = "file:///etc/hostname"}));
 }
 
-TEST(CurlEasyFailureTest, StopsAnExchangeThatTricklesPastFourTimesItsTimeOut) {
-    // The body's bytes come a tenth of a second apart: too fast for the idle limit, too slow
-    // to finish within the whole exchange's.
-    CannedHTTPServer trickling(answerWith("", std::string(100, 'x')), std::chrono::milliseconds(100));
-    EXPECT_EQ((CurlEasy::Response{.error = "The exchange was stopped after 2000 ms, four times the request's time-out."}),
-              send({.url = trickling.url(), .timeout = 0.5}));
+// Each limit ends the exchange the same way at every run: bytes or header lines that come
+// well within the time-out hold it until four times the time-out, a silence as long as the
+// time-out ends it at once. The cases run at the same time, each twice.
+TEST(CurlEasyLimitTest, StopsATrickleAtFourTimesTheTimeOutAndASilenceAtTheTimeOut) {
+    const std::string answer = answerWith("", "xxxxxxxxxx");
+    std::vector<std::string> lines{"HTTP/1.1 200 OK\r\n"};
+    for (int line = 0; line < 24; ++line) lines.push_back("X-Line: " + std::to_string(line) + "\r\n");
+    lines.emplace_back("\r\n");
+    const std::string silent = "No data arrived for 500 ms, the request's time-out.";
+    const struct {
+        std::vector<std::string> pieces;
+        milliseconds pause;
+        double timeout;
+        std::string error;
+    } cases[] = {
+        {CannedHTTPServer::headThenBytes(answer), milliseconds(1000), 1.5, "The exchange was stopped after 6000 ms, four times the request's time-out."},
+        {lines, milliseconds(250), 1, "The exchange was stopped after 4000 ms, four times the request's time-out."},
+        {CannedHTTPServer::headThenBytes(answer), milliseconds(1500), 0.5, silent},
+        {{"", answer}, milliseconds(1500), 0.5, silent},  // no answer at all
+    };
+    std::vector<std::optional<std::string>> errors(2 * std::size(cases));
+    std::vector<std::thread> threads;
+    for (std::size_t run = 0; run < errors.size(); ++run) {
+        threads.emplace_back([&cases, &errors, run] {
+            const auto& limit = cases[run / 2];
+            CannedHTTPServer server(limit.pieces, limit.pause);
+            errors[run] = send({.url = server.url(), .timeout = limit.timeout}).error;
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    for (std::size_t run = 0; run < errors.size(); ++run) EXPECT_EQ(cases[run / 2].error, errors[run]) << "case " << run / 2;
+}
+
+// A listener whose queue of connections is full lets no new one through.
+TEST(CurlEasyLimitTest, NamesAConnectionNotMadeWithinTheTimeOut) {
+    const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+    socklen_t length = sizeof address;
+    ::bind(listener, reinterpret_cast<sockaddr*>(&address), length);
+    ::listen(listener, 0);
+    ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+    const int waiting = ::socket(AF_INET, SOCK_STREAM, 0);
+    ASSERT_EQ(0, ::connect(waiting, reinterpret_cast<sockaddr*>(&address), length));
+    EXPECT_EQ("No connection was made within 300 ms, the request's time-out.",
+              send({.url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/", .timeout = 0.3}).error);
+    ::close(waiting);
+    ::close(listener);
 }
 
 // A time-out of zero stands for the default, so an answer that keeps the client waiting a
@@ -115,6 +167,48 @@ TEST(CurlEasyFailureTest, TakesAZeroTimeOutForTheDefault) {
     CannedHTTPServer slow(answerWith("", "x"), std::chrono::milliseconds(1500));
     EXPECT_EQ((CurlEasy::Response{.status = 200, .headers = {{"Content-Length", "1"}}, .body = "x", .bodyBytes = 1}),
               send({.url = slow.url(), .timeout = 0}));
+}
+
+// The peer sees its connection close, whether the answer has begun or not; an exchange
+// cancelled before it starts never connects.
+TEST(CurlEasyControlTest, CancelsBeforeAndWhileTheExchangeRuns) {
+    const std::string cancelled(CurlEasy::cancelledText);
+    std::atomic<bool> before = true;
+    CannedHTTPServer unused(answerWith("", "x"));
+    EXPECT_EQ(cancelled, send({.url = unused.url()}, {.cancelled = &before}).error);
+    EXPECT_EQ(0, unused.connections());
+
+    for (const bool responding : {false, true}) {
+        CannedHTTPServer server({"", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n", "o", "k"}, milliseconds(1000));
+        std::atomic<bool> flag = false;
+        const auto cancel = [&flag, responding](const TransferProgress& progress) {
+            if (progress.responding == responding) flag = true;
+        };
+        EXPECT_EQ(cancelled, send({.url = server.url()}, {.cancelled = &flag, .progress = cancel}).error) << responding;
+        EXPECT_TRUE(server.waitForEarlyClose()) << responding;
+    }
+}
+
+// Progress counts the decoded body; an encoded body's announced length counts other bytes.
+TEST(CurlEasyControlTest, ReportsProgressWhileTheExchangeRuns) {
+    std::vector<std::string> pieces{"", "HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\n"};
+    for (const char byte : std::string("abcdefgh")) pieces.emplace_back(1, byte);
+    CannedHTTPServer server(pieces, milliseconds(100));
+    std::vector<TransferProgress> reports;
+    const auto report = [&reports](const TransferProgress& progress) { reports.push_back(progress); };
+    EXPECT_EQ("abcdefgh", send({.url = server.url()}, {.progress = report}).body);
+    ASSERT_FALSE(reports.empty());
+    EXPECT_EQ(TransferProgress{}, reports.front());  // before the answer
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end(), [](const auto& one, const auto& other) { return one.received < other.received; }));
+    const auto midway = std::find_if(reports.begin(), reports.end(), [](const auto& progress) { return progress.received > 0 && progress.received < 8; });
+    ASSERT_NE(reports.end(), midway);
+    EXPECT_EQ((TransferProgress{.responding = true, .received = midway->received, .total = 8}), *midway);
+
+    CannedHTTPServer encoded(answerWith("Content-Encoding: deflate\r\n", deflated("compressed")), milliseconds(50));
+    reports.clear();
+    EXPECT_EQ("compressed", send({.url = encoded.url()}, {.progress = report}).body);
+    EXPECT_TRUE(std::any_of(reports.begin(), reports.end(), [](const auto& progress) { return progress.responding; }));
+    EXPECT_TRUE(std::none_of(reports.begin(), reports.end(), [](const auto& progress) { return progress.total.has_value(); }));
 }
 
 }  // namespace

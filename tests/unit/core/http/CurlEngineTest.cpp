@@ -7,7 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+
 #include <mutex>
+#include <optional>
 #include <set>
 
 namespace tessaline {
@@ -68,14 +73,49 @@ TEST(CurlEngineTrustTest, TakesTheCABundleFromTheVariablesCurlReads) {
 }
 
 TEST(CurlEngineLoopbackTest, RefusesEveryHostButLoopbackBeforeLookingItUp) {
-    CannedHTTPServer server("HTTP/1.1 302 Found\r\nLocation: http://192.0.2.1/\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
+    CannedHTTPServer server("HTTP/1.1 302 Found\r\nLocation: /\r\nContent-Length: 0\r\n\r\n");
     CurlEngine engine;
     engine.setLoopbackOnly(true);
     EXPECT_EQ("Sending to \u201capi.example.com\u201d is switched off: only loopback addresses may be reached.",
               engine.perform({.url = "https://api.example.com/x"}).error);
     EXPECT_EQ(302, engine.perform({.url = "http://localhost:" + server.url("").substr(17)}).status);
-    const auto redirected = engine.perform({.url = server.url(), .followRedirects = true}).error.value_or("");
-    EXPECT_TRUE(redirected.starts_with("Failed to connect to 192.0.2.1 port 80")) << redirected;
+}
+
+// An address of this machine's own that is not a loopback one, if it has one.
+std::optional<in_addr> ownNonLoopbackAddress() {
+    ifaddrs* interfaces = nullptr;
+    if (::getifaddrs(&interfaces) != 0) return std::nullopt;
+    std::optional<in_addr> found;
+    for (const ifaddrs* entry = interfaces; entry != nullptr && !found; entry = entry->ifa_next) {
+        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET || (entry->ifa_flags & IFF_LOOPBACK) != 0) continue;
+        found = reinterpret_cast<const sockaddr_in*>(entry->ifa_addr)->sin_addr;
+    }
+    ::freeifaddrs(interfaces);
+    return found;
+}
+
+// A redirect names its host after the check before the exchange; the address connected to
+// is checked too, so nothing reaches a listener of this machine outside loopback.
+TEST(CurlEngineLoopbackTest, RefusesARedirectToAnAddressOfThisMachineOutsideLoopback) {
+    const auto own = ownNonLoopbackAddress();
+    if (!own) GTEST_SKIP() << "This machine has no IPv4 address but loopback to listen on.";
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = *own, .sin_zero = {}};
+    socklen_t length = sizeof address;
+    ASSERT_EQ(0, ::bind(listener, reinterpret_cast<sockaddr*>(&address), length));
+    ::listen(listener, 8);
+    ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+    char text[INET_ADDRSTRLEN] = {};
+    ::inet_ntop(AF_INET, own.operator->(), text, sizeof text);
+    const std::string target = std::string(text) + ":" + std::to_string(ntohs(address.sin_port));
+    CannedHTTPServer server("HTTP/1.1 302 Found\r\nLocation: http://" + target + "/\r\nContent-Length: 0\r\n\r\n");
+
+    CurlEngine engine;
+    engine.setLoopbackOnly(true);
+    const auto error = engine.perform({.url = server.url(), .followRedirects = true}).error.value_or("");
+    EXPECT_TRUE(error.starts_with("Failed to connect to " + std::string(text) + " port ")) << error;
+    EXPECT_EQ(-1, ::accept(listener, nullptr, nullptr)) << "a connection reached " << target;
+    ::close(listener);
 }
 
 }  // namespace

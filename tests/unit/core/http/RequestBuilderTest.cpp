@@ -188,5 +188,14 @@ TEST(HTTPRunnerTest, RecordsTheRequestAsSentAndTheAnswerWithItsFieldsSortedIgnor
               response);
 }
 
+// Without a user agent of its own a request goes out with the runner's; the request's
+// time-out, not the default, bounds the wait for an answer.
+TEST(HTTPRunnerTest, SendsItsUserAgentAndKeepsTheRequestsTimeOut) {
+    CannedHTTPServer server(std::vector<std::string>{"", "HTTP/1.1 204 No Content\r\n\r\n"}, std::chrono::milliseconds(1500));
+    const auto response = HTTPRunner().send({.url = server.url()}, {.timeout = 0.3});
+    EXPECT_EQ("No data arrived for 300 ms, the request's time-out.", response.error);
+    EXPECT_NE(std::string::npos, server.lastRequest().find("\r\nUser-Agent: Tessaline/1.0\r\n")) << server.lastRequest();
+}
+
 }  // namespace
 }  // namespace tessaline
