@@ -21,8 +21,10 @@ template <class Tools>
 using Run = std::string (Tools::*)(const nlohmann::json&);
 using Handler = std::variant<Run<WorkspaceTools>, Run<SendingTools>, Run<ConversionTools>, Run<OAuthTools>>;
 
-// The seventeen definitions in catalogue order, each with exactly "name", "description"
-// and "inputSchema". Built once, on first use, and never changed.
+// The seventeen definitions in catalogue order, each with exactly "name", "title",
+// "description", "inputSchema" and "annotations" (the title again and the four hints:
+// readOnlyHint, destructiveHint, idempotentHint, openWorldHint). Built once, on first use,
+// and never changed.
 const nlohmann::json& definitions();
 
 // The handler of the tool with that name (exact, case-sensitive), if the catalogue lists one.
