@@ -39,6 +39,23 @@ std::string unreadableCopyName(Date now) {
     return "workspace-unreadable-" + snapshot.substr(0, snapshot.find('~')) + ".json";
 }
 
+// Rounds of taking in what another process wrote at the moment of a save and saving again,
+// before its write is kept only as a snapshot.
+constexpr int writeRounds = 4;
+// How long a workspace file that does not decode may take to change, as one that another
+// process is writing in place does, before it counts as unreadable; and how often that is
+// waited for.
+constexpr std::chrono::milliseconds writerPause{40};
+constexpr int settlingLooks = 5;
+
+std::optional<Workspace> decodedOverwritten(const std::string& bytes) {
+    try {
+        return decodeWorkspace(bytes);
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
 }  // namespace
 
 std::filesystem::path WorkspaceStore::defaultFolder() { return platform::userDataFolder() / "Tessaline"; }
@@ -92,28 +109,42 @@ void WorkspaceStore::open() {
 
 // The workspace the file holds. A file that cannot be read or decoded is remembered, so
 // that saves keep or spare it; a missing one is simply written again by the next save.
-std::optional<Workspace> WorkspaceStore::decodedFile(const WatchedFile::Content& content) {
-    if (!content.bytes) {
-        unreadable.reset();
-        if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
-        return std::nullopt;
-    }
-    try {
-        auto decoded = decodeWorkspace(*content.bytes);
-        unreadable.reset();
-        return decoded;
-    } catch (const Error& error) {
-        unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
-        return std::nullopt;
+std::optional<Workspace> WorkspaceStore::decodedFile(WatchedFile::Content content) {
+    for (int look = 1;; ++look) {
+        if (!content.bytes) {
+            unreadable.reset();
+            if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
+            return std::nullopt;
+        }
+        try {
+            auto decoded = decodeWorkspace(*content.bytes);
+            unreadable.reset();
+            return decoded;
+        } catch (const Error& error) {
+            // Another process may be half-way through writing the file in place.
+            if (look < settlingLooks) {
+                if (auto newer = file.changeWithin(writerPause)) {
+                    content = std::move(*newer);
+                    continue;
+                }
+            }
+            unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
+            return std::nullopt;
+        }
     }
 }
 
 // Adopts what another process wrote, as the loop does before every line.
 std::optional<Workspace> WorkspaceStore::takeIn(const WatchedFile::Content& content) {
     auto theirs = decodedFile(content);
-    if (!theirs || *theirs == live) return std::nullopt;
+    if (!theirs) return std::nullopt;
+    return adopt(std::move(*theirs));
+}
+
+std::optional<Workspace> WorkspaceStore::adopt(Workspace theirs) {
+    if (theirs == live) return std::nullopt;
     snapshotVersion("Before external change");
-    Workspace before = std::exchange(live, std::move(*theirs));
+    Workspace before = std::exchange(live, std::move(theirs));
     for (const auto& change : unsaved) change(live);
     history.reloadAll(allRequestIDs());
     return before;
@@ -271,16 +302,37 @@ SaveReport WorkspaceStore::saveNow() {
     SaveReport report;
     try {
         if (unreadable) report.notice = keepUnreadable(*unreadable->bytes);
-        if (const auto overwritten = file.write(encodeWorkspace(live))) {
-            // Another process wrote between the last look and the replacement.
-            archive.save(*overwritten, "Overwritten external change", clock());
-        }
+        writeTakingIn();
     } catch (const std::exception& failure) {
         return {.failure = std::string("Couldn't save workspace: ") + failure.what()};
     }
     unreadable.reset();
     unsaved.clear();
+    history.writeUnwritten();
     return report;
+}
+
+void WorkspaceStore::writeTakingIn() {
+    std::optional<std::string> adopted;  // outside bytes taken in and not yet written over
+    for (int round = 1;; ++round) {
+        std::optional<std::string> overwritten;
+        try {
+            overwritten = file.write(encodeWorkspace(live));
+        } catch (const std::exception&) {
+            if (adopted) archive.save(*adopted, "Overwritten external change", clock());
+            throw;
+        }
+        if (!overwritten) return;
+        // Another process wrote between the last look and the replacement.
+        std::optional<Workspace> theirs;
+        if (round < writeRounds) theirs = decodedOverwritten(*overwritten);
+        if (!theirs) {
+            archive.save(*overwritten, "Overwritten external change", clock());
+            return;
+        }
+        adopt(std::move(*theirs));
+        adopted = std::move(overwritten);
+    }
 }
 
 std::string WorkspaceStore::keepUnreadable(const std::string& bytes) {

@@ -28,10 +28,12 @@ namespace tessaline {
 //
 // Edits change the live workspace; saveNow() writes it and reports a failure rather than
 // hiding it. Nothing the store could not read is destroyed: a workspace file that does not
-// decode is copied beside itself before the first save replaces it, and one that cannot be
-// read at all is never replaced. Just before replacing the file the store looks at it once
-// more, and takes in what another process wrote since it last read or wrote it, as
-// reloadIfChanged() would; the edits not yet saved are then applied again on top.
+// decode, and does not change within a moment as one being written in place would, is copied
+// beside itself before the first save replaces it, and one that cannot be read at all is
+// never replaced. Just before replacing the file the store looks at it once more, and takes
+// in what another process wrote since it last read or wrote it, as reloadIfChanged() would;
+// the edits not yet saved are then applied again on top. What another process writes at the
+// very moment of the replacement is taken in the same way and the file written again.
 //
 // One thread at a time: the server calls it from its loop (and from the worker a blocking
 // call waits for); WorkspaceEditor adds the locking, undo and timing a desktop client needs.
@@ -108,7 +110,8 @@ public:
 
     // Persistence.
     // Writes the workspace file now, after taking in what another process wrote since the
-    // store last read or wrote it. On failure the edits stay in memory for the next save.
+    // store last read or wrote it, and then the response histories whose writes failed. On
+    // failure the edits stay in memory for the next save.
     SaveReport saveNow();
     // Whether there are edits that no save has written yet.
     bool hasUnsavedEdits() const { return !unsaved.empty(); }
@@ -134,8 +137,15 @@ private:
     // The live workspace, with the folder's files loaded.
     Workspace& loaded();
     void open();
-    std::optional<Workspace> decodedFile(const WatchedFile::Content& content);
+    std::optional<Workspace> decodedFile(WatchedFile::Content content);
     std::optional<Workspace> takeIn(const WatchedFile::Content& content);
+    // Makes `theirs` live with the unsaved edits on top, after snapshotting the live
+    // workspace; returns the workspace as it was, absent when `theirs` brings no change.
+    std::optional<Workspace> adopt(Workspace theirs);
+    // Replaces the workspace file with the live workspace. What another process wrote at the
+    // very moment is taken in and the file written again, for a few rounds; after that, or
+    // when it does not decode, it is kept as an "Overwritten external change" snapshot.
+    void writeTakingIn();
     // Copies the bytes of an unreadable workspace file beside it; returns the notice.
     std::string keepUnreadable(const std::string& bytes);
     std::vector<Uuid> allRequestIDs();

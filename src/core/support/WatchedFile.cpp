@@ -3,6 +3,8 @@
 #include "core/support/AtomicFile.hpp"
 #include "core/support/FileError.hpp"
 
+#include <thread>
+
 namespace tessaline {
 
 WatchedFile::WatchedFile(std::filesystem::path path, Clock now, StampReader stampReader)
@@ -33,14 +35,30 @@ const WatchedFile::Content& WatchedFile::read() {
     return seen;
 }
 
-std::optional<WatchedFile::Content> WatchedFile::change() {
-    auto current = stampOf(file);
-    if (looked && current == stamp && !racy) return std::nullopt;
+std::optional<WatchedFile::Content> WatchedFile::differing(std::optional<FileStamp> current) {
     Content content = load();
     const bool differs = !looked || content != seen;
     remember(std::move(content), std::move(current));
     if (!differs) return std::nullopt;
     return seen;
+}
+
+std::optional<WatchedFile::Content> WatchedFile::change() {
+    auto current = stampOf(file);
+    if (looked && current == stamp && !racy) return std::nullopt;
+    return differing(std::move(current));
+}
+
+std::optional<WatchedFile::Content> WatchedFile::changeWithin(std::chrono::milliseconds wait) {
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    do {
+        std::this_thread::sleep_for(pollInterval);
+        auto current = stampOf(file);
+        if (current == stamp) continue;
+        if (auto changed = differing(std::move(current))) return changed;
+    } while (std::chrono::steady_clock::now() < deadline);
+    // A write within the same tick of the file-system clock can leave the stamp as it was.
+    return differing(stampOf(file));
 }
 
 std::optional<std::string> WatchedFile::write(std::string_view bytes, mode_t permissions) {

@@ -23,6 +23,7 @@ namespace tessaline {
 class WatchedFile {
 public:
     static constexpr std::chrono::milliseconds racyWindow{50};
+    static constexpr std::chrono::milliseconds pollInterval{2};
 
     // What the file holds: its bytes, or why there are none.
     struct Content {
@@ -44,6 +45,10 @@ public:
     // What the file holds when that differs from what we last read or wrote (the first look
     // always differs); absent when it is unchanged. Remembers what it found.
     std::optional<Content> change();
+    // Waits up to `wait` for the file to differ from what we last read or wrote, as when
+    // another program is in the middle of writing it, looking every pollInterval; returns what
+    // it then holds, or absent when it held still. Remembers what it found.
+    std::optional<Content> changeWithin(std::chrono::milliseconds wait);
     // Replaces the file atomically (atomicFile::write) and remembers the bytes. Returns what
     // another program wrote there at the very last moment, between our last look and the
     // replacement, when the system could tell. Throws FileError.
@@ -51,6 +56,8 @@ public:
 
 private:
     Content load() const;
+    // Reads the file and remembers it with `current`; returns it when it differs.
+    std::optional<Content> differing(std::optional<FileStamp> current);
     void remember(Content content, std::optional<FileStamp> stamp);
 
     std::filesystem::path file;
