@@ -297,14 +297,20 @@ bool WorkspaceStore::snapshotVersion(const std::string& reason) {
 
 SaveReport WorkspaceStore::saveNow() {
     loaded();
-    if (const auto outside = file.change()) takeIn(*outside);
-    if (unreadable && !unreadable->bytes) return {.failure = "Couldn't save workspace: " + unreadable->reason};
     SaveReport report;
-    try {
-        if (unreadable) report.notice = keepUnreadable(*unreadable->bytes);
-        writeTakingIn();
-    } catch (const std::exception& failure) {
-        return {.failure = std::string("Couldn't save workspace: ") + failure.what()};
+    std::optional<std::string> kept;  // the unreadable bytes copied by this save
+    for (int round = 1; round <= writeRounds; ++round) {
+        if (const auto outside = file.change()) takeIn(*outside);
+        if (unreadable && !unreadable->bytes) return {.failure = "Couldn't save workspace: " + unreadable->reason};
+        try {
+            if (unreadable && unreadable->bytes != kept) {
+                report.notice = keepUnreadable(*unreadable->bytes);
+                kept = unreadable->bytes;
+            }
+            if (wroteFile(round == writeRounds)) break;
+        } catch (const std::exception& failure) {
+            return {.failure = std::string("Couldn't save workspace: ") + failure.what()};
+        }
     }
     unreadable.reset();
     unsaved.clear();
@@ -312,27 +318,24 @@ SaveReport WorkspaceStore::saveNow() {
     return report;
 }
 
-void WorkspaceStore::writeTakingIn() {
-    std::optional<std::string> adopted;  // outside bytes taken in and not yet written over
-    for (int round = 1;; ++round) {
-        std::optional<std::string> overwritten;
-        try {
-            overwritten = file.write(encodeWorkspace(live));
-        } catch (const std::exception&) {
-            if (adopted) archive.save(*adopted, "Overwritten external change", clock());
-            throw;
-        }
-        if (!overwritten) return;
-        // Another process wrote between the last look and the replacement.
-        std::optional<Workspace> theirs;
-        if (round < writeRounds) theirs = decodedOverwritten(*overwritten);
-        if (!theirs) {
-            archive.save(*overwritten, "Overwritten external change", clock());
-            return;
-        }
-        adopt(std::move(*theirs));
-        adopted = std::move(overwritten);
+bool WorkspaceStore::wroteFile(bool lastRound) {
+    const std::string bytes = encodeWorkspace(live);
+    std::optional<std::string> overwritten;
+    if (lastRound) {
+        overwritten = file.write(bytes);
+    } else {
+        auto outcome = file.writeUnlessChanged(bytes);
+        if (!outcome.done) return false;
+        overwritten = std::move(outcome.replaced);
     }
+    if (!overwritten) return true;
+    // Another process wrote between the last look and the replacement.
+    if (auto theirs = lastRound ? std::nullopt : decodedOverwritten(*overwritten)) {
+        adopt(std::move(*theirs));
+        return false;
+    }
+    archive.save(*overwritten, "Overwritten external change", clock());
+    return true;
 }
 
 std::string WorkspaceStore::keepUnreadable(const std::string& bytes) {

@@ -142,10 +142,12 @@ private:
     // Makes `theirs` live with the unsaved edits on top, after snapshotting the live
     // workspace; returns the workspace as it was, absent when `theirs` brings no change.
     std::optional<Workspace> adopt(Workspace theirs);
-    // Replaces the workspace file with the live workspace. What another process wrote at the
-    // very moment is taken in and the file written again, for a few rounds; after that, or
-    // when it does not decode, it is kept as an "Overwritten external change" snapshot.
-    void writeTakingIn();
+    // One round of a save: replaces the workspace file with the live workspace unless another
+    // process wrote it since the last look, or, in the last round, whatever it holds. Returns
+    // false when the save has to go round again: the other write is to be taken in first, or
+    // was swapped out by the replacement and taken in already. What a swap caught in the last
+    // round, or what does not decode, is kept as an "Overwritten external change" snapshot.
+    bool wroteFile(bool lastRound);
     // Copies the bytes of an unreadable workspace file beside it; returns the notice.
     std::string keepUnreadable(const std::string& bytes);
     std::vector<Uuid> allRequestIDs();
