@@ -72,15 +72,21 @@ export function busyAgent(call, periodMs) {
 // file, those in neither it nor a snapshot, acknowledged changes in neither, and the copies
 // of files the server could not read.
 export function outcome(folder, renamed, acknowledged) {
+  const found = (text, pattern) => [...text.matchAll(pattern)].map((match) => match[1]);
+  const [marks, tokens] = [/outside#(\d+)/g, /"(agent-(?:request|variable)-\d+)"/g];
   const live = readFileSync(join(folder, 'workspace.json'), 'utf8');
-  const texts = [live, ...readdirSync(join(folder, 'versions')).map((name) => readFileSync(join(folder, 'versions', name), 'utf8'))];
-  const marks = (text) => new Set([...text.matchAll(/outside#(\d+)/g)].map(([, n]) => +n));
-  const inLive = marks(live), kept = marks(texts.join('\n'));
+  const inLive = new Set(found(live, marks)), kept = new Set(inLive), keptTokens = new Set(found(live, tokens));
+  const versions = readdirSync(join(folder, 'versions'));
+  for (const name of versions) {
+    const text = readFileSync(join(folder, 'versions', name), 'utf8');
+    for (const mark of found(text, marks)) kept.add(mark);
+    for (const token of found(text, tokens)) keptTokens.add(token);
+  }
   return {
-    missingFromLive: renamed.filter((n) => !inLive.has(n)),
-    lostOutside: renamed.filter((n) => !kept.has(n)),
-    lostAcknowledged: acknowledged.filter((token) => !texts.some((text) => text.includes(`"${token}"`))),
+    missingFromLive: renamed.filter((n) => !inLive.has(String(n))),
+    lostOutside: renamed.filter((n) => !kept.has(String(n))),
+    lostAcknowledged: acknowledged.filter((token) => !keptTokens.has(token)),
     unreadableCopies: readdirSync(folder).filter((name) => name.startsWith('workspace-unreadable-')).length,
-    snapshots: texts.length - 1,
+    snapshots: versions.length,
   };
 }

@@ -44,6 +44,7 @@ std::optional<std::string> write(const std::filesystem::path& path, std::string_
 struct Replacement {
     bool done = false;                      // false when `proceed` declined: nothing was replaced
     std::optional<std::string> replaced{};  // what write() returns
+    bool operator==(const Replacement&) const = default;
 };
 
 // As write(), but once the new bytes are synced, just before they take the target's place,
