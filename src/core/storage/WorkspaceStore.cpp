@@ -39,9 +39,9 @@ std::string unreadableCopyName(Date now) {
     return "workspace-unreadable-" + snapshot.substr(0, snapshot.find('~')) + ".json";
 }
 
-// Rounds of taking in what another process wrote at the moment of a save and saving again,
-// before its write is kept only as a snapshot.
-constexpr int writeRounds = 4;
+// Rounds of taking in what another process wrote during a save and saving again, before its
+// write is kept only as a snapshot.
+constexpr int writeRounds = 12;
 // How long a workspace file that does not decode may take to change, as one that another
 // process is writing in place does, before it counts as unreadable; and how often that is
 // waited for.
@@ -143,7 +143,11 @@ std::optional<Workspace> WorkspaceStore::takeIn(const WatchedFile::Content& cont
 
 std::optional<Workspace> WorkspaceStore::adopt(Workspace theirs) {
     if (theirs == live) return std::nullopt;
-    snapshotVersion("Before external change");
+    if (saving) {
+        replacedDuringSave.emplace_back(clock(), live);
+    } else {
+        snapshotVersion("Before external change");
+    }
     Workspace before = std::exchange(live, std::move(theirs));
     for (const auto& change : unsaved) change(live);
     history.reloadAll(allRequestIDs());
@@ -285,11 +289,12 @@ void WorkspaceStore::deleteItem(const Uuid& id) {
     });
 }
 
-bool WorkspaceStore::snapshotVersion(const std::string& reason) {
-    const Date now = clock();
-    if (!archive.save(encodeWorkspace(loaded()), reason, now)) return false;
-    lastVersionAt = now;
-    lastVersion = live;
+bool WorkspaceStore::snapshotVersion(const std::string& reason) { return snapshot(loaded(), reason, clock()); }
+
+bool WorkspaceStore::snapshot(const Workspace& state, const std::string& reason, Date date) {
+    if (!archive.save(encodeWorkspace(state), reason, date)) return false;
+    lastVersionAt = date;
+    lastVersion = state;
     return true;
 }
 
@@ -297,6 +302,15 @@ bool WorkspaceStore::snapshotVersion(const std::string& reason) {
 
 SaveReport WorkspaceStore::saveNow() {
     loaded();
+    saving = true;
+    const SaveReport report = saveInRounds();
+    saving = false;
+    for (const auto& [date, state] : std::exchange(replacedDuringSave, {})) snapshot(state, "Before external change", date);
+    history.writeUnwritten();
+    return report;
+}
+
+SaveReport WorkspaceStore::saveInRounds() {
     SaveReport report;
     std::optional<std::string> kept;  // the unreadable bytes copied by this save
     for (int round = 1; round <= writeRounds; ++round) {
@@ -314,7 +328,6 @@ SaveReport WorkspaceStore::saveNow() {
     }
     unreadable.reset();
     unsaved.clear();
-    history.writeUnwritten();
     return report;
 }
 

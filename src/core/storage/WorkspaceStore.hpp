@@ -140,8 +140,11 @@ private:
     std::optional<Workspace> decodedFile(WatchedFile::Content content);
     std::optional<Workspace> takeIn(const WatchedFile::Content& content);
     // Makes `theirs` live with the unsaved edits on top, after snapshotting the live
-    // workspace; returns the workspace as it was, absent when `theirs` brings no change.
+    // workspace (during a save, once the save is over, so that its rounds stay short);
+    // returns the workspace as it was, absent when `theirs` brings no change.
     std::optional<Workspace> adopt(Workspace theirs);
+    bool snapshot(const Workspace& state, const std::string& reason, Date date);
+    SaveReport saveInRounds();
     // One round of a save: replaces the workspace file with the live workspace unless another
     // process wrote it since the last look, or, in the last round, whatever it holds. Returns
     // false when the save has to go round again: the other write is to be taken in first, or
@@ -159,6 +162,9 @@ private:
     Workspace live;
     std::vector<std::function<void(Workspace&)>> unsaved;
     std::optional<Unreadable> unreadable;
+    bool saving = false;
+    // The live states that outside writes replaced during this save, and when.
+    std::vector<std::pair<Date, Workspace>> replacedDuringSave;
     ResponseHistory history;
     VersionArchive archive;
     std::optional<Date> lastVersionAt;
