@@ -15,6 +15,7 @@ peer="$out/peer"
   npm install --prefix "$peer" --no-audit --no-fund --loglevel=error dkmaker-mcp-rest-api@0.4.0 >/dev/null
 (cd tests/e2e && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
 node bench/sending.mjs "$out/tessaline-mcp" "$peer/node_modules/dkmaker-mcp-rest-api/build/index.js" "$workspace"
+node bench/busy-writer.mjs "$out/tessaline-mcp" "$workspace"
 
 for b in "$out"/bench/*Bench; do
   [ -x "$b" ] || continue

@@ -30,10 +30,13 @@ public:
 
     // Puts the response in front of its request's list (after taking in what another
     // process recorded meanwhile, also while the file was being written), keeps at most
-    // historyLimit, and writes the file. When the
-    // write fails, returns "Couldn't save the response history: " and the reason; the list
-    // in memory keeps the response and the next record of that request writes it.
+    // historyLimit, and writes the file, then the lists whose writes failed before. When its
+    // own write fails, returns "Couldn't save the response history: " and the reason; the
+    // response stays in the list, also through what another process writes meanwhile, until
+    // a write of its file succeeds.
     std::optional<std::string> record(const StoredResponse& response);
+    // Writes the lists whose writes failed; those that fail again wait for the next try.
+    void writeUnwritten();
 
     void clear(const Uuid& requestID);
     // Reads again every list that is loaded, and the files of `requestIDs`.
@@ -45,11 +48,17 @@ public:
 
 private:
     WatchedFile& fileFor(const Uuid& requestID);
+    // Makes the file's content the request's list, with its unwritten responses on top.
     void take(const Uuid& requestID, const WatchedFile::Content& content);
+    // Writes the request's list, keeping what another process wrote at the last moment too.
+    // Throws FileError.
+    void write(const Uuid& requestID);
 
     std::filesystem::path folder;
     Clock clock;
     std::unordered_map<Uuid, std::vector<StoredResponse>> lists;
+    // Responses recorded in a list whose file could not be written since, newest first.
+    std::unordered_map<Uuid, std::vector<StoredResponse>> unwritten;
     std::unordered_map<Uuid, WatchedFile> files;
 };
 

@@ -39,6 +39,23 @@ std::string unreadableCopyName(Date now) {
     return "workspace-unreadable-" + snapshot.substr(0, snapshot.find('~')) + ".json";
 }
 
+// Rounds of taking in what another process wrote during a save and saving again, before its
+// write is kept only as a snapshot.
+constexpr int writeRounds = 12;
+// How long a workspace file that does not decode may take to change, as one that another
+// process is writing in place does, before it counts as unreadable; and how often that is
+// waited for.
+constexpr std::chrono::milliseconds writerPause{40};
+constexpr int settlingLooks = 5;
+
+std::optional<Workspace> decodedOverwritten(const std::string& bytes) {
+    try {
+        return decodeWorkspace(bytes);
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
 }  // namespace
 
 std::filesystem::path WorkspaceStore::defaultFolder() { return platform::userDataFolder() / "Tessaline"; }
@@ -92,28 +109,46 @@ void WorkspaceStore::open() {
 
 // The workspace the file holds. A file that cannot be read or decoded is remembered, so
 // that saves keep or spare it; a missing one is simply written again by the next save.
-std::optional<Workspace> WorkspaceStore::decodedFile(const WatchedFile::Content& content) {
-    if (!content.bytes) {
-        unreadable.reset();
-        if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
-        return std::nullopt;
-    }
-    try {
-        auto decoded = decodeWorkspace(*content.bytes);
-        unreadable.reset();
-        return decoded;
-    } catch (const Error& error) {
-        unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
-        return std::nullopt;
+std::optional<Workspace> WorkspaceStore::decodedFile(WatchedFile::Content content) {
+    for (int look = 1;; ++look) {
+        if (!content.bytes) {
+            unreadable.reset();
+            if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
+            return std::nullopt;
+        }
+        try {
+            auto decoded = decodeWorkspace(*content.bytes);
+            unreadable.reset();
+            return decoded;
+        } catch (const Error& error) {
+            // Another process may be half-way through writing the file in place.
+            if (look < settlingLooks) {
+                if (auto newer = file.changeWithin(writerPause)) {
+                    content = std::move(*newer);
+                    continue;
+                }
+            }
+            unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
+            return std::nullopt;
+        }
     }
 }
 
 // Adopts what another process wrote, as the loop does before every line.
 std::optional<Workspace> WorkspaceStore::takeIn(const WatchedFile::Content& content) {
     auto theirs = decodedFile(content);
-    if (!theirs || *theirs == live) return std::nullopt;
-    snapshotVersion("Before external change");
-    Workspace before = std::exchange(live, std::move(*theirs));
+    if (!theirs) return std::nullopt;
+    return adopt(std::move(*theirs));
+}
+
+std::optional<Workspace> WorkspaceStore::adopt(Workspace theirs) {
+    if (theirs == live) return std::nullopt;
+    if (saving) {
+        replacedDuringSave.emplace_back(clock(), live);
+    } else {
+        snapshotVersion("Before external change");
+    }
+    Workspace before = std::exchange(live, std::move(theirs));
     for (const auto& change : unsaved) change(live);
     history.reloadAll(allRequestIDs());
     return before;
@@ -254,11 +289,12 @@ void WorkspaceStore::deleteItem(const Uuid& id) {
     });
 }
 
-bool WorkspaceStore::snapshotVersion(const std::string& reason) {
-    const Date now = clock();
-    if (!archive.save(encodeWorkspace(loaded()), reason, now)) return false;
-    lastVersionAt = now;
-    lastVersion = live;
+bool WorkspaceStore::snapshotVersion(const std::string& reason) { return snapshot(loaded(), reason, clock()); }
+
+bool WorkspaceStore::snapshot(const Workspace& state, const std::string& reason, Date date) {
+    if (!archive.save(encodeWorkspace(state), reason, date)) return false;
+    lastVersionAt = date;
+    lastVersion = state;
     return true;
 }
 
@@ -266,21 +302,53 @@ bool WorkspaceStore::snapshotVersion(const std::string& reason) {
 
 SaveReport WorkspaceStore::saveNow() {
     loaded();
-    if (const auto outside = file.change()) takeIn(*outside);
-    if (unreadable && !unreadable->bytes) return {.failure = "Couldn't save workspace: " + unreadable->reason};
+    saving = true;
+    const SaveReport report = saveInRounds();
+    saving = false;
+    for (const auto& [date, state] : std::exchange(replacedDuringSave, {})) snapshot(state, "Before external change", date);
+    history.writeUnwritten();
+    return report;
+}
+
+SaveReport WorkspaceStore::saveInRounds() {
     SaveReport report;
-    try {
-        if (unreadable) report.notice = keepUnreadable(*unreadable->bytes);
-        if (const auto overwritten = file.write(encodeWorkspace(live))) {
-            // Another process wrote between the last look and the replacement.
-            archive.save(*overwritten, "Overwritten external change", clock());
+    std::optional<std::string> kept;  // the unreadable bytes copied by this save
+    for (int round = 1; round <= writeRounds; ++round) {
+        if (const auto outside = file.change()) takeIn(*outside);
+        if (unreadable && !unreadable->bytes) return {.failure = "Couldn't save workspace: " + unreadable->reason};
+        try {
+            if (unreadable && unreadable->bytes != kept) {
+                report.notice = keepUnreadable(*unreadable->bytes);
+                kept = unreadable->bytes;
+            }
+            if (wroteFile(round == writeRounds)) break;
+        } catch (const std::exception& failure) {
+            return {.failure = std::string("Couldn't save workspace: ") + failure.what()};
         }
-    } catch (const std::exception& failure) {
-        return {.failure = std::string("Couldn't save workspace: ") + failure.what()};
     }
     unreadable.reset();
     unsaved.clear();
     return report;
+}
+
+bool WorkspaceStore::wroteFile(bool lastRound) {
+    const std::string bytes = encodeWorkspace(live);
+    std::optional<std::string> overwritten;
+    if (lastRound) {
+        overwritten = file.write(bytes);
+    } else {
+        auto outcome = file.writeUnlessChanged(bytes);
+        if (!outcome.done) return false;
+        overwritten = std::move(outcome.replaced);
+    }
+    if (!overwritten) return true;
+    // Another process wrote between the last look and the replacement.
+    if (auto theirs = lastRound ? std::nullopt : decodedOverwritten(*overwritten)) {
+        adopt(std::move(*theirs));
+        return false;
+    }
+    archive.save(*overwritten, "Overwritten external change", clock());
+    return true;
 }
 
 std::string WorkspaceStore::keepUnreadable(const std::string& bytes) {

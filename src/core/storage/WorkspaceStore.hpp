@@ -28,10 +28,12 @@ namespace tessaline {
 //
 // Edits change the live workspace; saveNow() writes it and reports a failure rather than
 // hiding it. Nothing the store could not read is destroyed: a workspace file that does not
-// decode is copied beside itself before the first save replaces it, and one that cannot be
-// read at all is never replaced. Just before replacing the file the store looks at it once
-// more, and takes in what another process wrote since it last read or wrote it, as
-// reloadIfChanged() would; the edits not yet saved are then applied again on top.
+// decode, and does not change within a moment as one being written in place would, is copied
+// beside itself before the first save replaces it, and one that cannot be read at all is
+// never replaced. Just before replacing the file the store looks at it once more, and takes
+// in what another process wrote since it last read or wrote it, as reloadIfChanged() would;
+// the edits not yet saved are then applied again on top. What another process writes at the
+// very moment of the replacement is taken in the same way and the file written again.
 //
 // One thread at a time: the server calls it from its loop (and from the worker a blocking
 // call waits for); WorkspaceEditor adds the locking, undo and timing a desktop client needs.
@@ -108,7 +110,8 @@ public:
 
     // Persistence.
     // Writes the workspace file now, after taking in what another process wrote since the
-    // store last read or wrote it. On failure the edits stay in memory for the next save.
+    // store last read or wrote it, and then the response histories whose writes failed. On
+    // failure the edits stay in memory for the next save.
     SaveReport saveNow();
     // Whether there are edits that no save has written yet.
     bool hasUnsavedEdits() const { return !unsaved.empty(); }
@@ -134,8 +137,20 @@ private:
     // The live workspace, with the folder's files loaded.
     Workspace& loaded();
     void open();
-    std::optional<Workspace> decodedFile(const WatchedFile::Content& content);
+    std::optional<Workspace> decodedFile(WatchedFile::Content content);
     std::optional<Workspace> takeIn(const WatchedFile::Content& content);
+    // Makes `theirs` live with the unsaved edits on top, after snapshotting the live
+    // workspace (during a save, once the save is over, so that its rounds stay short);
+    // returns the workspace as it was, absent when `theirs` brings no change.
+    std::optional<Workspace> adopt(Workspace theirs);
+    bool snapshot(const Workspace& state, const std::string& reason, Date date);
+    SaveReport saveInRounds();
+    // One round of a save: replaces the workspace file with the live workspace unless another
+    // process wrote it since the last look, or, in the last round, whatever it holds. Returns
+    // false when the save has to go round again: the other write is to be taken in first, or
+    // was swapped out by the replacement and taken in already. What a swap caught in the last
+    // round, or what does not decode, is kept as an "Overwritten external change" snapshot.
+    bool wroteFile(bool lastRound);
     // Copies the bytes of an unreadable workspace file beside it; returns the notice.
     std::string keepUnreadable(const std::string& bytes);
     std::vector<Uuid> allRequestIDs();
@@ -147,6 +162,9 @@ private:
     Workspace live;
     std::vector<std::function<void(Workspace&)>> unsaved;
     std::optional<Unreadable> unreadable;
+    bool saving = false;
+    // The live states that outside writes replaced during this save, and when.
+    std::vector<std::pair<Date, Workspace>> replacedDuringSave;
     ResponseHistory history;
     VersionArchive archive;
     std::optional<Date> lastVersionAt;

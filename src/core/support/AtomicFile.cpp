@@ -139,21 +139,31 @@ SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = exchangeNames, 
 
 std::optional<std::string> write(const fs::path& path, std::string_view bytes, mode_t permissions,
                                  const SystemCalls& calls) {
+    return writeIf(path, bytes, [] { return true; }, permissions, calls).replaced;
+}
+
+Replacement writeIf(const fs::path& path, std::string_view bytes, const std::function<bool()>& proceed,
+                    mode_t permissions, const SystemCalls& calls) {
     const fs::path target = followLinks(path);
     struct stat existing {};
     const bool exists = ::stat(target.c_str(), &existing) == 0;
     // A swap would move a folder standing at the target's name out of the way.
     if (exists && S_ISDIR(existing.st_mode)) throw FileError("write", path, EISDIR);
     const auto temporary = temporaryPath(target);
-    std::optional<std::string> replaced;
+    Replacement result;
     int error = fill(temporary, bytes, permissions, exists ? std::optional(existing.st_mode & 07777) : std::nullopt, calls);
-    if (error == 0) error = replace(temporary, target, replaced, calls);
+    if (error == 0 && !proceed()) {
+        ::unlink(temporary.c_str());
+        return result;
+    }
+    if (error == 0) error = replace(temporary, target, result.replaced, calls);
     if (error != 0) {
         ::unlink(temporary.c_str());
         throw FileError("write", path, error);
     }
     syncFolder(target.parent_path(), calls);
-    return replaced;
+    result.done = true;
+    return result;
 }
 
 std::string read(const fs::path& path) {

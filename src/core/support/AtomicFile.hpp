@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,6 +39,19 @@ SystemCalls systemCalls();
 // last looked; absent when there was no file, or the swap is not available.
 std::optional<std::string> write(const std::filesystem::path& path, std::string_view bytes, mode_t permissions = 0600,
                                  const SystemCalls& calls = systemCalls());
+
+// What writeIf() did.
+struct Replacement {
+    bool done = false;                      // false when `proceed` declined: nothing was replaced
+    std::optional<std::string> replaced{};  // what write() returns
+    bool operator==(const Replacement&) const = default;
+};
+
+// As write(), but once the new bytes are synced, just before they take the target's place,
+// asks `proceed`; when it declines, the temporary file is removed and the target left alone.
+// A caller that looks at the target there leaves another writer the shortest time to slip in.
+Replacement writeIf(const std::filesystem::path& path, std::string_view bytes, const std::function<bool()>& proceed,
+                    mode_t permissions = 0600, const SystemCalls& calls = systemCalls());
 
 // The whole content of the file. Throws FileError.
 std::string read(const std::filesystem::path& path);

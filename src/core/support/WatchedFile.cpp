@@ -1,7 +1,8 @@
 #include "core/support/WatchedFile.hpp"
 
-#include "core/support/AtomicFile.hpp"
 #include "core/support/FileError.hpp"
+
+#include <thread>
 
 namespace tessaline {
 
@@ -33,21 +34,53 @@ const WatchedFile::Content& WatchedFile::read() {
     return seen;
 }
 
-std::optional<WatchedFile::Content> WatchedFile::change() {
-    auto current = stampOf(file);
-    if (looked && current == stamp && !racy) return std::nullopt;
+bool WatchedFile::trusted(const std::optional<FileStamp>& current) const { return looked && current == stamp && !racy; }
+
+bool WatchedFile::differs(const Content& content) const { return !looked || content != seen; }
+
+std::optional<WatchedFile::Content> WatchedFile::differing(std::optional<FileStamp> current) {
     Content content = load();
-    const bool differs = !looked || content != seen;
+    const bool different = differs(content);
     remember(std::move(content), std::move(current));
-    if (!differs) return std::nullopt;
+    if (!different) return std::nullopt;
     return seen;
 }
 
-std::optional<std::string> WatchedFile::write(std::string_view bytes, mode_t permissions) {
-    auto replaced = atomicFile::write(file, bytes, permissions);
+std::optional<WatchedFile::Content> WatchedFile::change() {
+    auto current = stampOf(file);
+    if (trusted(current)) return std::nullopt;
+    return differing(std::move(current));
+}
+
+std::optional<WatchedFile::Content> WatchedFile::changeWithin(std::chrono::milliseconds wait) {
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    do {
+        std::this_thread::sleep_for(pollInterval);
+        auto current = stampOf(file);
+        if (current == stamp) continue;
+        if (auto newer = differing(std::move(current))) return newer;
+    } while (std::chrono::steady_clock::now() < deadline);
+    // A write within the same tick of the file-system clock can leave the stamp as it was.
+    return differing(stampOf(file));
+}
+
+bool WatchedFile::changed() const { return !trusted(stampOf(file)) && differs(load()); }
+
+atomicFile::Replacement WatchedFile::wrote(atomicFile::Replacement outcome, std::string_view bytes) {
+    if (!outcome.done) return outcome;
+    const auto& replaced = outcome.replaced;
     const bool outside = looked && replaced && replaced != seen.bytes;
     remember({.bytes = std::string(bytes)}, stampOf(file));
-    return outside ? replaced : std::nullopt;
+    if (!outside) outcome.replaced.reset();
+    return outcome;
+}
+
+std::optional<std::string> WatchedFile::write(std::string_view bytes, mode_t permissions) {
+    return wrote(atomicFile::writeIf(file, bytes, [] { return true; }, permissions), bytes).replaced;
+}
+
+atomicFile::Replacement WatchedFile::writeUnlessChanged(std::string_view bytes, mode_t permissions) {
+    return wrote(atomicFile::writeIf(file, bytes, [this] { return !changed(); }, permissions), bytes);
 }
 
 }  // namespace tessaline

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/support/AtomicFile.hpp"
 #include "core/support/Clock.hpp"
 #include "core/support/FileStamp.hpp"
 
@@ -23,6 +24,7 @@ namespace tessaline {
 class WatchedFile {
 public:
     static constexpr std::chrono::milliseconds racyWindow{50};
+    static constexpr std::chrono::milliseconds pollInterval{2};
 
     // What the file holds: its bytes, or why there are none.
     struct Content {
@@ -44,13 +46,31 @@ public:
     // What the file holds when that differs from what we last read or wrote (the first look
     // always differs); absent when it is unchanged. Remembers what it found.
     std::optional<Content> change();
+    // Waits up to `wait` for the file to differ from what we last read or wrote, as when
+    // another program is in the middle of writing it, looking every pollInterval; returns what
+    // it then holds, or absent when it held still. Remembers what it found.
+    std::optional<Content> changeWithin(std::chrono::milliseconds wait);
     // Replaces the file atomically (atomicFile::write) and remembers the bytes. Returns what
     // another program wrote there at the very last moment, between our last look and the
     // replacement, when the system could tell. Throws FileError.
     std::optional<std::string> write(std::string_view bytes, mode_t permissions = 0600);
+    // As write(), unless the file differs from what we last read or wrote when the new bytes
+    // are ready to take its place (the test of change(), made at that last moment): then
+    // nothing is written (`done` false) and the difference is left for change() to find.
+    atomicFile::Replacement writeUnlessChanged(std::string_view bytes, mode_t permissions = 0600);
 
 private:
     Content load() const;
+    // Whether the stamp alone shows the file unchanged since we last looked.
+    bool trusted(const std::optional<FileStamp>& current) const;
+    bool differs(const Content& content) const;
+    // Reads the file and remembers it with `current`; returns it when it differs.
+    std::optional<Content> differing(std::optional<FileStamp> current);
+    // Whether change() would find a difference, without remembering anything.
+    bool changed() const;
+    // Remembers the bytes of a write that was done; keeps in `replaced` only what another
+    // program wrote.
+    atomicFile::Replacement wrote(atomicFile::Replacement outcome, std::string_view bytes);
     void remember(Content content, std::optional<FileStamp> stamp);
 
     std::filesystem::path file;

@@ -41,7 +41,8 @@ protected:
     Date now = std::chrono::system_clock::now();
 };
 
-// The edit stays in memory, and the next save that succeeds writes it.
+// The edit stays in memory, also through an outside write taken in meanwhile, and the next
+// save that succeeds writes it.
 TEST_F(WorkspaceStoreTest, AFailedSaveIsReportedAndTheEditKept) {
     const fs::path path = folder / "workspace.json";
     fs::remove(path);
@@ -50,8 +51,10 @@ TEST_F(WorkspaceStoreTest, AFailedSaveIsReportedAndTheEditKept) {
     store->addCollection({.name = "Kept"});
     EXPECT_EQ("Couldn't save workspace: Could not read “" + path.string() + "”: Is a directory", store->saveNow().failure);
     fs::remove(path);
+    atomicFile::write(path, encodeWorkspace(Workspace{.collections = {{.name = "Theirs"}}}));
+    store->reloadIfChanged();
     EXPECT_EQ(std::nullopt, store->saveNow().failure);
-    EXPECT_EQ(std::vector<std::string>{"Kept"}, collectionNames(onDisk()));
+    EXPECT_EQ((std::vector<std::string>{"Theirs", "Kept"}), collectionNames(onDisk()));
 }
 
 // Between two lines the loop's look takes an outside write in; one that lands after the
@@ -133,7 +136,8 @@ TEST_F(WorkspaceStoreTest, KeepsTheNewestResponsesOfEveryWriter) {
     EXPECT_EQ(std::vector<std::int64_t>{100}, statuses(*ours));
     for (int status = 101; status <= 125; ++status) {
         auto& writer = status % 2 ? ours : theirs;
-        EXPECT_EQ(std::nullopt, writer->recordAndFlush(StoredResponse{.requestID = requestID, .status = status}).failure);
+        const StoredResponse response{.requestID = requestID, .sentAt = Date{} + std::chrono::seconds(status), .status = status};
+        EXPECT_EQ(std::nullopt, writer->recordAndFlush(response).failure);
     }
     std::vector<std::int64_t> newestFirst(25);
     std::iota(newestFirst.rbegin(), newestFirst.rend(), 101);
@@ -144,6 +148,29 @@ TEST_F(WorkspaceStoreTest, KeepsTheNewestResponsesOfEveryWriter) {
     EXPECT_EQ("Couldn't save the response history: Could not write “" +
                   (folder / "history" / (requestID.text() + ".json")).string() + "”: Not a directory",
               ours->recordAndFlush(StoredResponse{.requestID = requestID}).failure);
+}
+
+// The response stays in memory through what another process records meanwhile, and the next
+// save that succeeds writes it.
+TEST_F(WorkspaceStoreTest, AResponseWhoseHistoryWriteFailedIsKept) {
+    const Uuid requestID = Uuid::random();
+    const fs::path path = folder / "history" / (requestID.text() + ".json");
+    const auto statuses = [&](WorkspaceStore& store) {
+        std::vector<std::int64_t> result;
+        for (const auto& response : store.responses(requestID)) result.push_back(response.status);
+        return result;
+    };
+    auto store = open();
+    fs::create_directories(path);
+    EXPECT_EQ("Couldn't save the response history: Could not write “" + path.string() + "”: Is a directory",
+              store->recordAndFlush(StoredResponse{.requestID = requestID, .status = 201}).failure);
+    fs::remove(path);
+    open()->recordAndFlush(StoredResponse{.requestID = requestID, .status = 100});
+    store->reloadIfChanged();
+    EXPECT_EQ((std::vector<std::int64_t>{201, 100}), statuses(*store));
+    store->addCollection({.name = "Any"});
+    EXPECT_EQ(std::nullopt, store->saveNow().failure);
+    EXPECT_EQ((std::vector<std::int64_t>{201, 100}), statuses(*open()));
 }
 
 TEST_F(WorkspaceStoreTest, ResolverReadsTheEnvironmentThenTheCollectionThenTheNewestCompletedResponse) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <thread>
 
 namespace tessaline {
 namespace {
@@ -65,19 +66,47 @@ TEST_F(WatchedFileTest, ASameSizeRewriteAfterTheRacyWindowIsSeenByItsStamp) {
 // the same stamp whatever the file holds, as within one tick.
 std::optional<FileStamp> frozenStamp(const fs::path&) { return FileStamp{.size = 4, .inode = 1}; }
 
+// Fixed times, so that a window shrunk to nothing fails here.
 TEST_F(WatchedFileTest, AWriteWithinTheRacyWindowIsSeenByItsBytes) {
     rewrite("AAAA");
     const Date modified{};
-    WatchedFile recent(path, fixedClock(modified + WatchedFile::racyWindow - 1ms), frozenStamp);
+    WatchedFile recent(path, fixedClock(modified + 49ms), frozenStamp);
     recent.read();
     rewrite("BBBB");
     EXPECT_EQ(content("BBBB"), recent.change());
 
-    WatchedFile settled(path, fixedClock(modified + WatchedFile::racyWindow), frozenStamp);
+    WatchedFile settled(path, fixedClock(modified + 50ms), frozenStamp);
     settled.read();
     rewrite("CCCC");
     EXPECT_FALSE(settled.change());  // trusted: the stamp was taken after the window
 }
 
+// A program that writes the file in place is caught half-way; the rest follows a moment later.
+TEST_F(WatchedFileTest, ChangeWithinWaitsForAWriteInProgress) {
+    rewrite("{\"half");
+    WatchedFile file(path);
+    file.read();
+    EXPECT_FALSE(file.changeWithin(10ms));
+    std::thread writer([this] {
+        std::this_thread::sleep_for(5ms);
+        std::ofstream(path, std::ios::binary | std::ios::app) << "\": 1}";
+    });
+    const auto finished = file.changeWithin(10s);  // returns as soon as the file changes
+    writer.join();
+    EXPECT_EQ(content("{\"half\": 1}"), finished);
+}
+
+// The look just before the replacement leaves what another program wrote in place, for
+// change() to take in; nothing of ours is left behind.
+TEST_F(WatchedFileTest, AWriteUnlessChangedLeavesAnotherProgramsWriteAlone) {
+    WatchedFile file(path);
+    file.write("ours");
+    EXPECT_EQ((atomicFile::Replacement{.done = true}), file.writeUnlessChanged("ours again"));
+    atomicFile::write(path, "theirs");
+    EXPECT_FALSE(file.writeUnlessChanged("ours at last").done);
+    EXPECT_EQ("theirs", atomicFile::read(path));
+    EXPECT_EQ(std::vector<std::string>{"watched.json"}, entries(folder.path));
+    EXPECT_EQ(content("theirs"), file.change());
+}
 }  // namespace
 }  // namespace tessaline
