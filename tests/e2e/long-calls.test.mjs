@@ -39,6 +39,7 @@ async function heldServer(t) {
   };
 }
 
+// Every test here waits for lines that a fault may never write: it fails instead of hanging.
 const tool = (id, name, args, meta) => ({ id, method: 'tools/call', params: { name, arguments: args, ...(meta && { _meta: meta }) } });
 const summary = (reply) => JSON.parse(reply.result.content[0].text);
 
@@ -53,7 +54,7 @@ async function setUp(t, base) {
   return { folder, server };
 }
 
-test('answers ping and tools/list during a send, and replies to parallel sends by id as they end', async (t) => {
+test('answers ping and tools/list during a send, and replies to parallel sends by id as they end', { timeout: 10000 }, async (t) => {
   const peer = await heldServer(t);
   const server = pipe(t, temporaryFolder(t));
   server.send(tool(1, 'send_adhoc', { method: 'GET', url: `${peer.base}/a` }));
@@ -76,7 +77,7 @@ test('answers ping and tools/list during a send, and replies to parallel sends b
   assert.deepEqual(await server.end(), { status: 0, stderr: '' });
 });
 
-test('edits and sends keep the order in which they arrived', async (t) => {
+test('edits and sends keep the order in which they arrived', { timeout: 10000 }, async (t) => {
   const peer = await heldServer(t);
   const { server } = await setUp(t, peer.base);
   server.send(tool(1, 'send_request', { request: 'Held' }));
@@ -91,7 +92,7 @@ test('edits and sends keep the order in which they arrived', async (t) => {
   assert.deepEqual(await server.end(), { status: 0, stderr: '' });
 });
 
-test('a cancelled call that waits for a free exchange never starts and gets no reply', async (t) => {
+test('a cancelled call that waits for a free exchange never starts and gets no reply', { timeout: 10000 }, async (t) => {
   const peer = await heldServer(t);
   const server = pipe(t, temporaryFolder(t));
   const busy = Array.from({ length: 8 }, (_, i) => `/busy/${i}`);
@@ -126,7 +127,7 @@ test('a cancelled exchange closes its connection, is recorded as cancelled and g
   assert.deepEqual([recorded.status, recorded.error], [0, 'The request was cancelled.']);
 });
 
-test('a send with a progress token reports progress before its reply; one without reports none', async (t) => {
+test('a send with a progress token reports progress before its reply; one without reports none', { timeout: 10000 }, async (t) => {
   const peer = await heldServer(t);
   const server = pipe(t, temporaryFolder(t));
   const isProgress = ({ method }) => method === 'notifications/progress';
@@ -166,7 +167,7 @@ test('progress rises at least once a second while a body trickles in', { timeout
   assert.deepEqual(await server.end(), { status: 0, stderr: '' });
 });
 
-test('at the end of input every send already read is answered, then the process exits 0', async (t) => {
+test('at the end of input every send already read is answered, then the process exits 0', { timeout: 10000 }, async (t) => {
   const { base } = await localServer(t, (_request, response) => setTimeout(() => response.end('late'), 300));
   const server = pipe(t, temporaryFolder(t));
   for (const id of [1, 2, 3]) server.send(tool(id, 'send_adhoc', { method: 'GET', url: `${base}/${id}` }));

@@ -48,10 +48,13 @@ void MessageLoop::take(std::string_view line) {
 }
 
 void MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
+    // The call keeps its own copy of the line, and the params are pointed into it.
     const auto kept = std::make_shared<const std::string>(line);
     JSONRPCMessage moved = message;
-    moved.params = std::string_view(*kept).substr(static_cast<std::size_t>(message.params.data() - line.data()),
-                                                   message.params.size());
+    if (!message.params.empty()) {
+        const auto offset = static_cast<std::size_t>(message.params.data() - line.data());
+        moved.params = std::string_view(*kept).substr(offset, message.params.size());
+    }
     auto call = std::make_shared<LoopCall>(kept, std::move(moved), workspace, slots, writer);
     {
         const std::lock_guard guard(lock);
