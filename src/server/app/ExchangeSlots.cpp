@@ -4,16 +4,16 @@ namespace tessaline {
 
 bool ExchangeSlots::acquire(const std::atomic<bool>& cancelled) {
     std::unique_lock guard(lock);
-    changed.wait(guard, [&] { return free > 0 || cancelled; });
+    changed.wait(guard, [&] { return available > 0 || cancelled; });
     if (cancelled) return false;
-    --free;
+    --available;
     return true;
 }
 
 void ExchangeSlots::release() {
     {
         const std::lock_guard guard(lock);
-        ++free;
+        ++available;
     }
     changed.notify_all();
 }

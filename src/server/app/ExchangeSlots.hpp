@@ -10,7 +10,7 @@ namespace tessaline {
 // particular order, unless it is cancelled meanwhile. Any thread may use it.
 class ExchangeSlots {
 public:
-    explicit ExchangeSlots(int count) : free(count) {}
+    explicit ExchangeSlots(int count) : available(count) {}
 
     // Takes a slot, waiting for one; returns false, taking none, once `cancelled` is set
     // (wakeAll() makes a waiter look at its flag again).
@@ -21,7 +21,7 @@ public:
 private:
     std::mutex lock;
     std::condition_variable changed;
-    int free;  // guarded by lock
+    int available;  // guarded by lock
 };
 
 }  // namespace tessaline
