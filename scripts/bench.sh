@@ -17,6 +17,9 @@ peer="$out/peer"
 node bench/sending.mjs "$out/tessaline-mcp" "$peer/node_modules/dkmaker-mcp-rest-api/build/index.js" "$workspace"
 node bench/busy-writer.mjs "$out/tessaline-mcp" "$workspace"
 
+cc -O2 -o "$out/send-floor" bench/send-floor.c -lcurl
+node bench/long-calls.mjs "$out/tessaline-mcp" "$out/send-floor" "$workspace"
+
 for b in "$out"/bench/*Bench; do
   [ -x "$b" ] || continue
   echo "== $(basename "$b")"

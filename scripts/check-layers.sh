@@ -9,7 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 declare -A layers=(
-  [core]="support model variables http oauth storage interchange"
+  [core]="support model variables http oauth storage interchange session"
   [desktop]="json reference editing interchange"
   [server]="mcp app"
 )

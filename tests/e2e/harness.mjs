@@ -68,3 +68,43 @@ export async function localServer(t, answer = (_request, response) => response.e
   t.after(() => server.close().closeAllConnections());
   return { base: `http://127.0.0.1:${server.address().port}`, arrivals };
 }
+
+// The binary on pipes, a line at a time: `send` writes a message as one line; `next(match)`
+// resolves with the first reply or notification (parsed) that `match` accepts, whether read
+// already or still to come; `lines` holds every line read, in order; `end()` closes the input
+// and resolves with the exit status and stderr once the process has ended.
+export function pipe(t, workspace) {
+  const child = spawn(binary, ['--workspace', workspace]);
+  const lines = [];
+  const waiting = [];
+  let partial = '';
+  child.stdout.setEncoding('utf8').on('data', (chunk) => {
+    const complete = (partial + chunk).split('\n');
+    partial = complete.pop();
+    for (const line of complete) {
+      const message = JSON.parse(line);
+      lines.push(message);
+      for (const waiter of waiting.filter(({ match }) => match(message))) {
+        waiting.splice(waiting.indexOf(waiter), 1);
+        waiter.resolve(message);
+      }
+    }
+  });
+  const stderr = collected(child.stderr);
+  const status = new Promise((resolve) => child.on('close', resolve));
+  t.after(() => child.kill());
+  const next = (match) => {
+    const found = lines.find(match);
+    return found ? Promise.resolve(found) : new Promise((resolve) => waiting.push({ match, resolve }));
+  };
+  return {
+    lines,
+    next,
+    send: (message) => child.stdin.write(JSON.stringify({ jsonrpc: '2.0', ...message }) + '\n'),
+    reply: (id) => next((message) => message.id === id),
+    end: async () => {
+      child.stdin.end();
+      return { status: await status, stderr: await stderr };
+    },
+  };
+}

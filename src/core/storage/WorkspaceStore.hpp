@@ -2,7 +2,6 @@
 
 #include "core/model/StoredResponse.hpp"
 #include "core/model/Workspace.hpp"
-#include "core/oauth/OAuth2Service.hpp"
 #include "core/oauth/OAuth2TokenCache.hpp"
 #include "core/storage/ResponseHistory.hpp"
 #include "core/storage/SaveReport.hpp"
@@ -35,8 +34,8 @@ namespace tessaline {
 // the edits not yet saved are then applied again on top. What another process writes at the
 // very moment of the replacement is taken in the same way and the file written again.
 //
-// One thread at a time: the server calls it from its loop (and from the worker a blocking
-// call waits for); WorkspaceEditor adds the locking, undo and timing a desktop client needs.
+// One thread at a time: the server calls it from its workspace thread; WorkspaceEditor adds
+// the locking, undo and timing a desktop client needs.
 // The folder's files are loaded when a member first needs them, so that a host's handshake,
 // which needs no workspace, is answered without waiting for the disk.
 class WorkspaceStore {
@@ -81,10 +80,9 @@ public:
                               const std::optional<APIEnvironment>& environment = std::nullopt);
     std::vector<StoredResponse> responses(const Uuid& requestID);
     std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID);
-    // The OAuth 2 tokens shared with the other process through "oauth-tokens.json", and the
-    // service that obtains them. Both are safe to use from any thread.
+    // The OAuth 2 tokens shared with the other process through "oauth-tokens.json"; safe to
+    // use from any thread.
     OAuth2TokenCache& oauthTokens() { return tokens; }
-    OAuth2Service& oauth() { return service; }
     std::vector<WorkspaceVersion> versions() const { return archive.list(); }
 
     // Edits of the live workspace, written by the next saveNow(). An edit whose target does
@@ -170,7 +168,6 @@ private:
     std::optional<Date> lastVersionAt;
     std::optional<Workspace> lastVersion;
     OAuth2TokenCache tokens;
-    OAuth2Service service{tokens};
 };
 
 }  // namespace tessaline

@@ -1,10 +1,9 @@
 #include "server/mcp/ConversionTools.hpp"
 
-#include "core/http/RequestBuilder.hpp"
 #include "core/interchange/CodeGenerator.hpp"
 #include "core/interchange/CurlParser.hpp"
 #include "core/interchange/PostmanFormat.hpp"
-#include "core/oauth/CachedTokenLookup.hpp"
+#include "core/session/RequestSession.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/ToolArguments.hpp"
 #include "server/mcp/ToolError.hpp"
@@ -49,9 +48,7 @@ std::string ConversionTools::generateCode(const json& arguments) {
     const auto request = lookup.findRequest(args::text(arguments, "request"));
     const auto target = targetOrFail(args::text(arguments, "language").value_or("cURL"));
     // The snippet carries a cached OAuth 2 token like a send would; none is obtained for it.
-    return CodeGenerator::generate(target, requestBuilder::resolve(request, store.collectionContaining(request.id),
-                                                                   store.resolver(request),
-                                                                   cachedTokenLookup(store.oauthTokens())));
+    return CodeGenerator::generate(target, RequestSession(store, request).resolvedWithCachedToken(store.oauthTokens()));
 }
 
 std::string ConversionTools::exportPostman(const json& arguments) {

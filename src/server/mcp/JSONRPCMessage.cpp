@@ -206,12 +206,11 @@ std::string stringText(std::string_view quoted) {
     return nlohmann::json::parse(quoted).get<std::string>();
 }
 
-}  // namespace
-
-std::optional<JSONRPCMessage> JSONRPCMessage::read(std::string_view line) {
-    JSONRPCMessage message;
-    std::string_view id;
-    Scanner scanner(line);
+// Calls `member(key, value source text, values it holds)` for each member of the object that
+// `text` holds; false when `text` is not one JSON object.
+template <typename Member>
+bool forEachMember(std::string_view text, Member&& member) {
+    Scanner scanner(text);
     try {
         scanner.skipByteOrderMark();
         scanner.skipWhitespace();
@@ -223,25 +222,53 @@ std::optional<JSONRPCMessage> JSONRPCMessage::read(std::string_view line) {
             scanner.skipWhitespace();
             const auto start = scanner.position();
             const auto count = scanner.skipValue();
-            const auto value = line.substr(start, scanner.position() - start);
-            if (key == "id") id = value;
-            if (key == "method") message.method = value.starts_with('"') ? stringText(value) : "";
-            if (key == "params") {
-                message.params = value;
-                message.paramsValues = count;
-            }
+            member(key, text.substr(start, scanner.position() - start), count);
             scanner.skipWhitespace();
             more = scanner.atByte(',');
             if (more) scanner.expect(',');
         }
         scanner.expect('}');
         scanner.skipWhitespace();
-        if (!scanner.atEnd()) return std::nullopt;
+        return scanner.atEnd();
     } catch (const NotJSON&) {
-        return std::nullopt;
+        return false;
     }
+}
+
+}  // namespace
+
+std::optional<JSONRPCMessage> JSONRPCMessage::read(std::string_view line) {
+    JSONRPCMessage message;
+    std::string_view id;
+    const bool isObject = forEachMember(line, [&](const std::string& key, std::string_view value, std::size_t count) {
+        if (key == "id") id = value;
+        if (key == "method") {
+            message.hasMethod = true;
+            message.method = value.starts_with('"') ? stringText(value) : "";
+        }
+        if (key == "params") {
+            message.params = value;
+            message.paramsValues = count;
+        }
+        if (key == "result" || key == "error") message.hasOutcome = true;
+    });
+    if (!isObject) return std::nullopt;
     message.id = withoutWhitespace(id);
     return message;
+}
+
+std::string JSONRPCMessage::memberText(std::string_view object, std::string_view name) {
+    std::string_view found;
+    forEachMember(object, [&](const std::string& key, std::string_view value, std::size_t) {
+        if (key == name) found = value;
+    });
+    return withoutWhitespace(found);
+}
+
+std::optional<std::string> JSONRPCMessage::memberString(std::string_view object, std::string_view name) {
+    const auto text = memberText(object, name);
+    if (!text.starts_with('"')) return std::nullopt;
+    return stringText(text);
 }
 
 }  // namespace tessaline

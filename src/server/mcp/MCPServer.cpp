@@ -4,7 +4,6 @@
 #include "core/support/Overloaded.hpp"
 #include "core/support/Utf8.hpp"
 #include "core/support/Version.hpp"
-#include "server/mcp/JSONRPCMessage.hpp"
 #include "server/mcp/MCPError.hpp"
 #include "server/mcp/ToolCatalog.hpp"
 
@@ -38,7 +37,7 @@ json params(const JSONRPCMessage& message) {
 // "{}" when the outcome cannot be serialised.
 enum class Outcome { result, error };
 
-std::string reply(std::string_view id, Outcome outcome, const json& value) {
+std::string replyLine(std::string_view id, Outcome outcome, const json& value) {
     std::string encoded;
     try {
         encoded = compactJSON::encode(value);
@@ -56,31 +55,64 @@ std::string reply(std::string_view id, Outcome outcome, const json& value) {
     return line;
 }
 
+// Every step where it is asked for, on the calling thread.
+class InlineCall : public CallContext {
+public:
+    void runOnWorkspace(const std::function<void()>& step) override { step(); }
+    StoredResponse exchange(const RequestSession& session) override { return session.perform(); }
+};
+
 }  // namespace
 
-MCPServer::MCPServer(WorkspaceStore& store)
-    : workspaceTools(store), sendingTools(store, runner), conversionTools(store), oauthTools(store) {}
+MCPServer::MCPServer(WorkspaceStore& workspaceStore)
+    : store(workspaceStore),
+      oauth(store.oauthTokens()),
+      workspaceTools(store),
+      conversionTools(store),
+      oauthTools(store, oauth) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) {
     const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
     const auto message = JSONRPCMessage::read(repairedLine.empty() ? line : repairedLine);
-    if (!message) return reply("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));
-    if (message->isNotification()) return std::nullopt;
+    if (!message) return parseError();
+    if (message->isNotification() || message->isResponse()) return std::nullopt;
+    return reply(*message);
+}
+
+std::string MCPServer::reply(const JSONRPCMessage& request) {
+    InlineCall call;
+    return reply(request, call);
+}
+
+std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
     try {
-        return reply(message->id, Outcome::result, dispatch(message->method, params(*message)));
+        return replyLine(request.id, Outcome::result, dispatch(request.method, params(request), call));
     } catch (const MCPError& error) {
-        return reply(message->id, Outcome::error, errorObject(error.code(), error.message()));
+        return replyLine(request.id, Outcome::error, errorObject(error.code(), error.message()));
     } catch (const std::exception& error) {
-        return reply(message->id, Outcome::error, errorObject(MCPError::serverError, error.what()));
+        return replyLine(request.id, Outcome::error, errorObject(MCPError::serverError, error.what()));
     }
+}
+
+bool MCPServer::answersAtOnce(const JSONRPCMessage& request) { return request.method != "tools/call"; }
+
+bool MCPServer::usesCallContext(const JSONRPCMessage& request) {
+    if (request.method != "tools/call") return false;
+    const auto name = JSONRPCMessage::memberString(request.params, "name");
+    const auto handler = name ? toolCatalog::handler(*name) : std::nullopt;
+    return handler && std::holds_alternative<toolCatalog::Run<SendingTools>>(*handler);
+}
+
+std::string MCPServer::parseError() {
+    return replyLine("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));
 }
 
 std::string MCPServer::lineTooLong() {
     const auto error = MCPError::lineTooLong(lineLengthLimit);
-    return reply("null", Outcome::error, errorObject(error.code(), error.message()));
+    return replyLine("null", Outcome::error, errorObject(error.code(), error.message()));
 }
 
-json MCPServer::dispatch(const std::string& method, const json& params) {
+json MCPServer::dispatch(const std::string& method, const json& params, CallContext& call) {
     if (method == "initialize") {
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
@@ -89,21 +121,21 @@ json MCPServer::dispatch(const std::string& method, const json& params) {
     }
     if (method == "ping") return json::object();
     if (method == "tools/list") return {{"tools", toolCatalog::definitions()}};
-    if (method == "tools/call") return callToolResult(params);
+    if (method == "tools/call") return callToolResult(params, call);
     if (method == "resources/list") return {{"resources", json::array()}};
     if (method == "resources/templates/list") return {{"resourceTemplates", json::array()}};
     if (method == "prompts/list") return {{"prompts", json::array()}};
     throw MCPError::unknownMethod(method);
 }
 
-json MCPServer::callToolResult(const json& params) {
+json MCPServer::callToolResult(const json& params, CallContext& call) {
     const auto name = params.find("name");
     if (name == params.end() || !name->is_string()) throw MCPError::missingToolName();
     const auto arguments = params.find("arguments");
     static const json noArguments = json::object();
     try {
-        return toolResult(callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments),
-                          false);
+        return toolResult(
+            callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments, call), false);
     } catch (const MCPError&) {
         throw;  // an unknown tool is a JSON-RPC error
     } catch (const std::exception& error) {
@@ -111,12 +143,15 @@ json MCPServer::callToolResult(const json& params) {
     }
 }
 
-std::string MCPServer::callTool(const std::string& name, const json& arguments) {
+std::string MCPServer::callTool(const std::string& name, const json& arguments, CallContext& call) {
     const auto handler = toolCatalog::handler(name);
     if (!handler) throw MCPError::unknownTool(name);
     return std::visit(Overloaded{
                           [&](toolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
-                          [&](toolCatalog::Run<SendingTools> run) { return (sendingTools.*run)(arguments); },
+                          [&](toolCatalog::Run<SendingTools> run) {
+                              SendingTools sendingTools(store, oauth, call);
+                              return (sendingTools.*run)(arguments);
+                          },
                           [&](toolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
                           [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
                       },

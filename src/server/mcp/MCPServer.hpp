@@ -1,10 +1,11 @@
 #pragma once
 
-#include "core/http/HTTPRunner.hpp"
+#include "core/oauth/OAuth2Service.hpp"
 #include "core/storage/WorkspaceStore.hpp"
+#include "server/mcp/CallContext.hpp"
 #include "server/mcp/ConversionTools.hpp"
+#include "server/mcp/JSONRPCMessage.hpp"
 #include "server/mcp/OAuthTools.hpp"
-#include "server/mcp/SendingTools.hpp"
 #include "server/mcp/WorkspaceTools.hpp"
 
 #include <nlohmann/json.hpp>
@@ -17,8 +18,9 @@ namespace tessaline {
 
 // Turns one line of input into at most one line of output: JSON-RPC 2.0 as the Model
 // Context Protocol's stdio transport speaks it. Requests get exactly one reply; messages
-// without an id (or with a null id) are notifications and get none. handle() never throws:
-// every failure becomes a reply.
+// without an id (or with a null id) are notifications and get none. handle() and reply()
+// never throw: every failure becomes a reply. The server owns the OAuth 2 service its tools
+// obtain tokens from.
 class MCPServer {
 public:
     static constexpr std::string_view protocolVersion = "2025-06-18";
@@ -31,25 +33,39 @@ public:
 
     explicit MCPServer(WorkspaceStore& store);
 
-    // The reply line without its line feed, or nothing for a notification.
+    // The whole handling of one line on this thread, sends included: the reply line without
+    // its line feed, or nothing for a notification.
     std::optional<std::string> handle(std::string_view line);
 
+    // The reply line to `request` (a message that is not a notification); the steps of a tool
+    // that sends run through `call`, else all on this thread.
+    std::string reply(const JSONRPCMessage& request, CallContext& call);
+    std::string reply(const JSONRPCMessage& request);
+    // Whether the request needs no workspace, so that it may be answered as soon as it is
+    // read: every method but tools/call.
+    static bool answersAtOnce(const JSONRPCMessage& request);
+    // Whether the request calls a tool that takes its turns on the workspace through its
+    // CallContext (the sending tools) instead of running there whole.
+    static bool usesCallContext(const JSONRPCMessage& request);
+
+    // The reply to a line that is not one JSON object.
+    static std::string parseError();
     // The reply to a line longer than lineLengthLimit, which is not read.
     static std::string lineTooLong();
 
     // The method table. Throws MCPError for unknown methods and tools.
-    nlohmann::json dispatch(const std::string& method, const nlohmann::json& params);
+    nlohmann::json dispatch(const std::string& method, const nlohmann::json& params, CallContext& call);
 
     // Runs one tool and returns its text. Throws MCPError(-32601) for an unknown name and
     // any other error for a failed tool, which dispatch turns into an isError result.
-    std::string callTool(const std::string& name, const nlohmann::json& arguments);
+    std::string callTool(const std::string& name, const nlohmann::json& arguments, CallContext& call);
 
 private:
-    nlohmann::json callToolResult(const nlohmann::json& params);
+    nlohmann::json callToolResult(const nlohmann::json& params, CallContext& call);
 
-    HTTPRunner runner;
+    WorkspaceStore& store;
+    OAuth2Service oauth;
     WorkspaceTools workspaceTools;
-    SendingTools sendingTools;
     ConversionTools conversionTools;
     OAuthTools oauthTools;
 };

@@ -1,8 +1,7 @@
 #include "server/mcp/OAuthTools.hpp"
 
-#include "core/http/RequestBuilder.hpp"
 #include "core/oauth/OAuth2ResolvedConfig.hpp"
-#include "server/mcp/Blocking.hpp"
+#include "core/session/RequestSession.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/ToolArguments.hpp"
 #include "server/mcp/ToolError.hpp"
@@ -50,9 +49,8 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
 std::string OAuthTools::oauthToken(const json& arguments) {
     Target target;
     if (const auto requestName = args::text(arguments, "request")) {
-        const APIRequest request = lookup.findRequest(requestName);
-        const auto collection = store.collectionContaining(request.id);
-        target = {request.name, requestBuilder::effectiveAuth(request, collection), store.resolver(request)};
+        const RequestSession session(store, lookup.findRequest(requestName));
+        target = {session.request().name, session.auth(), session.resolver()};
     } else if (const auto collectionName = args::text(arguments, "collection")) {
         const APICollection collection = lookup.findCollection(*collectionName);
         target = {collection.name, collection.auth, store.resolver(collection)};
@@ -80,7 +78,8 @@ std::string OAuthTools::oauthToken(const json& arguments) {
     if (action == "refresh" || action == "new") {
         const auto mode = action == "new" ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh;
         if (mode == OAuth2Service::Mode::renew) cache.remove(key);
-        const OAuth2Token token = blocking([&] { return store.oauth().token(settings, target.resolver, mode); });
+        // The grant runs on a thread of the service's; this one waits for it.
+        const OAuth2Token token = oauth.token(settings, target.resolver, mode);
         return savedAnswer({.failure = cache.saveFailure()},
                            args::pretty(report(target.name, config, token, reveal, target.resolver.now())));
     }

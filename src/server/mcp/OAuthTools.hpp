@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/oauth/OAuth2Service.hpp"
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/ToolLookup.hpp"
 
@@ -14,12 +15,14 @@ namespace tessaline {
 // need a person cannot run here; once the desktop client has signed in, refreshes can.
 class OAuthTools {
 public:
-    explicit OAuthTools(WorkspaceStore& workspaceStore) : store(workspaceStore), lookup(workspaceStore) {}
+    OAuthTools(WorkspaceStore& workspaceStore, OAuth2Service& tokenService)
+        : store(workspaceStore), oauth(tokenService), lookup(workspaceStore) {}
 
     std::string oauthToken(const nlohmann::json& arguments);
 
 private:
     WorkspaceStore& store;
+    OAuth2Service& oauth;
     ToolLookup lookup;
 };
 

@@ -1,10 +1,7 @@
 #include "server/mcp/SendingTools.hpp"
 
 #include "core/http/HTTPStatus.hpp"
-#include "core/http/RequestBuilder.hpp"
-#include "core/oauth/CachedTokenLookup.hpp"
 #include "core/support/UnicodeText.hpp"
-#include "server/mcp/Blocking.hpp"
 #include "server/mcp/RequestFields.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/ToolArguments.hpp"
@@ -73,29 +70,30 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
     return summary;
 }
 
-StoredResponse SendingTools::sendBlocking(const ResolvedRequest& resolved, const APIRequest& original) const {
-    return blocking([&] { return runner.send(resolved, original); });
+std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<RequestSession()>& prepare) {
+    auto session = call.onWorkspace([&] {
+        auto prepared = prepare();
+        if (!prepared.usesOAuth2()) prepared.build();
+        return prepared;
+    });
+    if (session.usesOAuth2()) {
+        session.authorize(oauth);
+        call.onWorkspace([&] { session.build(); });
+    }
+    StoredResponse response = call.exchange(session);
+    if (!session.recordsHistory()) return {std::move(response), SaveReport{}};
+    SaveReport saved = call.onWorkspace([&] { return session.record(store, response); });
+    return {std::move(response), std::move(saved)};
 }
 
 std::string SendingTools::sendRequest(const json& arguments) {
-    const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
+    const auto name = args::text(arguments, "request");
     const auto environmentName = args::text(arguments, "environment");
-    VariableResolver resolver = store.resolver(
-        request, environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt);
-    if (auto overrides = args::rows(arguments, "variables")) resolver.scopes.insert(resolver.scopes.begin(), std::move(*overrides));
-
-    const auto collection = store.collectionContaining(request.id);
-    // An OAuth 2 token is obtained first, without a person: from the cache, by refreshing it,
-    // or by a grant that needs no browser. A grant runs on a thread of its own, so this thread
-    // may wait for it.
-    const auto token = store.oauth().prepare(requestBuilder::effectiveAuth(request, collection), resolver,
-                                             OAuth2Service::Mode::reuse);
-    const ResolvedRequest resolved = requestBuilder::resolve(request, collection, resolver, heldTokenLookup(token));
-    const StoredResponse response = sendBlocking(resolved, request);
-    SaveReport saved = store.recordAndFlush(response);
-    // A send that used an OAuth 2 token tells, as a failed save, that the token cache could
-    // not be written: the token lives only in this process until a later write succeeds.
-    if (!saved.failure && token) saved.failure = store.oauthTokens().saveFailure();
+    auto overrides = args::rows(arguments, "variables").value_or(std::vector<KeyValue>{});
+    const auto [response, saved] = send([&] {
+        const auto environment = environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt;
+        return RequestSession(store, lookup.findRequest(name), environment, std::move(overrides));
+    });
     return savedAnswer(saved, args::pretty(describe(response, bodyLimit(arguments))));
 }
 
@@ -114,15 +112,18 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
     if (const auto body = args::text(arguments, "body")) {
         request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
     }
-    const ResolvedRequest resolved = requestBuilder::resolve(request, std::nullopt, store.resolver(std::nullopt));
-    return args::pretty(describe(sendBlocking(resolved, request), bodyLimit(arguments)));
+    const auto [response, saved] = send([&] { return RequestSession::oneOff(store, std::move(request)); });
+    return args::pretty(describe(response, bodyLimit(arguments)));
 }
 
 std::string SendingTools::getLastResponse(const json& arguments) {
-    const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
-    const auto responses = store.responses(request.id);
-    if (responses.empty()) throw ToolError("No recorded response for " + request.name);
-    return args::pretty(describe(responses.front(), bodyLimit(arguments)));
+    const auto latest = call.onWorkspace([&] {
+        const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
+        const auto responses = store.responses(request.id);
+        if (responses.empty()) throw ToolError("No recorded response for " + request.name);
+        return responses.front();
+    });
+    return args::pretty(describe(latest, bodyLimit(arguments)));
 }
 
 }  // namespace tessaline

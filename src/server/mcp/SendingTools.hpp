@@ -1,25 +1,29 @@
 #pragma once
 
-#include "core/http/HTTPRunner.hpp"
+#include "core/oauth/OAuth2Service.hpp"
+#include "core/session/RequestSession.hpp"
 #include "core/storage/WorkspaceStore.hpp"
+#include "server/mcp/CallContext.hpp"
 #include "server/mcp/ToolLookup.hpp"
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace tessaline {
 
-// The tools that send requests and read recorded responses. A failed exchange is not a
-// failed tool: its summary carries the error. Sends run on a worker thread while the
-// message loop waits for them.
+// The tools that send requests and read recorded responses, for one call: every use of the
+// store goes through the call's onWorkspace(), and the exchange through its exchange(). A
+// failed exchange is not a failed tool: its summary carries the error.
 class SendingTools {
 public:
     // The characters of a response body shown when a call gives no maxBodyChars.
     static constexpr int defaultBodyLimit = 20000;
 
-    SendingTools(WorkspaceStore& workspaceStore, const HTTPRunner& httpRunner)
-        : store(workspaceStore), runner(httpRunner), lookup(workspaceStore) {}
+    SendingTools(WorkspaceStore& workspaceStore, OAuth2Service& tokenService, CallContext& toolCall)
+        : store(workspaceStore), oauth(tokenService), call(toolCall), lookup(workspaceStore) {}
 
     std::string sendRequest(const nlohmann::json& arguments);
     std::string sendAdhoc(const nlohmann::json& arguments);
@@ -30,10 +34,13 @@ public:
     static nlohmann::json describe(const StoredResponse& response, long long limit);
 
 private:
-    StoredResponse sendBlocking(const ResolvedRequest& resolved, const APIRequest& original) const;
+    // The session `prepare` makes on the workspace, authorized off it, built on it, exchanged,
+    // and recorded on it.
+    std::pair<StoredResponse, SaveReport> send(const std::function<RequestSession()>& prepare);
 
     WorkspaceStore& store;
-    const HTTPRunner& runner;
+    OAuth2Service& oauth;
+    CallContext& call;
     ToolLookup lookup;
 };
 

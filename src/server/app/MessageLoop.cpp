@@ -1,0 +1,106 @@
+#include "server/app/MessageLoop.hpp"
+
+#include "core/support/Utf8.hpp"
+#include "server/app/LineReader.hpp"
+
+namespace tessaline {
+namespace {
+
+std::string_view trimBlanksAndTabs(std::string_view line) {
+    const auto first = line.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return line.substr(first, line.find_last_not_of(" \t") - first + 1);
+}
+
+}  // namespace
+
+MessageLoop::MessageLoop(WorkspaceStore& workspaceStore, MCPServer& mcpServer, ReplyWriter& replyWriter)
+    : store(workspaceStore), server(mcpServer), writer(replyWriter) {}
+
+void MessageLoop::run(int input) {
+    LineReader lines(input, MCPServer::lineLengthLimit);
+    while (const auto line = lines.next()) {
+        if (line->tooLong) {
+            writer.write(MCPServer::lineTooLong());
+        } else if (const auto text = trimBlanksAndTabs(line->text); !text.empty()) {
+            take(text);
+        }
+    }
+    std::unique_lock guard(lock);
+    answered.wait(guard, [this] { return unanswered == 0; });
+}
+
+void MessageLoop::take(std::string_view line) {
+    const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
+    const std::string_view text = repairedLine.empty() ? line : repairedLine;
+    const auto message = JSONRPCMessage::read(text);
+    if (!message) {
+        writer.write(MCPServer::parseError());
+    } else if (message->isResponse()) {
+        router.deliver(message->id, std::string(text));
+    } else if (message->isNotification()) {
+        if (message->method == "notifications/cancelled") cancel(message->params);
+    } else if (MCPServer::answersAtOnce(*message)) {
+        writer.write(server.reply(*message));
+    } else {
+        queue(text, *message);
+    }
+}
+
+void MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
+    // The call keeps its own copy of the line, and the params are pointed into it.
+    const auto kept = std::make_shared<const std::string>(line);
+    JSONRPCMessage moved = message;
+    if (!message.params.empty()) {
+        const auto offset = static_cast<std::size_t>(message.params.data() - line.data());
+        moved.params = std::string_view(*kept).substr(offset, message.params.size());
+    }
+    auto call = std::make_shared<LoopCall>(kept, std::move(moved), workspace, slots, writer);
+    {
+        const std::lock_guard guard(lock);
+        pending.insert_or_assign(call->request().id, call);
+        ++unanswered;
+    }
+    workspace.post([this, call] { start(call); });
+}
+
+void MessageLoop::cancel(std::string_view params) {
+    const auto id = JSONRPCMessage::memberText(params, "requestId");
+    {
+        const std::lock_guard guard(lock);
+        const auto found = pending.find(id);
+        if (found == pending.end()) return;
+        found->second->cancel();
+    }
+    slots.wakeAll();
+}
+
+void MessageLoop::start(const std::shared_ptr<LoopCall>& call) {
+    store.reloadIfChanged();
+    if (call->isCancelled()) return finish(call, std::nullopt);
+    if (!MCPServer::usesCallContext(call->request())) return finish(call, server.reply(call->request()));
+    workers.run([this, call] {
+        const auto reply = server.reply(call->request(), *call);
+        call->endSteps();
+        finish(call, reply);
+    });
+    call->serveFirstStep();
+}
+
+void MessageLoop::finish(const std::shared_ptr<LoopCall>& call, const std::optional<std::string>& reply) {
+    bool write = false;
+    {
+        const std::lock_guard guard(lock);
+        if (const auto found = pending.find(call->request().id); found != pending.end() && found->second == call) {
+            pending.erase(found);
+        }
+        write = reply && !call->isCancelled();
+    }
+    if (write) writer.write(*reply);
+    // Notified under the lock: once run() sees no call left, the loop may be destroyed.
+    const std::lock_guard guard(lock);
+    --unanswered;
+    answered.notify_all();
+}
+
+}  // namespace tessaline

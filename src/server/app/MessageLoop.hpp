@@ -1,0 +1,69 @@
+#pragma once
+
+#include "core/storage/WorkspaceStore.hpp"
+#include "core/support/SerialQueue.hpp"
+#include "server/app/ExchangeSlots.hpp"
+#include "server/app/LoopCall.hpp"
+#include "server/app/ReplyWriter.hpp"
+#include "server/app/WorkerPool.hpp"
+#include "server/mcp/MCPServer.hpp"
+#include "server/mcp/ResponseRouter.hpp"
+
+#include <condition_variable>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace tessaline {
+
+// The server's threads. The reading thread (run's caller) reads and parses every line and
+// answers at once what needs no workspace (every method but tools/call); it hands the host's
+// responses to `responses()` and takes in cancellations. Tool calls queue for the one
+// workspace thread, which first takes in what another process changed in the folder, then
+// runs them in the order they were read. A tool that sends runs on a thread of its own and
+// takes turns on the workspace thread for its workspace steps; at most exchangeLimit exchanges
+// run at once. Replies, in whatever order the calls end, and progress notifications go through
+// one writer.
+//
+// notifications/cancelled with the id of a call not yet answered means that no reply is
+// written for it: a call still waiting never runs, and a running exchange is aborted.
+class MessageLoop {
+public:
+    static constexpr int exchangeLimit = 8;
+
+    MessageLoop(WorkspaceStore& store, MCPServer& server, ReplyWriter& writer);
+
+    // Reads `input` to its end, then waits until every call read has been answered.
+    void run(int input);
+
+    ResponseRouter& responses() { return router; }
+
+private:
+    void take(std::string_view line);
+    void queue(std::string_view line, const JSONRPCMessage& message);
+    void cancel(std::string_view params);
+    // The call's turn on the workspace thread.
+    void start(const std::shared_ptr<LoopCall>& call);
+    // Writes the reply, unless the call was cancelled, and forgets the call.
+    void finish(const std::shared_ptr<LoopCall>& call, const std::optional<std::string>& reply);
+
+    WorkspaceStore& store;
+    MCPServer& server;
+    ReplyWriter& writer;
+    ResponseRouter router;
+    ExchangeSlots slots{exchangeLimit};
+
+    std::mutex lock;
+    std::condition_variable answered;
+    // State below is guarded by lock.
+    std::map<std::string, std::shared_ptr<LoopCall>> pending;  // by id, the latest call with it
+    std::size_t unanswered = 0;
+
+    WorkerPool workers;
+    SerialQueue workspace;  // destroyed first: its tasks use the members above
+};
+
+}  // namespace tessaline

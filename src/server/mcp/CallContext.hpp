@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core/model/StoredResponse.hpp"
+#include "core/session/RequestSession.hpp"
+
+#include <functional>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace tessaline {
+
+// Where the steps of one tool call run. A tool that sends does its workspace steps through
+// onWorkspace() (the store is single-threaded) and its exchange through exchange(), so that a
+// message loop may run the workspace steps of all calls on one thread, in the order the calls
+// arrived, and the exchanges side by side.
+class CallContext {
+public:
+    virtual ~CallContext() = default;
+
+    // Runs `step` where the store may be used, after the steps of the calls read before this
+    // one, and returns once it has run; an exception it throws is rethrown here.
+    virtual void runOnWorkspace(const std::function<void()>& step) = 0;
+    // Performs the session's exchange, which may be cancelled and report its progress. Throws
+    // Error(CurlEasy::cancelledText) when the call was cancelled before the exchange began.
+    virtual StoredResponse exchange(const RequestSession& session) = 0;
+
+    // runOnWorkspace() for a step with a result.
+    template <typename Step>
+    std::invoke_result_t<Step> onWorkspace(Step&& step) {
+        using Result = std::invoke_result_t<Step>;
+        if constexpr (std::is_void_v<Result>) {
+            runOnWorkspace(std::forward<Step>(step));
+        } else {
+            std::optional<Result> result;
+            runOnWorkspace([&] { result.emplace(step()); });
+            return std::move(*result);
+        }
+    }
+};
+
+}  // namespace tessaline

@@ -1,0 +1,36 @@
+#include "server/mcp/ProgressNotifier.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace tessaline {
+namespace {
+
+// 1234567 as "1,234,567".
+std::string grouped(std::uint64_t number) {
+    std::string digits = std::to_string(number);
+    for (auto at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
+    return digits;
+}
+
+std::string message(const TransferProgress& progress) {
+    if (!progress.responding) return "Waiting for the first byte";
+    if (!progress.total) return grouped(progress.received) + " bytes received";
+    return grouped(progress.received) + " of " + grouped(*progress.total) + " bytes received";
+}
+
+}  // namespace
+
+std::optional<std::string> ProgressNotifier::line(const TransferProgress& progress, Clock::time_point now) {
+    if (lastAt && now - *lastAt < interval) return std::nullopt;
+    lastProgress = lastAt ? std::max(progress.received, lastProgress + 1) : progress.received;
+    lastAt = now;
+    std::string text = R"({"jsonrpc":"2.0","method":"notifications/progress","params":{"message":)";
+    text += nlohmann::json(message(progress)).dump();
+    text += ",\"progress\":" + std::to_string(lastProgress) + ",\"progressToken\":" + progressToken;
+    if (progress.total) text += ",\"total\":" + std::to_string(*progress.total);
+    return text + "}}";
+}
+
+}  // namespace tessaline

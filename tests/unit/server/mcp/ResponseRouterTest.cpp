@@ -1,0 +1,35 @@
+#include "server/mcp/ResponseRouter.hpp"
+
+#include "server/mcp/JSONRPCMessage.hpp"
+
+#include <gtest/gtest.h>
+
+namespace tessaline {
+namespace {
+
+TEST(ResponseRouterTest, HandsAResponseToWhoeverWaitsForItsIdAndDropsTheRest) {
+    const std::string line = R"({"jsonrpc":"2.0","id": [ 1 , "a" ],"result":{"action":"accept"}})";
+    const auto message = JSONRPCMessage::read(line);
+    ASSERT_TRUE(message && message->isResponse());
+    EXPECT_FALSE(JSONRPCMessage::read(R"({"id":1,"method":"ping","result":{}})")->isResponse());
+    EXPECT_FALSE(JSONRPCMessage::read(R"({"id":null,"error":{}})")->isResponse());
+
+    ResponseRouter router;
+    auto answer = router.expect(R"([1,"a"])");
+    EXPECT_FALSE(router.deliver("2", line));
+    EXPECT_TRUE(router.deliver(message->id, line));
+    EXPECT_EQ(line, answer.get());
+    EXPECT_FALSE(router.deliver(message->id, line));  // only once
+}
+
+TEST(ResponseRouterTest, MemberTextIsWrittenBackAsIdsAre) {
+    const std::string params = R"({"requestId" : 1.50, "_meta": {"progressToken": [ "x" ]}, "reason":"r\u00e9"})";
+    EXPECT_EQ("1.50", JSONRPCMessage::memberText(params, "requestId"));
+    EXPECT_EQ(R"(["x"])", JSONRPCMessage::memberText(JSONRPCMessage::memberText(params, "_meta"), "progressToken"));
+    EXPECT_EQ("", JSONRPCMessage::memberText(params, "missing"));
+    EXPECT_EQ("r\u00e9", JSONRPCMessage::memberString(params, "reason"));
+    EXPECT_EQ(std::nullopt, JSONRPCMessage::memberString(params, "requestId"));
+}
+
+}  // namespace
+}  // namespace tessaline
