@@ -34,7 +34,7 @@ namespace tessaline {
 // the edits not yet saved are then applied again on top. What another process writes at the
 // very moment of the replacement is taken in the same way and the file written again.
 //
-// One thread at a time: the server calls it from its workspace thread; WorkspaceEditor adds
+// One thread at a time: the server calls it from one workspace step at a time; WorkspaceEditor adds
 // the locking, undo and timing a desktop client needs.
 // The folder's files are loaded when a member first needs them, so that a host's handshake,
 // which needs no workspace, is answered without waiting for the disk.

@@ -3,7 +3,6 @@
 #include "core/http/CurlEasy.hpp"
 #include "server/mcp/ProgressNotifier.hpp"
 
-#include <future>
 
 namespace tessaline {
 namespace {
@@ -29,7 +28,7 @@ private:
 
 }  // namespace
 
-LoopCall::LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage request, SerialQueue& workspace,
+LoopCall::LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage request, WorkspaceQueue& workspace,
                    ExchangeSlots& slots, ReplyWriter& writer)
     : text(std::move(line)),
       message(std::move(request)),
@@ -38,57 +37,10 @@ LoopCall::LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage reque
       replies(writer),
       progressToken(progressTokenOf(message.params)) {}
 
-void LoopCall::serveFirstStep() {
-    std::unique_lock guard(lock);
-    changed.wait(guard, [this] { return firstStep != nullptr || stepsEnded; });
-    if (!firstStep) return;
-    const auto* step = firstStep;
-    guard.unlock();
-    std::exception_ptr failure;
-    try {
-        (*step)();
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    guard.lock();
-    firstStepFailure = failure;
-    firstStepDone = true;
-    changed.notify_all();
-}
-
-void LoopCall::endSteps() {
-    const std::lock_guard guard(lock);
-    stepsEnded = true;
-    changed.notify_all();
-}
-
-void LoopCall::runOnWorkspace(const std::function<void()>& step) {
-    std::unique_lock guard(lock);
-    if (!firstStepAsked) {
-        firstStepAsked = true;
-        firstStep = &step;
-        changed.notify_all();
-        changed.wait(guard, [this] { return firstStepDone; });
-        if (firstStepFailure) std::rethrow_exception(firstStepFailure);
-        return;
-    }
-    guard.unlock();
-    // The workspace thread owns the promise: it may still be inside set_value() when get()
-    // returns here.
-    auto done = std::make_shared<std::promise<void>>();
-    auto outcome = done->get_future();
-    workspaceQueue.post([&step, done] {
-        try {
-            step();
-            done->set_value();
-        } catch (...) {
-            done->set_exception(std::current_exception());
-        }
-    });
-    outcome.get();
-}
+void LoopCall::runOnWorkspace(const std::function<void()>& step) { workspaceQueue.run(step); }
 
 StoredResponse LoopCall::exchange(const RequestSession& session) {
+    leaveWorkspace();
     if (!exchangeSlots.acquire(cancelled)) throw Error(std::string(CurlEasy::cancelledText));
     const SlotHold slot(exchangeSlots);
     TransferControl control{.cancelled = &cancelled};

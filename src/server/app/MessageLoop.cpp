@@ -78,13 +78,7 @@ void MessageLoop::cancel(std::string_view params) {
 void MessageLoop::start(const std::shared_ptr<LoopCall>& call) {
     store.reloadIfChanged();
     if (call->isCancelled()) return finish(call, std::nullopt);
-    if (!MCPServer::usesCallContext(call->request())) return finish(call, server.reply(call->request()));
-    workers.run([this, call] {
-        const auto reply = server.reply(call->request(), *call);
-        call->endSteps();
-        finish(call, reply);
-    });
-    call->serveFirstStep();
+    finish(call, server.reply(call->request(), *call));
 }
 
 void MessageLoop::finish(const std::shared_ptr<LoopCall>& call, const std::optional<std::string>& reply) {

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "core/storage/WorkspaceStore.hpp"
-#include "core/support/SerialQueue.hpp"
 #include "server/app/ExchangeSlots.hpp"
 #include "server/app/LoopCall.hpp"
 #include "server/app/ReplyWriter.hpp"
 #include "server/app/WorkerPool.hpp"
+#include "server/app/WorkspaceQueue.hpp"
 #include "server/mcp/MCPServer.hpp"
 #include "server/mcp/ResponseRouter.hpp"
 
@@ -21,11 +21,11 @@ namespace tessaline {
 
 // The server's threads. The reading thread (run's caller) reads and parses every line and
 // answers at once what needs no workspace (every method but tools/call); it hands the host's
-// responses to `responses()` and takes in cancellations. Tool calls queue for the one
-// workspace thread, which first takes in what another process changed in the folder, then
-// runs them in the order they were read. A tool that sends runs on a thread of its own and
-// takes turns on the workspace thread for its workspace steps; at most exchangeLimit exchanges
-// run at once. Replies, in whatever order the calls end, and progress notifications go through
+// responses to `responses()` and takes in cancellations. Tool calls queue for the workspace
+// (WorkspaceQueue), where each first takes in what another process changed in the folder,
+// then runs, one at a time and in the order they were read. A tool that sends lets the queue go
+// on while its exchange runs and takes a new turn to record the response; at most
+// exchangeLimit exchanges run at once. Replies, in whatever order the calls end, and progress notifications go through
 // one writer.
 //
 // notifications/cancelled with the id of a call not yet answered means that no reply is
@@ -45,7 +45,7 @@ private:
     void take(std::string_view line);
     void queue(std::string_view line, const JSONRPCMessage& message);
     void cancel(std::string_view params);
-    // The call's turn on the workspace thread.
+    // The call's turn on the workspace.
     void start(const std::shared_ptr<LoopCall>& call);
     // Writes the reply, unless the call was cancelled, and forgets the call.
     void finish(const std::shared_ptr<LoopCall>& call, const std::optional<std::string>& reply);
@@ -62,8 +62,10 @@ private:
     std::map<std::string, std::shared_ptr<LoopCall>> pending;  // by id, the latest call with it
     std::size_t unanswered = 0;
 
+    // Declared in this order so that the pool is destroyed first: joining its threads waits
+    // for the queue's work, which uses every member above.
+    WorkspaceQueue workspace{workers};
     WorkerPool workers;
-    SerialQueue workspace;  // destroyed first: its tasks use the members above
 };
 
 }  // namespace tessaline

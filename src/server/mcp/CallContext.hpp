@@ -12,7 +12,7 @@ namespace tessaline {
 
 // Where the steps of one tool call run. A tool that sends does its workspace steps through
 // onWorkspace() (the store is single-threaded) and its exchange through exchange(), so that a
-// message loop may run the workspace steps of all calls on one thread, in the order the calls
+// message loop may run the workspace steps of all calls one at a time, in the order the calls
 // arrived, and the exchanges side by side.
 class CallContext {
 public:
@@ -24,6 +24,9 @@ public:
     // Performs the session's exchange, which may be cancelled and report its progress. Throws
     // Error(CurlEasy::cancelledText) when the call was cancelled before the exchange began.
     virtual StoredResponse exchange(const RequestSession& session) = 0;
+    // Says that what the call does next touches no workspace and may take long (an OAuth 2
+    // token request), so that later calls need not wait for it.
+    virtual void leaveWorkspace() = 0;
 
     // runOnWorkspace() for a step with a result.
     template <typename Step>

@@ -60,6 +60,7 @@ class InlineCall : public CallContext {
 public:
     void runOnWorkspace(const std::function<void()>& step) override { step(); }
     StoredResponse exchange(const RequestSession& session) override { return session.perform(); }
+    void leaveWorkspace() override {}
 };
 
 }  // namespace
@@ -95,13 +96,6 @@ std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
 }
 
 bool MCPServer::answersAtOnce(const JSONRPCMessage& request) { return request.method != "tools/call"; }
-
-bool MCPServer::usesCallContext(const JSONRPCMessage& request) {
-    if (request.method != "tools/call") return false;
-    const auto name = JSONRPCMessage::memberString(request.params, "name");
-    const auto handler = name ? toolCatalog::handler(*name) : std::nullopt;
-    return handler && std::holds_alternative<toolCatalog::Run<SendingTools>>(*handler);
-}
 
 std::string MCPServer::parseError() {
     return replyLine("null", Outcome::error, errorObject(MCPError::parseError, "Parse error"));

@@ -44,9 +44,6 @@ public:
     // Whether the request needs no workspace, so that it may be answered as soon as it is
     // read: every method but tools/call.
     static bool answersAtOnce(const JSONRPCMessage& request);
-    // Whether the request calls a tool that takes its turns on the workspace through its
-    // CallContext (the sending tools) instead of running there whole.
-    static bool usesCallContext(const JSONRPCMessage& request);
 
     // The reply to a line that is not one JSON object.
     static std::string parseError();

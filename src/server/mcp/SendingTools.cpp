@@ -77,6 +77,7 @@ std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<Req
         return prepared;
     });
     if (session.usesOAuth2()) {
+        call.leaveWorkspace();
         session.authorize(oauth);
         call.onWorkspace([&] { session.build(); });
     }

@@ -1,0 +1,86 @@
+#include "server/app/WorkspaceQueue.hpp"
+
+#include <future>
+#include <memory>
+
+namespace tessaline {
+namespace {
+
+// The queue the calling thread holds, if any.
+thread_local const WorkspaceQueue* holding = nullptr;
+
+}  // namespace
+
+void WorkspaceQueue::post(std::function<void()> task) {
+    const std::lock_guard guard(lock);
+    tasks.push_back(std::move(task));
+    if (held) return;
+    held = true;
+    threads.run([this] { drain(); });
+}
+
+void WorkspaceQueue::run(const std::function<void()>& step) {
+    if (holding == this) return step();
+    bool idle = false;
+    {
+        const std::lock_guard guard(lock);
+        idle = !held;
+        held = true;
+    }
+    if (idle) {
+        holding = this;
+        try {
+            step();
+        } catch (...) {
+            release();
+            throw;
+        }
+        return release();
+    }
+    // The thread that runs the step owns the promise: it may still be inside set_value() when
+    // get() returns here.
+    auto done = std::make_shared<std::promise<void>>();
+    auto outcome = done->get_future();
+    post([&step, done] {
+        try {
+            step();
+            done->set_value();
+        } catch (...) {
+            done->set_exception(std::current_exception());
+        }
+    });
+    outcome.get();
+}
+
+void WorkspaceQueue::release() {
+    if (holding != this) return;
+    holding = nullptr;
+    const std::lock_guard guard(lock);
+    if (tasks.empty()) {
+        held = false;
+    } else {
+        threads.run([this] { drain(); });
+    }
+}
+
+void WorkspaceQueue::drain() {
+    holding = this;
+    for (;;) {
+        std::function<void()> task;
+        {
+            const std::lock_guard guard(lock);
+            if (tasks.empty()) {
+                held = false;
+                holding = nullptr;
+                return;
+            }
+            task = std::move(tasks.front());
+            tasks.pop_front();
+        }
+        task();
+        // A task that released the queue left it to another thread.
+        if (holding != this) return;
+    }
+}
+
+}  // namespace tessaline
