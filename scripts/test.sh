@@ -26,7 +26,7 @@ cmake --build --preset asan
 step "unit tests (sanitizers)"
 ctest --preset asan
 step "end-to-end tests (sanitizers)"
-ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 \
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 TESSALINE_SANITIZED=1 \
   TESSALINE_BIN="$PWD/build/asan/tessaline-mcp" node --test tests/e2e/
 
 # The message loop's threads under ThreadSanitizer: the server alone, against the end-to-end

@@ -98,7 +98,10 @@ test('a host that closes stdout ends the server with status 0 and nothing on std
 // catches one takes it in and writes again. A file caught half-written is read again rather
 // than kept as unreadable. The run is counted in writes, not time, so that a slow machine runs
 // longer rather than fails.
-test('a busy second writer loses nothing and is rarely overwritten', async (t) => {
+// Its bounds hold for a server at full speed: under the sanitizers the server runs several times
+// slower than the writer, which this test does not slow down to match.
+const sanitized = process.env.TESSALINE_SANITIZED ? 'the bounds are for a server at full speed' : false;
+test('a busy second writer loses nothing and is rarely overwritten', { skip: sanitized }, async (t) => {
   const folder = temporaryFolder(t);
   seedWorkspace(folder);
   const { call, stderr } = await connect(t, folder);
