@@ -9,9 +9,14 @@ namespace {
 
 // 1234567 as "1,234,567".
 std::string grouped(std::uint64_t number) {
-    std::string digits = std::to_string(number);
-    for (auto at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
-    return digits;
+    const std::string digits = std::to_string(number);
+    std::string text;
+    text.reserve(digits.size() + digits.size() / 3);
+    for (std::size_t at = 0; at < digits.size(); ++at) {
+        if (at > 0 && (digits.size() - at) % 3 == 0) text += ',';
+        text += digits[at];
+    }
+    return text;
 }
 
 std::string message(const TransferProgress& progress) {

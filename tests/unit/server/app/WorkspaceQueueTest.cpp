@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <future>
 #include <stdexcept>
 #include <string>
@@ -51,7 +52,9 @@ TEST_F(WorkspaceQueueTest, ATaskThatReleasesTheQueueCarriesOnBesideTheTasksAfter
         });
         queue.post([&] { secondRan.set_value(); });
     });
-    EXPECT_EQ("beside", firstEnded.get_future().get());
+    auto ended = firstEnded.get_future();
+    ASSERT_EQ(std::future_status::ready, ended.wait_for(std::chrono::seconds(20))) << "no task ran after the releasing one";
+    EXPECT_EQ("beside", ended.get());
     std::string after;
     queue.run([&] { after = "runs"; });
     EXPECT_EQ("runs", after);
