@@ -5,6 +5,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -302,6 +303,13 @@ private:
 
 bool isCancelled(const TransferControl& control) { return control.cancelled != nullptr && control.cancelled->load(); }
 
+// libcurl passes on the readability of a watched descriptor but not its hang-up, after which
+// its poll would return at once, again and again: the descriptor is asked directly.
+bool isReadyOrClosed(int descriptor) {
+    pollfd entry{.fd = descriptor, .events = POLLIN, .revents = 0};
+    return ::poll(&entry, 1, 0) > 0;
+}
+
 // How an exchange ended: libcurl's result, or our own failure that stopped it.
 struct Ending {
     CURLcode result = CURLE_OK;
@@ -319,6 +327,8 @@ CURLcode result(CURLM* multi) {
 // Drives the exchange attached to `multi` until it ends, waking at least every
 // controlInterval to look at the cancel flag and the limits and to report progress.
 Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limits, const TransferControl& control) {
+    curl_waitfd watch{.fd = control.watched, .events = CURL_WAIT_POLLIN, .revents = 0};
+    unsigned int watching = control.watched >= 0 ? 1 : 0;
     for (auto reported = SteadyClock::now();;) {
         int running = 0;
         if (const CURLMcode code = curl().multiPerform(multi, &running); code != CURLM_OK) {
@@ -328,8 +338,14 @@ Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limit
         if (running == 0) return {.result = result(multi)};
         const auto wait = std::chrono::ceil<std::chrono::milliseconds>(limits.deadline() - SteadyClock::now());
         const auto timeout = std::clamp(wait, std::chrono::milliseconds(0), CurlEasy::controlInterval);
-        if (const CURLMcode code = curl().multiPoll(multi, nullptr, 0, static_cast<int>(timeout.count()), nullptr); code != CURLM_OK) {
+        int events = 0;
+        if (const CURLMcode code = curl().multiPoll(multi, watching != 0 ? &watch : nullptr, watching, static_cast<int>(timeout.count()), &events);
+            code != CURLM_OK) {
             return {.stopped = curl().multiStrerror(code)};
+        }
+        if (watching != 0 && events > 0 && isReadyOrClosed(control.watched)) {
+            watching = 0;
+            control.watchedReady();
         }
         const auto now = SteadyClock::now();
         if (isCancelled(control)) return {.stopped = std::string(CurlEasy::cancelledText)};

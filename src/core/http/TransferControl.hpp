@@ -19,7 +19,7 @@ struct TransferProgress {
     bool operator==(const TransferProgress&) const = default;
 };
 
-// What the caller of a running exchange may do to it, from any thread. Both are optional.
+// What the caller of a running exchange may do to it, from any thread. All are optional.
 struct TransferControl {
     // Once set, the exchange is aborted within 100 ms (its connection closed) and fails with
     // CurlEasy::cancelledText; an exchange that has not started yet never connects.
@@ -27,6 +27,12 @@ struct TransferControl {
     // Called on the exchange's thread, at least every 100 ms while the exchange runs, with how
     // far it has got. It must return quickly and must not throw.
     std::function<void(const TransferProgress&)> progress{};
+    // A descriptor the exchange watches while it waits for the network: once it is readable
+    // (or closed), `watchedReady` is called on the exchange's thread, once, and the watch ends.
+    // It lets the thread that reads a program's input run an exchange without another thread
+    // standing by, until more input arrives.
+    int watched = -1;
+    std::function<void()> watchedReady{};
 };
 
 }  // namespace tessaline

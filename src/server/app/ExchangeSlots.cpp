@@ -10,6 +10,13 @@ bool ExchangeSlots::acquire(const std::atomic<bool>& cancelled) {
     return true;
 }
 
+bool ExchangeSlots::tryAcquire() {
+    const std::lock_guard guard(lock);
+    if (available == 0) return false;
+    --available;
+    return true;
+}
+
 void ExchangeSlots::release() {
     {
         const std::lock_guard guard(lock);

@@ -15,6 +15,8 @@ public:
     // Takes a slot, waiting for one; returns false, taking none, once `cancelled` is set
     // (wakeAll() makes a waiter look at its flag again).
     bool acquire(const std::atomic<bool>& cancelled);
+    // Takes a slot when one is free at once.
+    bool tryAcquire();
     void release();
     void wakeAll();
 

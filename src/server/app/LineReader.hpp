@@ -22,6 +22,8 @@ public:
     // The next line, or nothing at the end of input; a last line without a line feed counts.
     // The text stays valid until the next call.
     std::optional<Line> next();
+    // Whether next() has a whole line at hand, without reading.
+    bool hasLine() const { return buffer.find('\n', lineStart) != std::string::npos; }
 
 private:
     // Appends the next block of input; false at its end (or on a read error).

@@ -37,13 +37,47 @@ LoopCall::LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage reque
       replies(writer),
       progressToken(progressTokenOf(message.params)) {}
 
-void LoopCall::runOnWorkspace(const std::function<void()>& step) { workspaceQueue.run(step); }
+void LoopCall::holdReading(int input, std::function<void()> handOff) {
+    watchedInput = input;
+    readingHandOff = std::move(handOff);
+}
+
+void LoopCall::handReadingOn() {
+    if (!readingHandOff) return;
+    const auto handOff = std::move(readingHandOff);
+    readingHandOff = nullptr;
+    readingHandedOn = true;
+    handOff();
+}
+
+void LoopCall::letWorkspaceGo() {
+    workspaceQueue.release();
+    leftWorkspace = true;
+}
+
+void LoopCall::leaveWorkspace() {
+    handReadingOn();
+    letWorkspaceGo();
+}
+
+void LoopCall::runOnWorkspace(const std::function<void()>& step) {
+    if (leftWorkspace) handReadingOn();
+    workspaceQueue.run(step);
+}
 
 StoredResponse LoopCall::exchange(const RequestSession& session) {
-    leaveWorkspace();
-    if (!exchangeSlots.acquire(cancelled)) throw Error(std::string(CurlEasy::cancelledText));
+    letWorkspaceGo();
+    if (cancelled) throw Error(std::string(CurlEasy::cancelledText));
+    if (!exchangeSlots.tryAcquire()) {
+        handReadingOn();
+        if (!exchangeSlots.acquire(cancelled)) throw Error(std::string(CurlEasy::cancelledText));
+    }
     const SlotHold slot(exchangeSlots);
     TransferControl control{.cancelled = &cancelled};
+    if (readingHandOff) {
+        control.watched = watchedInput;
+        control.watchedReady = [this] { handReadingOn(); };
+    }
     std::optional<ProgressNotifier> notifier;
     if (!progressToken.empty()) {
         notifier.emplace(progressToken);

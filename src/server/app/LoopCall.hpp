@@ -32,11 +32,23 @@ public:
     void cancel() { cancelled = true; }
     bool isCancelled() const { return cancelled; }
 
+    // Before the call runs on the thread that reads the input: `handOff` gives the reading to
+    // another thread, and the call calls it (once, on its own thread) as soon as it would wait
+    // for anything but its own work: for more input arriving on `input` during its exchange,
+    // for an exchange slot, for a token request, or for a turn on the workspace after its
+    // exchange (the turn that records the response writes to the disk).
+    void holdReading(int input, std::function<void()> handOff);
+    // Whether the call gave the reading to another thread.
+    bool handedReadingOn() const { return readingHandedOn; }
+
     void runOnWorkspace(const std::function<void()>& step) override;
     StoredResponse exchange(const RequestSession& session) override;
-    void leaveWorkspace() override { workspaceQueue.release(); }
+    void leaveWorkspace() override;
 
 private:
+    void handReadingOn();
+    void letWorkspaceGo();
+
     std::shared_ptr<const std::string> text;
     JSONRPCMessage message;
     WorkspaceQueue& workspaceQueue;
@@ -44,6 +56,11 @@ private:
     ReplyWriter& replies;
     std::string progressToken;  // its JSON text; empty when the call carried none
     std::atomic<bool> cancelled{false};
+    // State below is used by the call's own thread only.
+    int watchedInput = -1;
+    std::function<void()> readingHandOff;
+    bool readingHandedOn = false;
+    bool leftWorkspace = false;
 };
 
 }  // namespace tessaline

@@ -18,19 +18,29 @@ MessageLoop::MessageLoop(WorkspaceStore& workspaceStore, MCPServer& mcpServer, R
     : store(workspaceStore), server(mcpServer), writer(replyWriter) {}
 
 void MessageLoop::run(int input) {
-    LineReader lines(input, MCPServer::lineLengthLimit);
-    while (const auto line = lines.next()) {
-        if (line->tooLong) {
-            writer.write(MCPServer::lineTooLong());
-        } else if (const auto text = trimBlanksAndTabs(line->text); !text.empty()) {
-            take(text);
-        }
-    }
+    LineReader reader(input, MCPServer::lineLengthLimit);
+    lines = &reader;
+    inputDescriptor = input;
+    read();
     std::unique_lock guard(lock);
-    answered.wait(guard, [this] { return unanswered == 0; });
+    answered.wait(guard, [this] { return inputEnded && unanswered == 0; });
 }
 
-void MessageLoop::take(std::string_view line) {
+void MessageLoop::read() {
+    while (const auto line = lines->next()) {
+        if (line->tooLong) {
+            writer.write(MCPServer::lineTooLong());
+        } else if (const auto text = trimBlanksAndTabs(line->text); !text.empty() && take(text)) {
+            return;
+        }
+    }
+    // Notified under the lock: once run() sees the end, the loop may be destroyed.
+    const std::lock_guard guard(lock);
+    inputEnded = true;
+    if (unanswered == 0) answered.notify_all();
+}
+
+bool MessageLoop::take(std::string_view line) {
     const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
     const std::string_view text = repairedLine.empty() ? line : repairedLine;
     const auto message = JSONRPCMessage::read(text);
@@ -43,11 +53,12 @@ void MessageLoop::take(std::string_view line) {
     } else if (MCPServer::answersAtOnce(*message)) {
         writer.write(server.reply(*message));
     } else {
-        queue(text, *message);
+        return queue(text, *message);
     }
+    return false;
 }
 
-void MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
+bool MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
     // The call keeps its own copy of the line, and the params are pointed into it.
     const auto kept = std::make_shared<const std::string>(line);
     JSONRPCMessage moved = message;
@@ -61,7 +72,25 @@ void MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
         pending.insert_or_assign(call->request().id, call);
         ++unanswered;
     }
-    workspace.post([this, call] { start(call); });
+    const auto alone = [this, call] {
+        call->holdReading(inputDescriptor, [this] { handReadingOn(); });
+        start(call);
+    };
+    if (sendsAlone(*call) && workspace.runIfIdle(alone)) return call->handedReadingOn();
+    if (!workspace.enqueue([this, call] { start(call); })) return false;
+    handReadingOn();
+    workspace.drain();
+    return true;
+}
+
+bool MessageLoop::sendsAlone(const LoopCall& call) const {
+    if (lines->hasLine()) return false;
+    const auto tool = JSONRPCMessage::memberText(call.request().params, "name");
+    return tool == R"("send_request")" || tool == R"("send_adhoc")";
+}
+
+void MessageLoop::handReadingOn() {
+    workers.run([this] { read(); });
 }
 
 void MessageLoop::cancel(std::string_view params) {
@@ -91,10 +120,11 @@ void MessageLoop::finish(const std::shared_ptr<LoopCall>& call, const std::optio
         write = reply && !call->isCancelled();
     }
     if (write) writer.write(*reply);
-    // Notified under the lock: once run() sees no call left, the loop may be destroyed.
+    // Notified under the lock: once run() sees no call left, the loop may be destroyed. Only
+    // the last answer after the end of input wakes it; waking it for every call cost a send
+    // a few percent of its time.
     const std::lock_guard guard(lock);
-    --unanswered;
-    answered.notify_all();
+    if (--unanswered == 0 && inputEnded) answered.notify_all();
 }
 
 }  // namespace tessaline

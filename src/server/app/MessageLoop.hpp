@@ -2,6 +2,7 @@
 
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/app/ExchangeSlots.hpp"
+#include "server/app/LineReader.hpp"
 #include "server/app/LoopCall.hpp"
 #include "server/app/ReplyWriter.hpp"
 #include "server/app/WorkerPool.hpp"
@@ -19,13 +20,16 @@
 
 namespace tessaline {
 
-// The server's threads. The reading thread (run's caller) reads and parses every line and
-// answers at once what needs no workspace (every method but tools/call); it hands the host's
-// responses to `responses()` and takes in cancellations. Tool calls queue for the workspace
-// (WorkspaceQueue), where each first takes in what another process changed in the folder,
-// then runs, one at a time and in the order they were read. A tool that sends lets the queue go
-// on while its exchange runs and takes a new turn to record the response; at most
-// exchangeLimit exchanges run at once. Replies, in whatever order the calls end, and progress notifications go through
+// The server's threads. One thread at a time reads and parses lines, and answers at once what
+// needs no workspace (every method but tools/call); it hands the host's responses to
+// `responses()` and takes in cancellations. Tool calls queue for the workspace
+// (WorkspaceQueue), where each first takes in what another process changed in the folder, then
+// runs, one at a time and in the order they were read. A call read while the workspace is idle
+// runs on the thread that read it, which first hands the reading on to a pool thread; a send
+// read with nothing else to do keeps the reading until it would wait for more than its own
+// exchange or another line arrives, so that it costs no hand-over between threads at all. A tool that sends lets the queue go on while its
+// exchange runs and takes a new turn to record the response; at most exchangeLimit exchanges
+// run at once. Replies, in whatever order the calls end, and progress notifications go through
 // one writer.
 //
 // notifications/cancelled with the id of a call not yet answered means that no reply is
@@ -42,8 +46,16 @@ public:
     ResponseRouter& responses() { return router; }
 
 private:
-    void take(std::string_view line);
-    void queue(std::string_view line, const JSONRPCMessage& message);
+    // Reads lines until the input ends, or until this thread hands the reading on to run a call.
+    void read();
+    // Each returns true when the calling thread has handed the reading on and run a call.
+    bool take(std::string_view line);
+    bool queue(std::string_view line, const JSONRPCMessage& message);
+    // Whether the call is a send with no other line waiting: it then runs on the reading thread
+    // while nothing else needs the workspace, and the reading goes to another thread only once
+    // the call would wait for more than its exchange, or more input arrives.
+    bool sendsAlone(const LoopCall& call) const;
+    void handReadingOn();
     void cancel(std::string_view params);
     // The call's turn on the workspace.
     void start(const std::shared_ptr<LoopCall>& call);
@@ -55,12 +67,15 @@ private:
     ReplyWriter& writer;
     ResponseRouter router;
     ExchangeSlots slots{exchangeLimit};
+    LineReader* lines = nullptr;  // used by the one thread that reads at the time
+    int inputDescriptor = -1;
 
     std::mutex lock;
     std::condition_variable answered;
     // State below is guarded by lock.
     std::map<std::string, std::shared_ptr<LoopCall>> pending;  // by id, the latest call with it
     std::size_t unanswered = 0;
+    bool inputEnded = false;
 
     // Declared in this order so that the pool is destroyed first: joining its threads waits
     // for the queue's work, which uses every member above.

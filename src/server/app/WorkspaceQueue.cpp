@@ -12,31 +12,37 @@ thread_local const WorkspaceQueue* holding = nullptr;
 }  // namespace
 
 void WorkspaceQueue::post(std::function<void()> task) {
+    if (enqueue(std::move(task))) threads.run([this] { drain(); });
+}
+
+bool WorkspaceQueue::enqueue(std::function<void()> task) {
     const std::lock_guard guard(lock);
     tasks.push_back(std::move(task));
-    if (held) return;
+    if (held) return false;
     held = true;
-    threads.run([this] { drain(); });
+    return true;
+}
+
+bool WorkspaceQueue::runIfIdle(const std::function<void()>& step) {
+    {
+        const std::lock_guard guard(lock);
+        if (held) return false;
+        held = true;
+    }
+    holding = this;
+    try {
+        step();
+    } catch (...) {
+        release();
+        throw;
+    }
+    release();
+    return true;
 }
 
 void WorkspaceQueue::run(const std::function<void()>& step) {
     if (holding == this) return step();
-    bool idle = false;
-    {
-        const std::lock_guard guard(lock);
-        idle = !held;
-        held = true;
-    }
-    if (idle) {
-        holding = this;
-        try {
-            step();
-        } catch (...) {
-            release();
-            throw;
-        }
-        return release();
-    }
+    if (runIfIdle(step)) return;
     // The thread that runs the step owns the promise: it may still be inside set_value() when
     // get() returns here.
     auto done = std::make_shared<std::promise<void>>();

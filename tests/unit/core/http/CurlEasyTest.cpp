@@ -7,8 +7,11 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <thread>
+
+#include <unistd.h>
 
 namespace tessaline {
 
@@ -186,6 +189,27 @@ TEST(CurlEasyControlTest, CancelsBeforeAndWhileTheExchangeRuns) {
         };
         EXPECT_EQ(cancelled, send({.url = server.url()}, {.cancelled = &flag, .progress = cancel}).error) << responding;
         EXPECT_TRUE(server.waitForEarlyClose()) << responding;
+    }
+}
+
+// The descriptor is the input of the thread that runs the exchange: once something arrives
+// there, or the input ends, the caller hears of it once, and the exchange goes on to its end.
+TEST(CurlEasyControlTest, ReportsAWatchedDescriptorOnceWhenReadyOrClosed) {
+    for (const bool closed : {false, true}) {
+        std::array<int, 2> ends{};
+        ASSERT_EQ(0, ::pipe(ends.data()));
+        if (closed) {
+            ::close(ends[1]);
+        } else {
+            ASSERT_EQ(1, ::write(ends[1], "x", 1));
+        }
+        CannedHTTPServer server({"", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n", "o", "k"}, milliseconds(30));
+        int reports = 0;
+        const auto response = send({.url = server.url()}, {.watched = ends[0], .watchedReady = [&reports] { ++reports; }});
+        EXPECT_EQ("ok", response.body) << closed;
+        EXPECT_EQ(1, reports) << closed;
+        ::close(ends[0]);
+        if (!closed) ::close(ends[1]);
     }
 }
 

@@ -39,6 +39,26 @@ TEST_F(WorkspaceQueueTest, RunsStepsOneAtATimeInTheirOrderAndAStepOfAnIdleQueueO
     EXPECT_EQ("abcd", order);
 }
 
+// The loop's two ways in for a call read while nothing else runs: run it at once, or claim the
+// queue and drain it. Neither may jump the queue while another thread holds it.
+TEST_F(WorkspaceQueueTest, RunsOrClaimsAtOnceOnlyWhenIdle) {
+    std::string order;
+    EXPECT_TRUE(queue.runIfIdle([&] {
+        order += "a";
+        EXPECT_FALSE(std::async(std::launch::async, [&] { return queue.runIfIdle([&] { order += "x"; }); }).get());
+        EXPECT_FALSE(std::async(std::launch::async, [&] { return queue.enqueue([&] { order += "c"; }); }).get());
+        order += "b";
+    }));
+    queue.run([&] { order += "d"; });  // after the task left in the queue
+    EXPECT_EQ("abcd", order);
+
+    ASSERT_TRUE(queue.enqueue([&] { order += "e"; }));
+    EXPECT_FALSE(std::async(std::launch::async, [&] { return queue.runIfIdle([&] { order += "x"; }); }).get());
+    queue.drain();
+    EXPECT_TRUE(queue.runIfIdle([&] { order += "f"; }));
+    EXPECT_EQ("abcdef", order);
+}
+
 // A task that releases the queue carries on beside the tasks after it: here it waits for one
 // of them, which would never run if the queue still waited for the first.
 TEST_F(WorkspaceQueueTest, ATaskThatReleasesTheQueueCarriesOnBesideTheTasksAfterIt) {

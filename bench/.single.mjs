@@ -1,0 +1,151 @@
+// Long calls through a pipe, against HTTP servers in this process: a ping during a 5 s send, a
+// cancel during a 5 s send (when the server sees the socket close, and the next call's answer),
+// three sends at once to a 300 ms server, progress notifications per second of a 5 s send, one
+// send at a time beside a C program that performs the same GETs with one libcurl handle, and
+// peak memory while 8 sends receive 300 MB bodies at once.
+// Usage: node bench/long-calls.mjs <tessaline-mcp> <send-floor> <workspace folder>
+import { spawn } from 'node:child_process';
+import { createServer } from 'node:http';
+import { readFileSync } from 'node:fs';
+import { performance } from 'node:perf_hooks';
+
+const [binary, floor, workspace] = process.argv.slice(2);
+const bodyLimitMB = 10 * 1024 * 1024 / 1e6;
+const chunk = Buffer.alloc(1 << 20, 'x');
+
+// /delay/<ms> answers after that long, /size/<bytes> with that many bytes, anything else at once.
+// `closedAt[path]` is when the socket of the last request for that path closed.
+const closedAt = {};
+const server = createServer((request, response) => {
+  const [, kind, value] = request.url.split('/');
+  if (kind === 'delay') request.socket.once('close', () => { closedAt[request.url] = performance.now(); });
+  if (kind === 'delay') return setTimeout(() => response.end('{"ok":true}'), Number(value));
+  if (kind !== 'size') return response.end('{"ok":true,"items":[1,2,3]}');
+  response.writeHead(200, { 'Content-Length': value });
+  let left = Number(value);
+  const more = () => {
+    while (left > 0) {
+      const piece = left >= chunk.length ? chunk : chunk.subarray(0, left);
+      left -= piece.length;
+      if (!response.write(piece)) return response.once('drain', more);
+    }
+    response.end();
+  };
+  more();
+});
+await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+const base = `http://127.0.0.1:${server.address().port}`;
+
+// A process on pipes: `send(line)`, and `until(match)` resolving with the first line that
+// matches, read already or still to come, and the time it was read; `nth(k)` with line k.
+function start(command, args) {
+  const child = spawn(command, args, { stdio: ['pipe', 'pipe', 'ignore'] });
+  const lines = [];
+  const waiting = [];
+  let partial = '';
+  child.stdout.setEncoding('utf8').on('data', (text) => {
+    const complete = (partial + text).split('\n');
+    partial = complete.pop();
+    for (const line of complete) {
+      const entry = { line, at: performance.now() };
+      lines.push(entry);
+      for (const waiter of waiting.filter(({ match }) => match(line))) {
+        waiting.splice(waiting.indexOf(waiter), 1);
+        waiter.resolve(entry);
+      }
+    }
+  });
+  return {
+    child,
+    lines,
+    send: (line) => child.stdin.write(line + '\n'),
+    nth: (k) => lines[k] ?? new Promise((resolve) => waiting.push({ match: () => lines.length > k, resolve })),
+    until: (match) => lines.find(({ line }) => match(line)) ?? new Promise((resolve) => waiting.push({ match, resolve })),
+    end: () => new Promise((resolve) => { child.on('close', resolve); child.stdin.end(); }),
+  };
+}
+const ours = () => start(binary, ['--workspace', workspace]);
+const send = (id, url, meta) => JSON.stringify({ jsonrpc: '2.0', id, method: 'tools/call',
+  params: { name: 'send_adhoc', arguments: { method: 'GET', url, maxBodyChars: 100 }, ...(meta && { _meta: meta }) } });
+const hasId = (id) => (line) => line.startsWith(`{"id":${id},`);
+const median = (values) => [...values].sort((a, b) => a - b)[Math.floor(values.length / 2)];
+const wait = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+
+async function pingDuringSend() {
+  const process = ours();
+  process.send(send(1, `${base}/delay/5000`));
+  await wait(200);
+  const sent = performance.now();
+  process.send('{"jsonrpc":"2.0","id":2,"method":"ping"}');
+  const { at } = await process.until(hasId(2));
+  await process.end();
+  return at - sent;
+}
+
+async function cancelDuringSend() {
+  const process = ours();
+  process.send(send(1, `${base}/delay/5000`));
+  await wait(200);
+  const cancelled = performance.now();
+  process.send('{"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1}}');
+  process.send('{"jsonrpc":"2.0","id":2,"method":"ping"}');
+  const { at } = await process.until(hasId(2));
+  await process.end();
+  const closed = closedAt['/delay/5000'];
+  return { closed: closed - cancelled, next: at - cancelled, replied: process.lines.some(({ line }) => hasId(1)(line)) };
+}
+
+async function threeAtOnce() {
+  const process = ours();
+  const sent = performance.now();
+  for (const id of [1, 2, 3]) process.send(send(id, `${base}/delay/300`));
+  const answers = await Promise.all([1, 2, 3].map((id) => process.until(hasId(id))));
+  await process.end();
+  return Math.max(...answers.map(({ at }) => at)) - sent;
+}
+
+async function progressRate() {
+  const process = ours();
+  const sent = performance.now();
+  process.send(send(1, `${base}/delay/5000`, { progressToken: 'p' }));
+  const { at } = await process.until(hasId(1));
+  await process.end();
+  const count = process.lines.filter(({ line }) => line.includes('"notifications/progress"')).length;
+  return count / ((at - sent) / 1000);
+}
+
+// Median ms per call of `calls` sends one at a time, after one warm-up call. Each reply is the
+// next line: the C program's replies carry no id.
+async function oneAtATime(process, calls = 1000) {
+  const durations = [];
+  for (let id = 0; id <= calls; id++) {
+    const sent = performance.now();
+    process.send(send(id, `${base}/items/1`));
+    const { at } = await process.nth(id);
+    if (id > 0) durations.push(at - sent);
+  }
+  await process.end();
+  return median(durations);
+}
+
+async function eightBigBodies() {
+  const process = ours();
+  const size = 300 * 1000 * 1000;
+  for (let id = 1; id <= 8; id++) process.send(send(id, `${base}/size/${size}?${id}`));
+  let peak = 0;
+  const sample = setInterval(() => {
+    const status = readFileSync(`/proc/${process.child.pid}/status`, 'utf8');
+    peak = Math.max(peak, Number(status.match(/VmHWM:\s+(\d+) kB/)[1]) * 1024 / 1e6);
+  }, 50);
+  await Promise.all([1, 2, 3, 4, 5, 6, 7, 8].map((id) => process.until(hasId(id))));
+  clearInterval(sample);
+  await process.end();
+  return peak;
+}
+
+for (let r=0;r<5;r++){
+const single = await oneAtATime(ours());
+const floorMedian = await oneAtATime(start(floor, [`${base}/items/1`]));
+console.log(`single ${single.toFixed(3)} floor ${floorMedian.toFixed(3)} ratio ${(single/floorMedian).toFixed(2)}`);
+}
+server.close();
