@@ -15,12 +15,12 @@ namespace {
 namespace fs = std::filesystem;
 
 OAuth2ResolvedConfig config(int index) {
-    return {.grant = OAuth2Grant::clientCredentials,
-            .tokenURL = "https://auth.test/oauth/token",
-            .clientID = "client-" + std::to_string(index),
-            .clientSecret = "secret",
-            .scope = "read write",
-            .tokenParams = {{.key = "audience", .value = "https://api.test"}}};
+    return {{.grant = OAuth2Grant::clientCredentials,
+             .tokenURL = "https://auth.test/oauth/token",
+             .clientID = "client-" + std::to_string(index),
+             .clientSecret = "secret",
+             .scope = "read write",
+             .tokenParams = {{.key = "audience", .value = "https://api.test"}}}};
 }
 
 // A cache file of `count` entries in a fresh folder, removed at the end.

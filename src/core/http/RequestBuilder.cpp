@@ -3,6 +3,7 @@
 #include "core/support/AtomicFile.hpp"
 #include "core/support/Base64.hpp"
 #include "core/support/CaseInsensitive.hpp"
+#include "core/support/FormFields.hpp"
 #include "core/support/PercentEncoding.hpp"
 #include "core/support/Trimmed.hpp"
 #include "core/support/Uuid.hpp"
@@ -111,7 +112,6 @@ constexpr std::string_view urlPunctuation = "-._~:/?#[]@!$&'()*+,;=";
 // What may stand in a query's name or value unescaped: no "&", "=", ";" or "+", which form
 // decoders read as structure or as a space, nor "#" or "%".
 constexpr std::string_view queryPunctuation = "-._~!$'()*,:@/?";
-constexpr std::string_view formPunctuation = "-._*";
 
 bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
@@ -127,30 +127,6 @@ std::string withDisallowedEscaped(std::string_view text) {
     return escaped;
 }
 
-// "name=value&...", each side encoded.
-std::string pairsText(const std::vector<Pair>& pairs, std::string (*encoded)(std::string_view)) {
-    std::string text;
-    for (const auto& [name, value] : pairs) {
-        if (!text.empty()) text += '&';  // every pair writes at least its "="
-        text += encoded(name) + "=" + encoded(value);
-    }
-    return text;
-}
-
-std::string queryComponent(std::string_view text) { return percentEncoding::encode(text, queryPunctuation); }
-
-// Escaped with spaces as "+".
-std::string formComponent(std::string_view text) {
-    std::string encoded;
-    while (true) {
-        const auto space = text.find(' ');
-        encoded += percentEncoding::encode(text.substr(0, space), formPunctuation);
-        if (space == std::string_view::npos) return encoded;
-        encoded += '+';
-        text.remove_prefix(space + 1);
-    }
-}
-
 // The query items after the URL's own query, before its fragment. (Setting the query through
 // libcurl would rewrite every escape in lower case.)
 std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
@@ -159,7 +135,7 @@ std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
     const auto query = url.find('?');
     std::string joined = url.substr(0, fragment);
     joined += query >= fragment ? "?" : query + 1 == fragment ? "" : "&";
-    joined += pairsText(items, queryComponent);
+    joined += formFields::encoded(items, formFields::Blank::escaped, queryPunctuation);
     joined.append(url, fragment);
     return joined;
 }
@@ -218,7 +194,7 @@ std::optional<EncodedBody> encodedBody(const RequestBody& body, const VariableRe
     case BodyKind::json:
     case BodyKind::text:
     case BodyKind::xml: return textBody(resolver.resolve(body.raw), body.kind);
-    case BodyKind::formURLEncoded: return textBody(pairsText(resolvedRows(body.form, resolver), formComponent), body.kind);
+    case BodyKind::formURLEncoded: return textBody(formFields::encoded(resolvedRows(body.form, resolver), formFields::Blank::plus), body.kind);
     case BodyKind::multipart: return multipartBody(resolvedRows(body.form, resolver));
     }
     return std::nullopt;

@@ -4,6 +4,7 @@
 #include "core/interchange/SourceLiteral.hpp"
 #include "core/support/Base64.hpp"
 #include "core/support/CaseInsensitive.hpp"
+#include "core/support/Joined.hpp"
 #include "core/support/Utf8.hpp"
 
 #include <algorithm>
@@ -177,8 +178,7 @@ std::string node(const ResolvedRequest& request) {
         for (const auto& [key, value] : request.headers) {
             if (caseInsensitive::equal(key, name)) values.push_back(doubleQuoted(value));
         }
-        std::string list = values.front();
-        for (std::size_t i = 1; i < values.size(); ++i) list += ", " + values[i];
+        const auto list = joined(values, ", ");
         code += "    " + doubleQuoted(name) + ": " + (values.size() == 1 ? list : "[" + list + "]") + ",\n";
     }
     if (request.body) code += "    \"Content-Length\": Buffer.byteLength(body),\n";

@@ -8,6 +8,7 @@
 #include "core/support/AtomicFile.hpp"
 #include "core/support/CaseInsensitive.hpp"
 #include "core/support/FileError.hpp"
+#include "core/support/Joined.hpp"
 #include "core/support/UnicodeText.hpp"
 
 #include <nlohmann/json.hpp>
@@ -143,7 +144,7 @@ private:
     // A value with "=" is a cookie; anything else names a cookie file, not sent as such.
     void addCookie(const std::string& value) {
         if (value.find('=') == std::string::npos) return;
-        cookies += (cookies.empty() ? "" : ";") + value;
+        cookies.push_back(value);
     }
     void setTimeout(const std::string& value) {
         try {
@@ -171,7 +172,7 @@ private:
     std::vector<std::string> query;
     std::optional<std::string> user;
     std::optional<std::string> bearer;
-    std::string cookies;
+    std::vector<std::string> cookies;
     bool dataInQuery = false;
     bool headOnly = false;
     bool followRedirects = false;
@@ -208,7 +209,7 @@ std::string Command::url() const {
 std::vector<KeyValue> Command::headerRows() const {
     std::vector<KeyValue> rows;
     for (const auto& [name, value] : headerPairs) rows.push_back({.key = name, .value = value});
-    if (!cookies.empty()) rows.push_back({.key = "Cookie", .value = cookies});
+    if (!cookies.empty()) rows.push_back({.key = "Cookie", .value = joined(cookies, ";")});
     if (asJSON && data && !dataInQuery) {
         for (const char* name : {"Content-Type", "Accept"}) {
             if (!hasHeader(name)) rows.push_back({.key = name, .value = "application/json"});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/support/CurlyQuoted.hpp"
 #include "core/support/Error.hpp"
 
 #include <string>
@@ -20,8 +21,8 @@ public:
     }
     static ImportError noURL() { return ImportError("The curl command has no URL."); }
     static ImportError unsupportedMethod(std::string_view method) {
-        return ImportError("Unsupported HTTP method “" + std::string(method) +
-                           "”: use GET, POST, PUT, PATCH, DELETE, HEAD or OPTIONS.");
+        return ImportError("Unsupported HTTP method " + curlyQuoted(method) +
+                           ": use GET, POST, PUT, PATCH, DELETE, HEAD or OPTIONS.");
     }
     static ImportError notJSON(std::string_view what) {
         return ImportError("Not " + std::string(what) + ": the text is not JSON.");

@@ -1,6 +1,5 @@
 #include "core/interchange/PostmanFormat.hpp"
 
-#include "core/interchange/FormEncoding.hpp"
 #include "core/interchange/ImportError.hpp"
 #include "core/interchange/PostmanAuth.hpp"
 #include "core/interchange/PostmanValue.hpp"
@@ -10,6 +9,7 @@
 #include "core/support/JSONWriter.hpp"
 #include "core/support/Joined.hpp"
 #include "core/support/Overloaded.hpp"
+#include "core/support/PercentEncoding.hpp"
 #include "core/support/Utf8.hpp"
 
 #include <algorithm>
@@ -191,8 +191,8 @@ std::vector<KeyValue> rowsOf(const json& list, bool decode) {
         if (!entry.is_object()) continue;
         const auto key = postmanValue::text(entry, "key");
         const auto value = postmanValue::text(entry, "value");
-        rows.push_back({.key = decode ? formEncoding::decoded(key, false) : key,
-                        .value = decode ? formEncoding::decoded(value, false) : value,
+        rows.push_back({.key = decode ? percentEncoding::decode(key) : key,
+                        .value = decode ? percentEncoding::decode(value) : value,
                         .enabled = !postmanValue::flag(entry, "disabled", false) && postmanValue::flag(entry, "enabled", true)});
     }
     return rows;

@@ -1,8 +1,7 @@
 #include "core/interchange/SourceLiteral.hpp"
 
+#include "core/support/JSONString.hpp"
 #include "core/support/Utf8.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdio>
 
@@ -24,7 +23,7 @@ std::string shell(std::string_view text) {
 }
 
 std::string doubleQuoted(std::string_view text) {
-    return nlohmann::json(std::string(text)).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return jsonString::quoted(utf8::repaired(text), jsonString::ShortEscapes::all);
 }
 
 std::string swift(std::string_view text) {

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "core/support/Joined.hpp"
+
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -15,7 +18,7 @@ namespace tessaline {
 //         static constexpr std::array table{std::pair{APIKeyLocation::header, std::string_view("header")}, ...};
 //     };
 //
-// toString, parseEnum and enumValues below all read that one table.
+// toString, parseEnum, enumValues and enumNames below all read that one table.
 template <class Enum>
 struct EnumStrings;
 
@@ -46,6 +49,12 @@ constexpr auto enumValues() {
     std::array<Enum, table.size()> values{};
     std::transform(table.begin(), table.end(), values.begin(), [](const auto& entry) { return entry.first; });
     return values;
+}
+
+// Every value's text, in declaration order, joined with ", ": the choices an error offers.
+template <StringEnum Enum>
+std::string enumNames() {
+    return joined(enumValues<Enum>(), ", ", toString<Enum>);
 }
 
 }  // namespace tessaline

@@ -15,19 +15,13 @@ void write(JSONWriter& writer, const OAuth2Token& token) {
 }
 
 OAuth2Token decodeOAuth2Token(const JSONReader& reader) {
-    const auto optionalText = [&reader](std::string_view key) -> std::optional<std::string> {
-        if (const auto member = reader.optionalMember(key)) return member->string();
-        return std::nullopt;
-    };
-    std::optional<Date> expiresAt;
-    if (const auto member = reader.optionalMember("expiresAt")) expiresAt = member->date();
     return {
         .accessToken = reader.member("accessToken").string(),
         .tokenType = reader.member("tokenType").string(),
-        .refreshToken = optionalText("refreshToken"),
-        .idToken = optionalText("idToken"),
-        .scope = optionalText("scope"),
-        .expiresAt = expiresAt,
+        .refreshToken = reader.optionalMember("refreshToken", &JSONReader::string),
+        .idToken = reader.optionalMember("idToken", &JSONReader::string),
+        .scope = reader.optionalMember("scope", &JSONReader::string),
+        .expiresAt = reader.optionalMember("expiresAt", &JSONReader::date),
         .obtainedAt = reader.member("obtainedAt").date(),
     };
 }

@@ -73,14 +73,6 @@ void write(JSONWriter& writer, const StoredResponse& response) {
 }
 
 StoredResponse decodeStoredResponse(const JSONReader& reader) {
-    const auto optionalText = [&reader](std::string_view key) -> std::optional<std::string> {
-        if (const auto member = reader.optionalMember(key)) return member->string();
-        return std::nullopt;
-    };
-    const auto optionalInteger = [&reader](std::string_view key) -> std::optional<std::int64_t> {
-        if (const auto member = reader.optionalMember(key)) return member->integer();
-        return std::nullopt;
-    };
     return {
         .id = reader.member("id").uuid(),
         .requestID = reader.member("requestID").uuid(),
@@ -88,13 +80,13 @@ StoredResponse decodeStoredResponse(const JSONReader& reader) {
         .method = decodeEnum<HTTPMethod>(reader.member("method")),
         .url = reader.member("url").string(),
         .requestHeaders = decodeKeyValues(reader.member("requestHeaders")),
-        .requestBody = optionalText("requestBody"),
+        .requestBody = reader.optionalMember("requestBody", &JSONReader::string),
         .status = reader.member("status").integer(),
         .headers = decodeKeyValues(reader.member("headers")),
         .body = reader.member("body").data(),
-        .bodyBytes = optionalInteger("bodyBytes"),
+        .bodyBytes = reader.optionalMember("bodyBytes", &JSONReader::integer),
         .duration = reader.member("duration").number(),
-        .error = optionalText("error"),
+        .error = reader.optionalMember("error", &JSONReader::string),
     };
 }
 

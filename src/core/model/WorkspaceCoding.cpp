@@ -169,13 +169,11 @@ Workspace decodeWorkspace(std::string_view bytes) {
 }
 
 Workspace decodeWorkspace(const JSONReader& reader) {
-    std::optional<Uuid> activeEnvironmentID;
-    if (const auto member = reader.optionalMember("activeEnvironmentID")) activeEnvironmentID = member->uuid();
     return {
         .version = reader.member("version").integer(),
         .collections = reader.member("collections").array(decodeAPICollection),
         .environments = reader.member("environments").array(decodeAPIEnvironment),
-        .activeEnvironmentID = activeEnvironmentID,
+        .activeEnvironmentID = reader.optionalMember("activeEnvironmentID", &JSONReader::uuid),
     };
 }
 
@@ -242,8 +240,6 @@ RequestBody decodeRequestBody(const JSONReader& reader) {
 }
 
 Auth decodeAuth(const JSONReader& reader) {
-    std::optional<OAuth2Config> oauth2;
-    if (const auto member = reader.optionalMember("oauth2")) oauth2 = decodeOAuth2Config(*member);
     return {
         .kind = decodeEnum<AuthKind>(reader.member("kind")),
         .token = reader.member("token").string(),
@@ -252,7 +248,7 @@ Auth decodeAuth(const JSONReader& reader) {
         .apiKeyName = reader.member("apiKeyName").string(),
         .apiKeyValue = reader.member("apiKeyValue").string(),
         .apiKeyIn = decodeEnum<APIKeyLocation>(reader.member("apiKeyIn")),
-        .oauth2 = std::move(oauth2),
+        .oauth2 = reader.optionalMember("oauth2", decodeOAuth2Config),
     };
 }
 

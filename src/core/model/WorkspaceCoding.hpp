@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/model/Workspace.hpp"
+#include "core/support/CurlyQuoted.hpp"
 #include "core/support/JSONReader.hpp"
 #include "core/support/JSONWriter.hpp"
 
@@ -56,12 +57,7 @@ template <class Enum>
 Enum decodeEnum(const JSONReader& reader) {
     const auto text = reader.string();
     if (const auto value = parseEnum<Enum>(text)) return *value;
-    std::string accepted;
-    for (const auto candidate : enumValues<Enum>()) {
-        accepted += accepted.empty() ? "" : ", ";
-        accepted += toString(candidate);
-    }
-    reader.fail(DecodingError::Kind::malformed, "Unknown value “" + text + "”, expected one of " + accepted + ".");
+    reader.fail(DecodingError::Kind::malformed, "Unknown value " + curlyQuoted(text) + ", expected one of " + enumNames<Enum>() + ".");
 }
 
 }  // namespace tessaline

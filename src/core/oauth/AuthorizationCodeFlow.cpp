@@ -30,7 +30,7 @@ struct AuthorizationRequest {
 
         auto url = endpoint;
         const auto existing = url.query().value_or("");
-        url.setQuery(existing + (existing.empty() ? "" : "&") + formFields::encoded(fields));
+        url.setQuery(existing + (existing.empty() ? "" : "&") + formFields::encoded(fields, formFields::Blank::escaped));
         const auto text = url.text();
         if (!text) throw OAuth2Error::invalidConfig("The authorization URL is invalid.");
         return *text;

@@ -2,10 +2,10 @@
 
 #include "core/http/URLComponents.hpp"
 #include "core/support/Crypto.hpp"
+#include "core/support/Hexadecimal.hpp"
 #include "core/support/Trimmed.hpp"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace tessaline {
 namespace {
@@ -31,26 +31,16 @@ void appendEnabledValues(std::vector<std::string>& fields, const std::vector<Key
 }  // namespace
 
 OAuth2ResolvedConfig resolved(const OAuth2Config& config, const VariableResolver& resolver) {
-    const auto text = [&resolver](const std::string& value) { return std::string(trimmed(resolver.resolve(value))); };
-    auto redirectURI = text(config.redirectURI);
-    if (redirectURI.empty()) redirectURI = defaultRedirectURI;
-    return {
-        .grant = config.grant,
-        .authURL = text(config.authURL),
-        .tokenURL = text(config.tokenURL),
-        .deviceAuthURL = text(config.deviceAuthURL),
-        .clientID = text(config.clientID),
-        .clientSecret = resolver.resolve(config.clientSecret),
-        .scope = text(config.scope),
-        .redirectURI = std::move(redirectURI),
-        .usePKCE = config.usePKCE,
-        .clientAuth = config.clientAuth,
-        .username = text(config.username),
-        .password = resolver.resolve(config.password),
-        .refreshToken = text(config.refreshToken),
-        .authParams = resolvedRows(config.authParams, resolver),
-        .tokenParams = resolvedRows(config.tokenParams, resolver),
-    };
+    OAuth2ResolvedConfig result{config};
+    for (auto* text : {&result.authURL, &result.tokenURL, &result.deviceAuthURL, &result.clientID, &result.scope,
+                       &result.redirectURI, &result.username, &result.refreshToken}) {
+        *text = std::string(trimmed(resolver.resolve(*text)));
+    }
+    for (auto* secret : {&result.clientSecret, &result.password}) *secret = resolver.resolve(*secret);
+    if (result.redirectURI.empty()) result.redirectURI = defaultRedirectURI;
+    result.authParams = resolvedRows(config.authParams, resolver);
+    result.tokenParams = resolvedRows(config.tokenParams, resolver);
+    return result;
 }
 
 std::vector<std::string> activeFields(const OAuth2Config& config) {
@@ -92,11 +82,7 @@ std::string OAuth2ResolvedConfig::cacheKey() const {
 
     const auto digest = crypto::sha256(joined);
     std::string key;
-    for (std::size_t i = 0; i < 16; ++i) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", digest[i]);
-        key += digits;
-    }
+    for (std::size_t i = 0; i < 16; ++i) hexadecimal::appendByte(key, digest[i], hexadecimal::lowerDigits);
     return key;
 }
 

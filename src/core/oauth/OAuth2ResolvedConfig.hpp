@@ -9,24 +9,10 @@
 
 namespace tessaline {
 
-// An OAuth2Config after variable substitution: what obtaining a token works on. Where the
-// token goes on a request (placement, prefix, query name, ID token) is not part of it.
-struct OAuth2ResolvedConfig {
-    OAuth2Grant grant = OAuth2Grant::authorizationCode;
-    std::string authURL{};
-    std::string tokenURL{};
-    std::string deviceAuthURL{};
-    std::string clientID{};
-    std::string clientSecret{};
-    std::string scope{};
-    std::string redirectURI{};
-    bool usePKCE = true;
-    OAuth2ClientAuth clientAuth = OAuth2ClientAuth::basicHeader;
-    std::string username{};
-    std::string password{};
-    std::string refreshToken{};
-    std::vector<KeyValue> authParams{};   // enabled rows with a key only
-    std::vector<KeyValue> tokenParams{};  // enabled rows with a key only
+// The grant settings of an OAuth2Config after variable substitution: what obtaining a token
+// works on. Where the token goes on a request (OAuth2PlacementSettings) is not part of it.
+// Its authParams and tokenParams hold enabled rows with a key only.
+struct OAuth2ResolvedConfig : OAuth2GrantSettings {
 
     // Names the token cache slot: 32 lower-case hexadecimal digits of a SHA-256 over the grant,
     // the endpoints, the client, the scope, the user name, the refresh token and the extra

@@ -20,7 +20,7 @@ nlohmann::json members(const std::string& body) {
     auto parsed = nlohmann::json::parse(body, nullptr, false);
     if (parsed.is_object()) return parsed;
     nlohmann::json fields = nlohmann::json::object();
-    for (auto& [name, value] : formFields::decoded(utf8::repaired(body))) {
+    for (auto& [name, value] : formFields::decoded(utf8::repaired(body), formFields::Blank::escaped)) {
         fields.emplace(utf8::repaired(name), utf8::repaired(value));
     }
     return fields;

@@ -7,7 +7,7 @@ namespace tessaline {
 std::map<std::string, std::string> redirectParameters(std::string_view url) {
     std::map<std::string, std::string> parameters;
     const auto adopt = [&parameters](std::string_view text) {
-        for (auto& [name, value] : formFields::decoded(text)) parameters.emplace(std::move(name), std::move(value));
+        for (auto& [name, value] : formFields::decoded(text, formFields::Blank::escaped)) parameters.emplace(std::move(name), std::move(value));
     };
     const auto hash = url.find('#');
     const auto beforeFragment = url.substr(0, hash);

@@ -26,7 +26,7 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
         fields.emplace_back("client_id", resolved.clientID);
         if (!resolved.clientSecret.empty()) fields.emplace_back("client_secret", resolved.clientSecret);
     }
-    request.body = formFields::encoded(fields);
+    request.body = formFields::encoded(fields, formFields::Blank::escaped);
 
     auto response = CurlEngine::shared().perform(request);
     if (response.error) throw Error(*response.error);

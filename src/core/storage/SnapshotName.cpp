@@ -1,5 +1,6 @@
 #include "core/storage/SnapshotName.hpp"
 
+#include "core/support/PercentEncoding.hpp"
 #include "core/support/Utf8.hpp"
 
 #include <unicode/brkiter.h>
@@ -89,15 +90,6 @@ bool staysPlain(UChar32 scalar) {
     return (U_GET_GC_MASK(scalar) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_ND_MASK)) != 0;
 }
 
-void appendEscaped(std::string& out, std::string_view bytes) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    for (const unsigned char byte : bytes) {
-        out += '%';
-        out += digits[byte >> 4];
-        out += digits[byte & 0xF];
-    }
-}
-
 // `cluster` is valid UTF-8.
 void appendEncoded(std::string& out, std::string_view cluster) {
     const auto length = static_cast<int32_t>(cluster.size());
@@ -109,7 +101,7 @@ void appendEncoded(std::string& out, std::string_view cluster) {
         if (staysPlain(scalar)) {
             out += bytes;
         } else {
-            appendEscaped(out, bytes);
+            out += percentEncoding::encode(bytes, "");  // only letters and digits stay, none of which is here
         }
     }
 }
@@ -136,32 +128,6 @@ std::optional<std::string> encodedReason(std::string_view reason) {
     return encoded;
 }
 
-int hexValue(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return -1;
-}
-
-// Absent when a "%" is not followed by two hexadecimal digits or the bytes are not UTF-8.
-std::optional<std::string> percentDecoded(std::string_view text) {
-    std::string decoded;
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        if (text[index] != '%') {
-            decoded += text[index];
-            continue;
-        }
-        if (index + 2 >= text.size()) return std::nullopt;
-        const int high = hexValue(text[index + 1]);
-        const int low = hexValue(text[index + 2]);
-        if (high < 0 || low < 0) return std::nullopt;
-        decoded += static_cast<char>(high * 16 + low);
-        index += 2;
-    }
-    if (!utf8::isValid(decoded)) return std::nullopt;
-    return decoded;
-}
-
 }  // namespace
 
 std::string make(Date date, std::string_view reason) {
@@ -176,7 +142,8 @@ std::optional<Parsed> parse(std::string_view fileName) {
     if (!date) return std::nullopt;
     const auto reason = separator == std::string_view::npos ? std::string_view() : stem.substr(separator + 1);
     if (reason.empty()) return Parsed{*date, std::string(autosave)};
-    return Parsed{*date, percentDecoded(reason).value_or(utf8::repaired(reason))};
+    const auto decoded = percentEncoding::decodeStrictly(reason);
+    return Parsed{*date, decoded && utf8::isValid(*decoded) ? *decoded : utf8::repaired(reason)};
 }
 
 }  // namespace tessaline::snapshotName

@@ -5,6 +5,8 @@
 #include "core/storage/SampleWorkspace.hpp"
 #include "core/storage/SnapshotName.hpp"
 #include "core/support/AtomicFile.hpp"
+#include "core/support/CurlyQuoted.hpp"
+#include "core/support/FindByID.hpp"
 #include "core/support/Platform.hpp"
 
 #include <algorithm>
@@ -13,15 +15,6 @@
 namespace tessaline {
 
 namespace {
-
-std::string inCurlyQuotes(const std::string& name) { return "\u201C" + name + "\u201D"; }
-
-// The record with that id, as a pointer of the list's constness.
-template <class Records>
-auto findByID(Records& records, const Uuid& id) -> decltype(&records.front()) {
-    const auto found = std::find_if(records.begin(), records.end(), [&](const auto& record) { return record.id == id; });
-    return found == records.end() ? nullptr : &*found;
-}
 
 // The name of a request or folder anywhere in the workspace.
 std::optional<std::string> itemName(const Workspace& workspace, const Uuid& id) {
@@ -283,7 +276,7 @@ void WorkspaceStore::update(const APIRequest& request) {
 void WorkspaceStore::deleteItem(const Uuid& id) {
     const auto name = itemName(loaded(), id);
     if (!name) return;
-    snapshotVersion("Before deleting " + inCurlyQuotes(*name));
+    snapshotVersion("Before deleting " + curlyQuoted(*name));
     edit([id](Workspace& w) {
         for (auto& collection : w.collections) itemTree::remove(collection.items, id);
     });

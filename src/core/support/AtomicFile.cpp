@@ -2,6 +2,7 @@
 
 #include "core/support/Crypto.hpp"
 #include "core/support/FileError.hpp"
+#include "core/support/Hexadecimal.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -51,10 +52,7 @@ int exchangeNames(const char* from, const char* to) {
 
 fs::path temporaryPath(const fs::path& path) {
     std::string suffix;
-    for (const unsigned char byte : crypto::randomBytes(suffixDigits / 2)) {
-        suffix += "0123456789abcdef"[byte >> 4];
-        suffix += "0123456789abcdef"[byte & 0x0F];
-    }
+    for (const unsigned char byte : crypto::randomBytes(suffixDigits / 2)) hexadecimal::appendByte(suffix, byte, hexadecimal::lowerDigits);
     // The name is cut so that the temporary's own name stays within the 255-byte limit
     // that the target's may already touch.
     std::string name = ".";
@@ -69,7 +67,7 @@ bool isTemporaryName(std::string_view name) {
     if (name.size() < suffixDigits + 2) return false;
     const auto suffix = name.substr(name.size() - suffixDigits);
     return name[name.size() - suffixDigits - 1] == '.' &&
-           suffix.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+           suffix.find_first_not_of(hexadecimal::lowerDigits) == std::string_view::npos;
 }
 
 // The file a write to `path` replaces: the final target of any chain of symbolic links.

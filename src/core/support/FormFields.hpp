@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/support/PercentEncoding.hpp"
+
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,13 +12,18 @@
 namespace tessaline::formFields {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
+using percentEncoding::Blank;
 
-// Names and values percent-encoded, keeping only ASCII letters, digits and "-", ".", "_" and
-// "*" (a blank becomes "%20"), joined as name=value with "&".
-std::string encoded(const Fields& fields);
+// What form encoding keeps besides ASCII letters and digits.
+inline constexpr std::string_view formPunctuation = "-._*";
+
+// Names and values percent-encoded (percentEncoding::encode with `kept` and `blank`), joined
+// as name=value with "&". A form body spells a blank "+"; OAuth 2 requests spell it "%20".
+std::string encoded(const Fields& fields, Blank blank, std::string_view kept = formPunctuation);
 
 // Split at "&", each piece at its first "=" (a piece without one is a name with an empty
-// value), names and values percent-decoded with "+" kept; empty pieces are skipped.
-Fields decoded(std::string_view text);
+// value), names and values percent-decoded, "+" read as `blank` says; empty pieces are
+// skipped.
+Fields decoded(std::string_view text, Blank blank);
 
 }  // namespace tessaline::formFields

@@ -1,6 +1,7 @@
 #include "core/support/JSONReader.hpp"
 
 #include "core/support/Base64.hpp"
+#include "core/support/CurlyQuoted.hpp"
 
 #include <cmath>
 
@@ -110,14 +111,14 @@ std::string_view JSONReader::text() const {
 Uuid JSONReader::uuid() const {
     const auto text = this->text();
     const auto uuid = Uuid::parse(text);
-    if (!uuid) fail(DecodingError::Kind::malformed, "Invalid UUID “" + std::string(text) + "”.");
+    if (!uuid) fail(DecodingError::Kind::malformed, "Invalid UUID " + curlyQuoted(text) + ".");
     return *uuid;
 }
 
 Date JSONReader::date() const {
     const auto text = this->text();
     const auto date = parseISO8601(text);
-    if (!date) fail(DecodingError::Kind::malformed, "Invalid ISO 8601 date “" + std::string(text) + "”.");
+    if (!date) fail(DecodingError::Kind::malformed, "Invalid ISO 8601 date " + curlyQuoted(text) + ".");
     return *date;
 }
 

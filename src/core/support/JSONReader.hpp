@@ -6,6 +6,7 @@
 #include "core/support/Uuid.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,6 +41,14 @@ public:
     JSONReader member(std::string_view key) const;
     // The member under key, or nothing when it is missing or null.
     std::optional<JSONReader> optionalMember(std::string_view key) const;
+    // The member under key read by read(const JSONReader&) (&JSONReader::string, a decoding
+    // function, ...), or nothing when it is missing or null.
+    template <class Read>
+    auto optionalMember(std::string_view key, Read&& read) const
+        -> std::optional<std::decay_t<std::invoke_result_t<Read&, const JSONReader&>>> {
+        if (const auto member = optionalMember(key)) return std::invoke(read, *member);
+        return std::nullopt;
+    }
 
     std::string string() const;
     bool boolean() const;

@@ -1,6 +1,7 @@
 #include "core/support/JSONWriter.hpp"
 
 #include "core/support/Error.hpp"
+#include "core/support/JSONString.hpp"
 #include "core/support/Utf8.hpp"
 
 #include <cassert>
@@ -8,38 +9,6 @@
 #include <cmath>
 
 namespace tessaline {
-namespace {
-
-bool needsEscape(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
-
-void appendEscaped(std::string& out, std::string_view text) {
-    out += '"';
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (!needsEscape(c)) continue;
-        out.append(text.substr(start, i - start));
-        start = i + 1;
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            out += "\\u00";
-            out += "0123456789abcdef"[(c >> 4) & 0x0F];
-            out += "0123456789abcdef"[c & 0x0F];
-        }
-    }
-    out.append(text.substr(start));
-    out += '"';
-}
-
-}  // namespace
-
 std::string JSONWriter::write(const nlohmann::json& value) {
     JSONWriter writer;
     writer.append(value);
@@ -133,7 +102,7 @@ void JSONWriter::key(std::string_view key) {
     levels.back().lastKey = key;
 #endif
     beforeValue();
-    appendEscaped(out, key);
+    jsonString::appendQuoted(out, key, jsonString::ShortEscapes::all);
     out += ": ";
     afterKey = true;
 }
@@ -141,9 +110,9 @@ void JSONWriter::key(std::string_view key) {
 void JSONWriter::value(std::string_view text) {
     beforeValue();
     if (utf8::isValid(text)) {
-        appendEscaped(out, text);
+        jsonString::appendQuoted(out, text, jsonString::ShortEscapes::all);
     } else {
-        appendEscaped(out, utf8::repaired(text));
+        jsonString::appendQuoted(out, utf8::repaired(text), jsonString::ShortEscapes::all);
     }
 }
 

@@ -1,21 +1,23 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
 namespace tessaline {
 
-// The texts of a range, in order, with `separator` between each two; empty for none.
-template <class Texts>
-std::string joined(const Texts& texts, std::string_view separator) {
-    std::string text;
+// The texts of a range (each element passed through `text`), in order, with `separator`
+// between each two; empty for none.
+template <class Range, class Text = std::identity>
+std::string joined(const Range& range, std::string_view separator, Text text = {}) {
+    std::string result;
     bool first = true;
-    for (const auto& piece : texts) {
-        if (!first) text += separator;
-        text += piece;
+    for (const auto& element : range) {
+        if (!first) result += separator;
+        result += std::invoke(text, element);
         first = false;
     }
-    return text;
+    return result;
 }
 
 }  // namespace tessaline

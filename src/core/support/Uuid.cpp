@@ -1,6 +1,7 @@
 #include "core/support/Uuid.hpp"
 
 #include "core/support/Crypto.hpp"
+#include "core/support/Hexadecimal.hpp"
 
 #include <cstring>
 
@@ -8,13 +9,6 @@ namespace tessaline {
 namespace {
 
 constexpr bool isHyphenPosition(std::size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
 
 }  // namespace
 
@@ -45,7 +39,7 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
             if (text[i] != '-') return std::nullopt;
             continue;
         }
-        const int value = hexValue(text[i]);
+        const int value = hexadecimal::digitValue(text[i]);
         if (value < 0) return std::nullopt;
         bytes[nibble / 2] = static_cast<std::uint8_t>(bytes[nibble / 2] | (nibble % 2 == 0 ? value << 4 : value));
         ++nibble;
@@ -53,20 +47,19 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
     return Uuid(bytes);
 }
 
-std::string Uuid::formatted(const char* digits) const {
+std::string Uuid::formatted(std::string_view digits) const {
     std::string text;
     text.reserve(36);
     for (std::size_t i = 0; i < octets.size(); ++i) {
         if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back('-');
-        text.push_back(digits[octets[i] >> 4]);
-        text.push_back(digits[octets[i] & 0x0F]);
+        hexadecimal::appendByte(text, octets[i], digits);
     }
     return text;
 }
 
-std::string Uuid::text() const { return formatted("0123456789ABCDEF"); }
+std::string Uuid::text() const { return formatted(hexadecimal::upperDigits); }
 
-std::string Uuid::lowercaseText() const { return formatted("0123456789abcdef"); }
+std::string Uuid::lowercaseText() const { return formatted(hexadecimal::lowerDigits); }
 
 }  // namespace tessaline
 

@@ -34,7 +34,7 @@ public:
     auto operator<=>(const Uuid&) const = default;
 
 private:
-    std::string formatted(const char* digits) const;
+    std::string formatted(std::string_view digits) const;
 
     Bytes octets{};
 };

@@ -1,5 +1,6 @@
 #include "core/variables/RequestBuildError.hpp"
 
+#include "core/support/CurlyQuoted.hpp"
 #include "core/support/Joined.hpp"
 #include "core/support/Overloaded.hpp"
 
@@ -9,7 +10,7 @@ namespace {
 std::string description(const RequestBuildError::Reason& reason) {
     return std::visit(Overloaded{
                           [](const RequestBuildError::InvalidURL& invalid) {
-                              return "“" + invalid.url + "” is not a valid URL.";
+                              return curlyQuoted(invalid.url) + " is not a valid URL.";
                           },
                           [](const RequestBuildError::UnresolvedVariables& unresolved) {
                               return "Undefined variables: " + joined(unresolved.names, ", ");

@@ -1,5 +1,7 @@
 #include "desktop/editing/RequestDiff.hpp"
 
+#include "core/support/Joined.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <span>
@@ -184,9 +186,7 @@ std::vector<requestDiff::Field> requestDiff::fields(const APIRequest& from, cons
 }
 
 std::string requestDiff::summary(const APIRequest& from, const APIRequest& to) {
-    std::string names;
-    for (const auto& field : fields(from, to)) names += (names.empty() ? "" : ", ") + field.name;
-    return names;
+    return joined(fields(from, to), ", ", [](const auto& field) { return field.name; });
 }
 
 }  // namespace tessaline

@@ -1,6 +1,7 @@
 #include "desktop/editing/WorkspaceDiff.hpp"
 
 #include "core/model/ItemTree.hpp"
+#include "core/support/FindByID.hpp"
 #include "core/support/Joined.hpp"
 #include "core/support/Overloaded.hpp"
 
@@ -12,12 +13,6 @@ namespace {
 
 using Kind = WorkspaceChange::Kind;
 using Entity = WorkspaceChange::Entity;
-
-template <class Record>
-const Record* findByID(const std::vector<Record>& records, const Uuid& id) {
-    const auto found = std::find_if(records.begin(), records.end(), [&](const Record& record) { return record.id == id; });
-    return found == records.end() ? nullptr : &*found;
-}
 
 // Collects the names of differing fields in the order they are checked.
 class FieldList {

@@ -1,14 +1,14 @@
 #include "desktop/editing/WorkspaceEditor.hpp"
 
 #include "core/model/ItemTree.hpp"
+#include "core/support/CurlyQuoted.hpp"
+#include "core/support/FindByID.hpp"
 
 #include <algorithm>
 
 namespace tessaline {
 
 namespace {
-
-std::string inCurlyQuotes(const std::string& name) { return "\u201C" + name + "\u201D"; }
 
 // The item with that id anywhere in the workspace, with the id of its collection. Built in
 // place: GCC 12 at -O3 takes a pair moved out of a returned temporary for one that may hold
@@ -24,13 +24,6 @@ std::optional<std::pair<CollectionItem, Uuid>> findItem(const Workspace& workspa
         if (found) break;
     }
     return found;
-}
-
-// The record with that id, as a pointer of the list's constness.
-template <class Records>
-auto findByID(Records& records, const Uuid& id) -> decltype(&records.front()) {
-    const auto found = std::find_if(records.begin(), records.end(), [&](const auto& record) { return record.id == id; });
-    return found == records.end() ? nullptr : &*found;
 }
 
 // Inserts `item` right after the item with id `anchor`, at whatever depth that stands.
@@ -152,7 +145,7 @@ void WorkspaceEditor::addCollection(const APICollection& collection) {
 void WorkspaceEditor::update(const APICollection& collection) {
     const Lock lock(mutex);
     if (!store.collection(collection.id)) return;
-    edit("Edit " + inCurlyQuotes(collection.name), "collection-" + collection.id.text(), [&] { store.update(collection); });
+    edit("Edit " + curlyQuoted(collection.name), "collection-" + collection.id.text(), [&] { store.update(collection); });
 }
 
 void WorkspaceEditor::addEnvironment(const APIEnvironment& environment) {
@@ -162,7 +155,7 @@ void WorkspaceEditor::addEnvironment(const APIEnvironment& environment) {
 
 void WorkspaceEditor::update(const APIEnvironment& environment) {
     const Lock lock(mutex);
-    edit("Edit " + inCurlyQuotes(environment.name), "environment-" + environment.id.text(), [&] { store.update(environment); });
+    edit("Edit " + curlyQuoted(environment.name), "environment-" + environment.id.text(), [&] { store.update(environment); });
 }
 
 void WorkspaceEditor::deleteEnvironment(const Uuid& id) {
@@ -170,8 +163,8 @@ void WorkspaceEditor::deleteEnvironment(const Uuid& id) {
     const auto environments = store.workspace().environments;
     const auto found = std::find_if(environments.begin(), environments.end(), [&](const APIEnvironment& e) { return e.id == id; });
     if (found == environments.end()) return;
-    store.snapshotVersion("Before deleting " + inCurlyQuotes(found->name));
-    edit("Delete " + inCurlyQuotes(found->name), std::nullopt, [&] {
+    store.snapshotVersion("Before deleting " + curlyQuoted(found->name));
+    edit("Delete " + curlyQuoted(found->name), std::nullopt, [&] {
         store.edit([id](Workspace& w) { std::erase_if(w.environments, [&](const APIEnvironment& e) { return e.id == id; }); });
     });
 }
@@ -198,7 +191,7 @@ void WorkspaceEditor::update(const APIRequest& request) {
     const auto old = store.request(request.id);
     if (!old) return;
     const bool renamed = old->name != request.name;
-    edit((renamed ? "Rename " : "Edit ") + inCurlyQuotes(request.name),
+    edit((renamed ? "Rename " : "Edit ") + curlyQuoted(request.name),
          renamed ? std::nullopt : std::optional("request-" + request.id.text()), [&] { store.update(request); });
 }
 
@@ -206,13 +199,13 @@ void WorkspaceEditor::deleteItem(const Uuid& id) {
     const Lock lock(mutex);
     const auto item = findItem(store.workspace(), id);
     if (!item) return;
-    edit("Delete " + inCurlyQuotes(item->first.name()), std::nullopt, [&] { store.deleteItem(id); });
+    edit("Delete " + curlyQuoted(item->first.name()), std::nullopt, [&] { store.deleteItem(id); });
 }
 
 void WorkspaceEditor::renameFolder(const Uuid& id, const std::string& name) {
     const Lock lock(mutex);
     if (!findItem(store.workspace(), id)) return;
-    edit("Rename " + inCurlyQuotes(name), std::nullopt, [&] {
+    edit("Rename " + curlyQuoted(name), std::nullopt, [&] {
         store.edit([id, name](Workspace& w) {
             for (auto& collection : w.collections) itemTree::renameFolder(collection.items, id, name);
         });
@@ -223,7 +216,7 @@ std::optional<APIRequest> WorkspaceEditor::duplicateRequest(const Uuid& id) {
     const Lock lock(mutex);
     auto copy = store.request(id);
     if (!copy) return std::nullopt;
-    const std::string label = "Duplicate " + inCurlyQuotes(copy->name);
+    const std::string label = "Duplicate " + curlyQuoted(copy->name);
     copy->id = Uuid::random();
     copy->name += " copy";
     edit(label, std::nullopt, [&] {
@@ -312,7 +305,7 @@ void WorkspaceEditor::snapshotVersionIfEdited(const Uuid& requestID) {
             if ((before = itemTree::firstRequest(collection.items, requestID))) break;
         }
     }
-    if (before != current) store.snapshotVersion("Edited " + inCurlyQuotes(current->name));
+    if (before != current) store.snapshotVersion("Edited " + curlyQuoted(current->name));
 }
 
 void WorkspaceEditor::restore(const WorkspaceVersion& version) {
@@ -327,14 +320,14 @@ void WorkspaceEditor::restore(const WorkspaceVersion& version) {
 void WorkspaceEditor::restore(const APIRequest& request) {
     const Lock lock(mutex);
     if (!store.request(request.id)) return;
-    store.snapshotVersion("Before restoring " + inCurlyQuotes(request.name));
-    edit("Restore " + inCurlyQuotes(request.name), std::nullopt, [&] { store.update(request); });
+    store.snapshotVersion("Before restoring " + curlyQuoted(request.name));
+    edit("Restore " + curlyQuoted(request.name), std::nullopt, [&] { store.update(request); });
 }
 
 void WorkspaceEditor::restore(const WorkspaceChange& change, const Workspace& from) {
     const Lock lock(mutex);
-    store.snapshotVersion("Before restoring " + inCurlyQuotes(change.name));
-    edit("Restore " + inCurlyQuotes(change.name), std::nullopt, [&] {
+    store.snapshotVersion("Before restoring " + curlyQuoted(change.name));
+    edit("Restore " + curlyQuoted(change.name), std::nullopt, [&] {
         store.edit([entity = change.entity, id = change.entityID, from](Workspace& w) {
             switch (entity) {
                 case WorkspaceChange::Entity::collection:

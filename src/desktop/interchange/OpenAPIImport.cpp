@@ -2,6 +2,7 @@
 
 #include "core/interchange/ImportError.hpp"
 #include "core/interchange/RequestName.hpp"
+#include "core/support/Joined.hpp"
 #include "core/support/Utf8.hpp"
 
 #include <nlohmann/json.hpp>
@@ -145,9 +146,7 @@ Auth Importer::scheme(const json& definition, const std::vector<std::string>& sc
     }
     if (type != "oauth2") return {};
     OAuth2Config config;
-    std::string scope;
-    for (const auto& name : scopes) scope += (scope.empty() ? "" : " ") + name;
-    config.scope = scope;
+    config.scope = joined(scopes, " ");
     // Swagger 2.0 names one flow; OpenAPI 3 lists flows, of which the first is taken.
     auto flowName = text(member(definition, "flow"));
     const json* flow = &definition;

@@ -6,19 +6,14 @@
 #include <vector>
 
 #include "core/support/ByteScan.hpp"
+#include "core/support/Hexadecimal.hpp"
+#include "core/support/JSONString.hpp"
 #include "core/support/Utf8.hpp"
 
 namespace tessaline {
 namespace {
 
 constexpr std::array<bool, 256> numberBytes = byteScan::byteSet("0123456789+-.eE");
-
-int hexDigit(char byte) {
-    if (byte >= '0' && byte <= '9') return byte - '0';
-    if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
-    if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
-    return -1;
-}
 
 // Four characters read as a radix-16 integer the way the usual text-to-integer conversion
 // reads them: an optional sign, then hexadecimal digits only.
@@ -27,7 +22,7 @@ std::optional<long> hexQuad(std::string_view quad) {
     if (quad.front() == '+' || negative) quad.remove_prefix(1);
     long number = 0;
     for (char byte : quad) {
-        const int digit = hexDigit(byte);
+        const int digit = hexadecimal::digitValue(byte);
         if (digit < 0) return std::nullopt;
         number = number * 16 + digit;
     }
@@ -297,31 +292,7 @@ std::string jsonParser::serialize(const JSONValue& value, std::string_view inden
 }
 
 std::string jsonParser::quote(std::string_view text) {
-    static constexpr char hex[] = "0123456789abcdef";
-    std::string out;
-    out.reserve(text.size() + 2);
-    out += '"';
-    size_t run = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte >= 0x20 && byte != '"' && byte != '\\') continue;
-        out.append(text.substr(run, i - run));
-        run = i + 1;
-        switch (byte) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            out += "\\u00";
-            out += hex[byte >> 4];
-            out += hex[byte & 0xF];
-        }
-    }
-    out.append(text.substr(run));
-    out += '"';
-    return out;
+    return jsonString::quoted(text, jsonString::ShortEscapes::lineBreaksAndTab);
 }
 
 }  // namespace tessaline

@@ -4,6 +4,7 @@
 #include "core/interchange/CurlParser.hpp"
 #include "core/interchange/PostmanFormat.hpp"
 #include "core/session/RequestSession.hpp"
+#include "core/support/Joined.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/ToolArguments.hpp"
 #include "server/mcp/ToolError.hpp"
@@ -17,9 +18,7 @@ namespace {
 
 CodeGenerator::Target targetOrFail(const std::string& language) {
     if (const auto target = CodeGenerator::targetNamed(language)) return *target;
-    std::string names;
-    for (const auto target : CodeGenerator::targets) names += (names.empty() ? "" : ", ") + std::string(CodeGenerator::displayName(target));
-    throw ToolError("Unknown language. One of: " + names);
+    throw ToolError("Unknown language. One of: " + joined(CodeGenerator::targets, ", ", CodeGenerator::displayName));
 }
 
 }  // namespace

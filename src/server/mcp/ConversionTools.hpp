@@ -2,6 +2,7 @@
 
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/ToolLookup.hpp"
+#include "server/mcp/ToolServices.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -16,7 +17,7 @@ class ConversionTools {
 public:
     static constexpr std::string_view importCollectionName = "Imported";
 
-    explicit ConversionTools(WorkspaceStore& workspaceStore) : store(workspaceStore), lookup(workspaceStore) {}
+    explicit ConversionTools(const ToolServices& services) : store(services.store), lookup(services.store) {}
 
     std::string importCurl(const nlohmann::json& arguments);
     std::string generateCode(const nlohmann::json& arguments);

@@ -1,7 +1,6 @@
 #include "server/mcp/MCPServer.hpp"
 
 #include "core/support/CompactJSON.hpp"
-#include "core/support/Overloaded.hpp"
 #include "core/support/Utf8.hpp"
 #include "core/support/Version.hpp"
 #include "server/mcp/MCPError.hpp"
@@ -66,11 +65,7 @@ public:
 }  // namespace
 
 MCPServer::MCPServer(WorkspaceStore& workspaceStore)
-    : store(workspaceStore),
-      oauth(store.oauthTokens()),
-      workspaceTools(store),
-      conversionTools(store),
-      oauthTools(store, oauth) {}
+    : store(workspaceStore), oauth(store.oauthTokens()) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) {
     const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
@@ -138,18 +133,9 @@ json MCPServer::callToolResult(const json& params, CallContext& call) {
 }
 
 std::string MCPServer::callTool(const std::string& name, const json& arguments, CallContext& call) {
-    const auto handler = toolCatalog::handler(name);
-    if (!handler) throw MCPError::unknownTool(name);
-    return std::visit(Overloaded{
-                          [&](toolCatalog::Run<WorkspaceTools> run) { return (workspaceTools.*run)(arguments); },
-                          [&](toolCatalog::Run<SendingTools> run) {
-                              SendingTools sendingTools(store, oauth, call);
-                              return (sendingTools.*run)(arguments);
-                          },
-                          [&](toolCatalog::Run<ConversionTools> run) { return (conversionTools.*run)(arguments); },
-                          [&](toolCatalog::Run<OAuthTools> run) { return (oauthTools.*run)(arguments); },
-                      },
-                      *handler);
+    const auto* tool = toolCatalog::find(name);
+    if (tool == nullptr) throw MCPError::unknownTool(name);
+    return tool->handler({.store = store, .oauth = oauth, .call = call}, arguments);
 }
 
 }  // namespace tessaline

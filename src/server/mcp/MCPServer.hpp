@@ -3,10 +3,7 @@
 #include "core/oauth/OAuth2Service.hpp"
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/CallContext.hpp"
-#include "server/mcp/ConversionTools.hpp"
 #include "server/mcp/JSONRPCMessage.hpp"
-#include "server/mcp/OAuthTools.hpp"
-#include "server/mcp/WorkspaceTools.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -62,9 +59,6 @@ private:
 
     WorkspaceStore& store;
     OAuth2Service oauth;
-    WorkspaceTools workspaceTools;
-    ConversionTools conversionTools;
-    OAuthTools oauthTools;
 };
 
 }  // namespace tessaline

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "core/oauth/OAuth2Service.hpp"
-#include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/ToolLookup.hpp"
+#include "server/mcp/ToolServices.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -15,8 +14,8 @@ namespace tessaline {
 // need a person cannot run here; once the desktop client has signed in, refreshes can.
 class OAuthTools {
 public:
-    OAuthTools(WorkspaceStore& workspaceStore, OAuth2Service& tokenService)
-        : store(workspaceStore), oauth(tokenService), lookup(workspaceStore) {}
+    explicit OAuthTools(const ToolServices& services)
+        : store(services.store), oauth(services.oauth), lookup(services.store) {}
 
     std::string oauthToken(const nlohmann::json& arguments);
 

@@ -14,29 +14,7 @@ std::optional<HTTPMethod> method(const std::string& name) {
 }
 
 std::string unknownMethod(const std::string& name) {
-    std::string names;
-    for (const auto candidate : enumValues<HTTPMethod>()) {
-        names += names.empty() ? "" : ", ";
-        names += toString(candidate);
-    }
-    return "Unknown method " + name + ". Use one of: " + names + ".";
-}
-
-std::vector<KeyValue> formPairs(const std::string& text) {
-    std::vector<KeyValue> rows;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        const std::size_t end = std::min(text.find('&', start), text.size());
-        const std::string_view pair = std::string_view(text).substr(start, end - start);
-        if (!pair.empty()) {
-            const std::size_t equals = pair.find('=');
-            rows.push_back(KeyValue{Uuid::random(), formEncoding::decoded(pair.substr(0, equals), true),
-                                    equals == std::string_view::npos ? "" : formEncoding::decoded(pair.substr(equals + 1), true),
-                                    true});
-        }
-        start = end + 1;
-    }
-    return rows;
+    return "Unknown method " + name + ". Use one of: " + enumNames<HTTPMethod>() + ".";
 }
 
 BodyKind bodyKind(const std::string& name, bool allowNone) {
@@ -48,7 +26,7 @@ BodyKind bodyKind(const std::string& name, bool allowNone) {
 
 void setBodyText(RequestBody& body, const std::string& text) {
     body.raw = text;
-    if (body.kind == BodyKind::formURLEncoded) body.form = formPairs(text);
+    if (body.kind == BodyKind::formURLEncoded) body.form = formEncoding::rows(text);
 }
 
 RequestBody makeBody(const std::string& text, const std::optional<std::string>& kindName) {

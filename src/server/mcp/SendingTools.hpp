@@ -1,10 +1,8 @@
 #pragma once
 
-#include "core/oauth/OAuth2Service.hpp"
 #include "core/session/RequestSession.hpp"
-#include "core/storage/WorkspaceStore.hpp"
-#include "server/mcp/CallContext.hpp"
 #include "server/mcp/ToolLookup.hpp"
+#include "server/mcp/ToolServices.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -22,8 +20,8 @@ public:
     // The characters of a response body shown when a call gives no maxBodyChars.
     static constexpr int defaultBodyLimit = 20000;
 
-    SendingTools(WorkspaceStore& workspaceStore, OAuth2Service& tokenService, CallContext& toolCall)
-        : store(workspaceStore), oauth(tokenService), call(toolCall), lookup(workspaceStore) {}
+    explicit SendingTools(const ToolServices& services)
+        : store(services.store), oauth(services.oauth), call(services.call), lookup(services.store) {}
 
     std::string sendRequest(const nlohmann::json& arguments);
     std::string sendAdhoc(const nlohmann::json& arguments);

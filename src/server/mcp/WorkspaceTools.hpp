@@ -2,6 +2,7 @@
 
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/ToolLookup.hpp"
+#include "server/mcp/ToolServices.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -16,7 +17,7 @@ class WorkspaceTools {
 public:
     static constexpr std::string_view secretMask = "\u2022\u2022\u2022\u2022\u2022\u2022";
 
-    explicit WorkspaceTools(WorkspaceStore& workspaceStore) : store(workspaceStore), lookup(workspaceStore) {}
+    explicit WorkspaceTools(const ToolServices& services) : store(services.store), lookup(services.store) {}
 
     std::string listCollections(const nlohmann::json& arguments);
     std::string listRequests(const nlohmann::json& arguments);

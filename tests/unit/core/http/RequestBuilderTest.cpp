@@ -101,11 +101,11 @@ TEST(RequestBuilderAuthTest, AppliesTheEffectiveAuthAndPlacesACachedOAuth2Token)
         {{.kind = AuthKind::basic, .username = "{{user}}", .password = "pa:ss"}, {{"Authorization", "Basic dXNlcjpwYTpzcw=="}}, "https://h.test/"},
         {{.kind = AuthKind::apiKey, .apiKeyName = "X-Key", .apiKeyValue = "{{secret}}"}, {{"X-Key", "s3"}}, "https://h.test/"},
         {{.kind = AuthKind::apiKey, .apiKeyName = "key", .apiKeyValue = "a b", .apiKeyIn = APIKeyLocation::query}, {}, "https://h.test/?key=a%20b"},
-        {oauth2(OAuth2Config{.headerPrefix = "Token"}), {{"Authorization", "Token tok"}}, "https://h.test/"},
-        {oauth2(OAuth2Config{.headerPrefix = ""}), {{"Authorization", "tok"}}, "https://h.test/"},
-        {oauth2(OAuth2Config{.placement = query}), {}, "https://h.test/?access_token=tok"},
-        {oauth2(OAuth2Config{.placement = query, .queryParamName = "t"}), {}, "https://h.test/?t=tok"},
-        {oauth2(OAuth2Config{.clientID = "{{client}}"}), {}, "https://h.test/"},  // nothing cached
+        {oauth2(OAuth2Config{{}, {.headerPrefix = "Token"}}), {{"Authorization", "Token tok"}}, "https://h.test/"},
+        {oauth2(OAuth2Config{{}, {.headerPrefix = ""}}), {{"Authorization", "tok"}}, "https://h.test/"},
+        {oauth2(OAuth2Config{{}, {.placement = query}}), {}, "https://h.test/?access_token=tok"},
+        {oauth2(OAuth2Config{{}, {.placement = query, .queryParamName = "t"}}), {}, "https://h.test/?t=tok"},
+        {oauth2(OAuth2Config{{.clientID = "{{client}}"}, {}}), {}, "https://h.test/"},  // nothing cached
     };
     const APICollection collection{.auth = {.kind = AuthKind::bearer, .token = "collection"}};  // inherited end to end
     for (const auto& [auth, added, url] : cases) {

@@ -100,10 +100,10 @@ json withoutIDs(const Record& record) {
 }
 
 APICollection sampleCollection() {
-    OAuth2Config oauth2{.grant = OAuth2Grant::deviceCode, .deviceAuthURL = "https://id.example.com/device",
-                        .clientID = "cli", .scope = "read write", .usePKCE = false, .clientAuth = OAuth2ClientAuth::body,
-                        .tokenParams = {{.key = "audience", .value = "api"}, {.key = "off", .value = "x", .enabled = false}},
-                        .placement = OAuth2TokenPlacement::query, .queryParamName = "token", .useIDToken = true};
+    OAuth2Config oauth2{{.grant = OAuth2Grant::deviceCode, .deviceAuthURL = "https://id.example.com/device",
+                         .clientID = "cli", .scope = "read write", .usePKCE = false, .clientAuth = OAuth2ClientAuth::body,
+                         .tokenParams = {{.key = "audience", .value = "api"}, {.key = "off", .value = "x", .enabled = false}}},
+                        {.placement = OAuth2TokenPlacement::query, .queryParamName = "token", .useIDToken = true}};
     APIRequest create{.name = "Create “user”", .method = HTTPMethod::post, .url = "/users",
                     .query = {{.key = "a b", .value = "1&2=3+4%", .enabled = true}, {.key = "off", .value = "{{x}}", .enabled = false}},
                     .headers = {{.key = "X-Trace", .value = "é\"\\"}, {.key = "X-Off", .value = "1", .enabled = false}},

@@ -13,10 +13,10 @@ const Uuid environmentID = *Uuid::parse("22222222-2222-4222-8222-222222222222");
 
 // Every field set, and none to its default.
 Workspace sampleWorkspace() {
-    const OAuth2Config device{.grant = OAuth2Grant::deviceCode,
-                              .clientID = "client",
-                              .authParams = {{.key = "prompt", .value = "consent"}},
-                              .placement = OAuth2TokenPlacement::query};
+    const OAuth2Config device{{.grant = OAuth2Grant::deviceCode,
+                               .clientID = "client",
+                               .authParams = {{.key = "prompt", .value = "consent"}}},
+                              {.placement = OAuth2TokenPlacement::query}};
     const APIRequest inner{.name = "Inner", .method = HTTPMethod::post, .url = "{{baseUrl}}/users/1",
                            .query = {{.key = "page", .value = "2", .enabled = false}}, .headers = {{.key = "Accept"}},
                            .body = {.kind = BodyKind::json, .raw = "{\"a\":1}", .form = {{.key = "f"}}},

@@ -11,12 +11,12 @@ namespace {
 VariableResolver resolverWith(std::vector<KeyValue> variables) { return VariableResolver{.scopes = {std::move(variables)}}; }
 
 TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecretsAndNamesWhatIsUndefinedInActiveFieldsOnce) {
-    const OAuth2Config config{.grant = OAuth2Grant::password, .authURL = " https://{{host}}/authorize\n", .tokenURL = "https://{{host}}/token",
+    const OAuth2Config config{{.grant = OAuth2Grant::password, .authURL = " https://{{host}}/authorize\n", .tokenURL = "https://{{host}}/token",
                               .clientID = "  {{id}}  ", .clientSecret = "  {{secret}} ", .scope = "\tread ", .redirectURI = " {{empty}} ",
                               .usePKCE = false, .clientAuth = OAuth2ClientAuth::body, .username = " ann ", .password = " {{secret}} ",
                               .refreshToken = " r ",
                               .authParams = {{.key = " {{k}} ", .value = " {{v}} "}, {.key = "off", .value = "x", .enabled = false}, {.key = "", .value = "no key"}},
-                              .tokenParams = {{.key = "audience", .value = "{{v}}"}}};
+                              .tokenParams = {{.key = "audience", .value = "{{v}}"}}}, {}};
     const auto resolver = resolverWith({{.key = "host", .value = "auth.example"}, {.key = "id", .value = "client "}, {.key = "secret", .value = " s3 "},
                                         {.key = "empty"}, {.key = "k", .value = "prompt"}, {.key = "v", .value = "consent"}});
     auto prompt = config.authParams[0];  // the rows keep their ids
@@ -24,29 +24,29 @@ TEST(OAuth2ResolvedConfigTest, ResolutionSubstitutesAndTrimsAllButTheSecretsAndN
     prompt.value = " consent ";
     auto audience = config.tokenParams[0];
     audience.value = "consent";
-    EXPECT_EQ((OAuth2ResolvedConfig{.grant = OAuth2Grant::password, .authURL = "https://auth.example/authorize", .tokenURL = "https://auth.example/token",
+    EXPECT_EQ((OAuth2ResolvedConfig{{.grant = OAuth2Grant::password, .authURL = "https://auth.example/authorize", .tokenURL = "https://auth.example/token",
                                     .clientID = "client", .clientSecret = "   s3  ", .scope = "read", .redirectURI = "tessaline://oauth/callback",
                                     .usePKCE = false, .clientAuth = OAuth2ClientAuth::body, .username = "ann", .password = "  s3  ",
-                                    .refreshToken = "r", .authParams = {prompt}, .tokenParams = {audience}}),
+                                    .refreshToken = "r", .authParams = {prompt}, .tokenParams = {audience}}}),
               resolved(config, resolver));
-    EXPECT_EQ("http://127.0.0.1/cb", resolved(OAuth2Config{.redirectURI = "http://127.0.0.1/cb "}, {}).redirectURI);
+    EXPECT_EQ("http://127.0.0.1/cb", resolved(OAuth2Config{{.redirectURI = "http://127.0.0.1/cb "}, {}}, {}).redirectURI);
 
     // Undefined names come from the fields the grant uses, each once.
-    const OAuth2Config partly{.grant = OAuth2Grant::clientCredentials, .authURL = "{{unusedByThisGrant}}",
+    const OAuth2Config partly{{.grant = OAuth2Grant::clientCredentials, .authURL = "{{unusedByThisGrant}}",
                               .tokenURL = "https://{{domain}}/{{tenant}}/token", .clientID = "{{known}}", .clientSecret = "{{domain}}",
                               .username = "{{alsoUnused}}", .authParams = {{.key = "x", .value = "{{off}}", .enabled = false}},
-                              .tokenParams = {{.key = "audience", .value = "{{audience}} {{$uuid}}"}}};
+                              .tokenParams = {{.key = "audience", .value = "{{audience}} {{$uuid}}"}}}, {}};
     EXPECT_EQ((std::vector<std::string>{"domain", "tenant", "audience"}), unresolvedNames(partly, resolverWith({{.key = "known", .value = "k"}})));
 }
 
 // The key names the token's slot in a file the desktop client shares: its value must not move.
 // Every field is set, each to its own value, so that any change to what is hashed moves it.
 TEST(OAuth2ResolvedConfigTest, CacheKeyHashesTheIdentifyingFields) {
-    const OAuth2ResolvedConfig config{.grant = OAuth2Grant::clientCredentials, .authURL = "https://auth.example/authorize",
+    const OAuth2ResolvedConfig config{{.grant = OAuth2Grant::clientCredentials, .authURL = "https://auth.example/authorize",
                                       .tokenURL = "https://auth.example/token", .deviceAuthURL = "https://auth.example/device", .clientID = "my-client",
                                       .clientSecret = "s3cret", .scope = "read write", .redirectURI = "http://127.0.0.1:9/x", .usePKCE = false,
                                       .clientAuth = OAuth2ClientAuth::body, .username = "ann", .password = "pw", .refreshToken = "r",
-                                      .authParams = {{.key = "prompt", .value = "consent"}}, .tokenParams = {{.key = "audience", .value = "api"}}};
+                                      .authParams = {{.key = "prompt", .value = "consent"}}, .tokenParams = {{.key = "audience", .value = "api"}}}};
     EXPECT_EQ("fc14db9af64e25c96bb5058027038db6", config.cacheKey());
     EXPECT_EQ("6ab238a2d2c914ed2bdf59f4d469d393", OAuth2ResolvedConfig{}.cacheKey());
 }
@@ -54,7 +54,7 @@ TEST(OAuth2ResolvedConfigTest, CacheKeyHashesTheIdentifyingFields) {
 // The settings are resolved to find their slot: where the token goes and blanks around the
 // client id do not count, the variables' values do.
 TEST(CachedTokenLookupTest, FindsTheTokenOfTheResolvedSettingsAndItsIDTokenWhenAsked) {
-    const OAuth2Config settings{.grant = OAuth2Grant::clientCredentials, .tokenURL = "https://{{host}}/token", .clientID = " app "};
+    const OAuth2Config settings{{.grant = OAuth2Grant::clientCredentials, .tokenURL = "https://{{host}}/token", .clientID = " app "}, {}};
     const VariableResolver resolver{.scopes = {{{.key = "host", .value = "auth.test"}}}};
     OAuth2TokenCache cache(std::nullopt);
     const auto key = resolved(settings, resolver).cacheKey();

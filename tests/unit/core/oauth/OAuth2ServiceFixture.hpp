@@ -75,7 +75,7 @@ public:
 
 private:
     void answer(const httplib::Request& request, httplib::Response& response) {
-        Received got{.path = request.path, .body = request.body, .fields = formFields::decoded(request.body), .at = now()};
+        Received got{.path = request.path, .body = request.body, .fields = formFields::decoded(request.body, formFields::Blank::escaped), .at = now()};
         for (const char* name : {"Authorization", "Content-Type", "Accept", "User-Agent"}) {
             if (request.has_header(name)) got.headers[name] = request.get_header_value(name);
         }
@@ -105,7 +105,7 @@ private:
         const auto query = request.target.substr(request.target.find('?') + 1);  // the service always sends one
         const std::lock_guard guard(lock);
         authorized.clear();
-        for (auto& [name, value] : formFields::decoded(query)) authorized.emplace(name, value);
+        for (auto& [name, value] : formFields::decoded(query, formFields::Blank::escaped)) authorized.emplace(name, value);
         const auto code = "code-" + std::to_string(++authorizations);
         response.status = 302;
         response.set_header("Location", onAuthorize ? onAuthorize(authorized)
@@ -182,17 +182,17 @@ protected:
     static inline const Date noon = *parseISO8601("2026-01-01T12:00:00Z");
 
     OAuth2ResolvedConfig clientCredentials() const {
-        return {.grant = OAuth2Grant::clientCredentials, .tokenURL = server.url("/token"), .clientID = "my client",
-                .clientSecret = "se:cret", .scope = "read write", .tokenParams = {{.key = "audience", .value = "api"}}};
+        return {{.grant = OAuth2Grant::clientCredentials, .tokenURL = server.url("/token"), .clientID = "my client",
+                .clientSecret = "se:cret", .scope = "read write", .tokenParams = {{.key = "audience", .value = "api"}}}};
     }
     OAuth2ResolvedConfig authorizationCode(std::string redirectURI) const {
-        return {.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize?tenant=t"), .tokenURL = server.url("/token"),
+        return {{.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize?tenant=t"), .tokenURL = server.url("/token"),
                 .clientID = "app", .scope = "openid profile", .redirectURI = std::move(redirectURI),
-                .authParams = {{.key = "prompt", .value = "consent"}}, .tokenParams = {{.key = "resource", .value = "r"}}};
+                .authParams = {{.key = "prompt", .value = "consent"}}, .tokenParams = {{.key = "resource", .value = "r"}}}};
     }
     OAuth2ResolvedConfig deviceCode() const {
-        return {.grant = OAuth2Grant::deviceCode, .tokenURL = server.url("/token"), .deviceAuthURL = server.url("/device"),
-                .clientID = "tv", .scope = "read"};
+        return {{.grant = OAuth2Grant::deviceCode, .tokenURL = server.url("/token"), .deviceAuthURL = server.url("/device"),
+                .clientID = "tv", .scope = "read"}};
     }
 
     OAuth2Token cachedToken(seconds expiresIn, std::optional<std::string> refreshToken = "cached-refresh") const {

@@ -22,22 +22,22 @@ TEST_F(OAuth2ServiceTest, EachGrantPostsItsFieldsThenTheTokenParametersAndTheCli
     const std::string basic = "Basic " + base64::encode("my client:se:cret");
     const std::tuple<OAuth2ResolvedConfig, std::string, std::string> cases[] = {  // the settings, the body and the Authorization
         {clientCredentials(), "grant_type=client_credentials&scope=read%20write&audience=api", basic},
-        {{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .clientSecret = " s&cret ",
-          .clientAuth = OAuth2ClientAuth::body, .tokenParams = audience},
+        {{{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .clientSecret = " s&cret ",
+          .clientAuth = OAuth2ClientAuth::body, .tokenParams = audience}},
          "grant_type=client_credentials&audience=api&client_id=my%20client&client_secret=%20s%26cret%20", ""},
-        {{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .tokenParams = audience},
+        {{{.grant = OAuth2Grant::clientCredentials, .tokenURL = token, .clientID = "my client", .tokenParams = audience}},
          "grant_type=client_credentials&audience=api&client_id=my%20client", ""},
-        {{.grant = OAuth2Grant::password, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret", .username = "ann",
-          .password = " pw ", .tokenParams = audience},
+        {{{.grant = OAuth2Grant::password, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret", .username = "ann",
+          .password = " pw ", .tokenParams = audience}},
          "grant_type=password&username=ann&password=%20pw%20&audience=api", basic},
-        {{.grant = OAuth2Grant::refreshToken, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret",
-          .refreshToken = "entered", .tokenParams = audience},
+        {{{.grant = OAuth2Grant::refreshToken, .tokenURL = token, .clientID = "my client", .clientSecret = "se:cret",
+          .refreshToken = "entered", .tokenParams = audience}},
          "grant_type=refresh_token&refresh_token=entered&audience=api", basic},
-        {{.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize"), .tokenURL = token, .clientID = "my client",
-          .clientSecret = "se:cret", .redirectURI = "tessaline://oauth/callback", .usePKCE = false, .tokenParams = audience},
+        {{{.grant = OAuth2Grant::authorizationCode, .authURL = server.url("/authorize"), .tokenURL = token, .clientID = "my client",
+          .clientSecret = "se:cret", .redirectURI = "tessaline://oauth/callback", .usePKCE = false, .tokenParams = audience}},
          "grant_type=authorization_code&code=code-1&redirect_uri=tessaline%3A%2F%2Foauth%2Fcallback&audience=api", basic},
-        {{.grant = OAuth2Grant::deviceCode, .tokenURL = token, .deviceAuthURL = server.url("/device"), .clientID = "my client",
-          .clientSecret = "se:cret", .tokenParams = audience},
+        {{{.grant = OAuth2Grant::deviceCode, .tokenURL = token, .deviceAuthURL = server.url("/device"), .clientID = "my client",
+          .clientSecret = "se:cret", .tokenParams = audience}},
          "grant_type=urn%3Aietf%3Aparams%3Aoauth%3Agrant-type%3Adevice_code&device_code=dev-1&audience=api", basic},
     };
     int issued = 0;
@@ -101,8 +101,8 @@ TEST_F(OAuth2ServiceTest, ARefusedRefreshTokenFallsBackToTheGrantAndOtherFailure
     const auto device = deviceCode();
     EXPECT_EQ("The Device Code grant needs a browser sign-in. Open Tessaline and press Get New Token.",
               thrownText([&] { service.token(device, Mode::refresh); }));
-    const OAuth2Config undefined{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
-                                 .clientID = "{{id}}", .clientSecret = "{{host}}"};
+    const OAuth2Config undefined{{.grant = OAuth2Grant::clientCredentials, .authURL = "{{notUsedByThisGrant}}", .tokenURL = "{{host}}/token",
+                                  .clientID = "{{id}}", .clientSecret = "{{host}}"}, {}};
     EXPECT_EQ("Undefined variables: host, id", thrownText([&] { service.token(undefined, VariableResolver{}, Mode::reuse); }));
     EXPECT_EQ(2u, server.requests().size());
     cache.set(cachedToken(seconds(0)), device.cacheKey(), "l");

@@ -79,7 +79,7 @@ TEST_F(RequestSessionTest, AnOAuth2TokenIsObtainedByAuthorizeAndUndefinedSetting
         return added({.name = "Secured " + url,
                       .url = "/secured",
                       .auth = {.kind = AuthKind::oauth2,
-                               .oauth2 = OAuth2Config{.grant = OAuth2Grant::clientCredentials, .tokenURL = url, .clientID = "c"}}});
+                               .oauth2 = OAuth2Config{{.grant = OAuth2Grant::clientCredentials, .tokenURL = url, .clientID = "c"}, {}}}});
     };
     RequestSession undefined(store, withTokenURL("{{tokenHost}}/token"));
     EXPECT_TRUE(undefined.usesOAuth2());

@@ -14,7 +14,8 @@ TEST(JSONWriterTest, PrettySortedWithPlainSlashesAndOnlyTheEscapesJSONNeeds) {
     const auto value = nlohmann::json::parse(R"({"zeta": "a/b", "Alpha": [1, -3, null, []], "beta": {}, "é": true})");
     EXPECT_EQ("{\n  \"Alpha\": [\n    1,\n    -3,\n    null,\n    []\n  ],\n  \"beta\": {},\n  \"zeta\": \"a/b\",\n  \"\xC3\xA9\": true\n}",
               JSONWriter::write(value));
-    EXPECT_EQ(R"("q\" b\\ n\n t\t c\u0001 s/ \u001f é")", JSONWriter::write("q\" b\\ n\n t\t c\x01 s/ \x1f \xC3\xA9"));
+    EXPECT_EQ(R"("q\" b\\ n\n t\t r\r b\b f\f c\u0001 s/ \u001f é)" "\x7F\"",
+              JSONWriter::write("q\" b\\ n\n t\t r\r b\b f\f c\x01 s/ \x1f \xC3\xA9\x7F"));
     EXPECT_EQ("\"a\xEF\xBF\xBD\"", JSONWriter::write("a\xFF"));
 }
 

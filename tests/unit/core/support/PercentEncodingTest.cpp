@@ -17,6 +17,8 @@ TEST(PercentEncodingTest, DecodesEscapesAndKeepsEverythingElse) {
     EXPECT_EQ("a b+c&\xC3\xA9", percentEncoding::decode("a%20b+c%26%c3%A9"));
     EXPECT_EQ("100% %zz %2", percentEncoding::decode("100% %zz %2"));
     EXPECT_EQ(std::string(1, '\0'), percentEncoding::decode("%00"));
+    EXPECT_EQ("a b+c&\xC3\xA9", percentEncoding::decodeStrictly("a%20b+c%26%c3%A9"));
+    for (const auto* broken : {"100%", "%zz", "a%2", "%%41"}) EXPECT_EQ(std::nullopt, percentEncoding::decodeStrictly(broken)) << broken;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "core/model/OAuth2Config.hpp"
+#include "core/model/OAuth2GrantSettings.hpp"
 
 namespace tessaline {
 
