@@ -77,10 +77,8 @@ bool MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
         start(call);
     };
     if (sendsAlone(*call) && workspace.runIfIdle(alone)) return call->handedReadingOn();
-    if (!workspace.enqueue([this, call] { start(call); })) return false;
-    handReadingOn();
-    workspace.drain();
-    return true;
+    workspace.post([this, call] { start(call); });
+    return false;
 }
 
 bool MessageLoop::sendsAlone(const LoopCall& call) const {

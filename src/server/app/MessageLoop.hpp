@@ -24,10 +24,9 @@ namespace tessaline {
 // needs no workspace (every method but tools/call); it hands the host's responses to
 // `responses()` and takes in cancellations. Tool calls queue for the workspace
 // (WorkspaceQueue), where each first takes in what another process changed in the folder, then
-// runs, one at a time and in the order they were read. A call read while the workspace is idle
-// runs on the thread that read it, which first hands the reading on to a pool thread; a send
-// read with nothing else to do keeps the reading until it would wait for more than its own
-// exchange or another line arrives, so that it costs no hand-over between threads at all. A tool that sends lets the queue go on while its
+// runs, one at a time and in the order they were read. A send read while nothing else runs
+// runs on the reading thread, which keeps the reading until the send would wait for more than
+// its own exchange or another line arrives, so that it costs no hand-over between threads. A tool that sends lets the queue go on while its
 // exchange runs and takes a new turn to record the response; at most exchangeLimit exchanges
 // run at once. Replies, in whatever order the calls end, and progress notifications go through
 // one writer.
@@ -48,7 +47,7 @@ public:
 private:
     // Reads lines until the input ends, or until this thread hands the reading on to run a call.
     void read();
-    // Each returns true when the calling thread has handed the reading on and run a call.
+    // Each returns true when the calling thread ran a call and handed the reading on.
     bool take(std::string_view line);
     bool queue(std::string_view line, const JSONRPCMessage& message);
     // Whether the call is a send with no other line waiting: it then runs on the reading thread

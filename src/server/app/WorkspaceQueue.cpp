@@ -12,15 +12,11 @@ thread_local const WorkspaceQueue* holding = nullptr;
 }  // namespace
 
 void WorkspaceQueue::post(std::function<void()> task) {
-    if (enqueue(std::move(task))) threads.run([this] { drain(); });
-}
-
-bool WorkspaceQueue::enqueue(std::function<void()> task) {
     const std::lock_guard guard(lock);
     tasks.push_back(std::move(task));
-    if (held) return false;
+    if (held) return;
     held = true;
-    return true;
+    threads.run([this] { drain(); });
 }
 
 bool WorkspaceQueue::runIfIdle(const std::function<void()>& step) {

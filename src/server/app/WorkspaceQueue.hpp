@@ -24,13 +24,7 @@ public:
 
     // Any thread: runs `task` after every step posted before it.
     void post(std::function<void()> task);
-    // Any thread: queues `task` like post(), except that when the queue is idle the calling
-    // thread takes hold of it and true is returned. The caller must then call drain() itself,
-    // soon, since later steps wait for it; it saves the hand-over to a pool thread.
-    bool enqueue(std::function<void()> task);
-    // From the thread that holds the queue: runs queued tasks until none is left or one
-    // releases the queue.
-    void drain();
+
     // When the queue is idle, runs `step` at once on the calling thread, holding the queue, and
     // returns true (rethrowing what it throws); else returns false without running it.
     bool runIfIdle(const std::function<void()>& step);
@@ -43,6 +37,9 @@ public:
     void release();
 
 private:
+    // Runs posted tasks on the calling pool thread until none is left or one releases the queue.
+    void drain();
+
     WorkerPool& threads;
     std::mutex lock;
     // State below is guarded by lock.
