@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace tessaline {
@@ -21,9 +20,7 @@ namespace tessaline {
 // carried a progress token, write progress notifications.
 class LoopCall : public CallContext {
 public:
-    // `line` holds the message's text; `message` was read from it.
-    LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage message, WorkspaceQueue& workspace,
-             ExchangeSlots& slots, ReplyWriter& writer);
+    LoopCall(JSONRPCMessage message, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer);
 
     const JSONRPCMessage& request() const { return message; }
 
@@ -37,7 +34,6 @@ public:
     void leaveWorkspace() override { workspaceQueue.release(); }
 
 private:
-    std::shared_ptr<const std::string> text;
     JSONRPCMessage message;
     WorkspaceQueue& workspaceQueue;
     ExchangeSlots& exchangeSlots;

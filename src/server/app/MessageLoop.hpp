@@ -43,8 +43,9 @@ public:
 
 private:
     void take(std::string_view line);
-    void queue(std::string_view line, const JSONRPCMessage& message);
-    void cancel(std::string_view params);
+    void queue(JSONRPCMessage message);
+    // Cancels the call with that id (as written back), if it is not answered yet.
+    void cancel(const std::string& id);
     // The call's turn on the workspace.
     void start(const std::shared_ptr<LoopCall>& call);
     // Writes the reply, unless the call was cancelled, and forgets the call.
