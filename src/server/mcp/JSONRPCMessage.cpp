@@ -33,47 +33,43 @@ std::string withoutWhitespace(std::string_view text) {
 }
 
 // The grammar's handler for one line. Depth 0 is the line's value, which must be an object;
-// the values at depth 1 are its members. The keys on the way to the value at hand are kept
-// down to params._meta.progressToken, and the params of a tools/call are built as a tree as
-// they are read.
+// the values at depth 1 are its members. Where the value at hand sits is kept as far down as
+// params._meta.progressToken, and the params of a tools/call are built as a tree as they are
+// read.
 class EnvelopeReader {
 public:
     EnvelopeReader(std::string_view text, JSONRPCMessage& into) : line(text), message(into) {}
 
     std::string& decoded() { return scratch; }
 
-    void valueStart(std::size_t at) {
+    void valueStart(std::size_t offset) {
         if (depth == 0) {
-            if (line[at] != '{') JSONGrammar::failAt(at);
+            if (line[offset] != '{') JSONGrammar::failAt(offset);
             return;
         }
-        if (depth < starts.size()) starts[depth] = at;
+        if (depth < starts.size()) starts[depth] = offset;
         if (depth == 1) startMember();
         if (inParams() && ++message.paramsValues > JSONRPCMessage::paramsValueLimit) stopTree();
     }
 
-    void valueEnd(std::size_t at) {
+    void valueEnd(std::size_t offset) {
         if (depth == 0 || depth >= starts.size()) return;
-        const auto text = line.substr(starts[depth], at - starts[depth]);
-        if (depth == 1) {
-            if (keys[0] == "id") idText = text;
-            if (keys[0] == "result" || keys[0] == "error") message.hasOutcome = true;
-        } else if (keys[0] == "params" && keys[1] == "requestId" && depth == 2) {
-            message.requestId = withoutWhitespace(text);
-        } else if (keys[0] == "params" && keys[1] == "_meta" && keys[2] == "progressToken" && depth == 3) {
-            message.progressToken = withoutWhitespace(text);
-        }
+        const auto text = line.substr(starts[depth], offset - starts[depth]);
+        if (depth == 1 && at[1] == Member::id) idText = text;
+        if (depth == 1 && at[1] == Member::outcome) message.hasOutcome = true;
+        if (depth == 2 && at[2] == Member::requestId) message.requestId = withoutWhitespace(text);
+        if (depth == 3 && at[3] == Member::progressToken) message.progressToken = withoutWhitespace(text);
     }
 
     void key(std::size_t from) {
         const std::string_view text(scratch.data() + from, scratch.size() - from);
-        if (depth <= keys.size()) keys[depth - 1] = text;
+        if (depth < at.size()) at[depth] = member(text);
         if (building) treeKey = text;
         scratch.resize(from);
     }
 
     void string(std::size_t from) {
-        if (depth == 1 && keys[0] == "method") {
+        if (depth == 1 && at[1] == Member::method) {
             message.method = scratch.substr(from);
             treeWanted = message.method == "tools/call";
             if (!treeWanted) stopTree();
@@ -106,13 +102,13 @@ public:
     void open(bool isObject) {
         if (building) {
             containers.push_back(add(isObject ? json::object() : json::array()));
-        } else if (depth == 1 && keys[0] == "params" && isObject && treeWanted) {
+        } else if (depth == 1 && inParams() && isObject && treeWanted) {
             building = true;
             containers.push_back(&message.params);
             message.params = json::object();
         }
         ++depth;
-        if (depth <= keys.size()) keys[depth - 1].clear();
+        if (depth < at.size()) at[depth] = Member::other;
     }
 
     void close() {
@@ -124,16 +120,34 @@ public:
     std::string_view id() const { return idText; }
 
 private:
-    bool inParams() const { return depth >= 1 && keys[0] == "params"; }
+    // The members read, by where they sit: at depth 1, 2 under params, 3 under params._meta.
+    enum class Member : std::uint8_t { other, id, method, params, outcome, requestId, meta, progressToken };
+
+    Member member(std::string_view key) const {
+        if (depth == 1) {
+            if (key == "id") return Member::id;
+            if (key == "method") return Member::method;
+            if (key == "params") return Member::params;
+            if (key == "result" || key == "error") return Member::outcome;
+        } else if (depth == 2 && at[1] == Member::params) {
+            if (key == "requestId") return Member::requestId;
+            if (key == "_meta") return Member::meta;
+        } else if (depth == 3 && at[2] == Member::meta && key == "progressToken") {
+            return Member::progressToken;
+        }
+        return Member::other;
+    }
+
+    bool inParams() const { return depth >= 1 && at[1] == Member::params; }
 
     // A member of the line's object begins; a member that repeats replaces what the earlier
     // one gave.
     void startMember() {
-        if (keys[0] == "method") {
+        if (at[1] == Member::method) {
             message.hasMethod = true;
             message.method.clear();
         }
-        if (keys[0] == "params") {
+        if (at[1] == Member::params) {
             message.params = nullptr;
             message.paramsValues = 0;
             message.paramsNumberOutOfRange.clear();
@@ -165,7 +179,7 @@ private:
     JSONRPCMessage& message;
     std::string scratch;
     std::size_t depth = 0;
-    std::array<std::string, 3> keys;      // the member keys at depths 1 to 3
+    std::array<Member, 4> at{};           // where the members at depths 1 to 3 sit
     std::array<std::size_t, 4> starts{};  // where the values at depths 1 to 3 begin
     std::string_view idText;
     bool treeWanted = true;
@@ -177,14 +191,15 @@ private:
 }  // namespace
 
 std::optional<JSONRPCMessage> JSONRPCMessage::read(std::string_view line) {
-    JSONRPCMessage message;
-    EnvelopeReader reader(line, message);
+    // Built in place: a message is many members to move.
+    std::optional<JSONRPCMessage> message(std::in_place);
+    EnvelopeReader reader(line, *message);
     try {
         JSONGrammar::read(line, reader);
+        message->id = withoutWhitespace(reader.id());
     } catch (const DecodingError&) {
-        return std::nullopt;
+        message.reset();
     }
-    message.id = withoutWhitespace(reader.id());
     return message;
 }
 
