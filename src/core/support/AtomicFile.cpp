@@ -2,6 +2,7 @@
 
 #include "core/support/Crypto.hpp"
 #include "core/support/FileError.hpp"
+#include "core/support/Platform.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -38,16 +39,6 @@ public:
 private:
     int number;
 };
-
-int exchangeNames(const char* from, const char* to) {
-#if defined(__linux__)
-    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_EXCHANGE);
-#else
-    (void)from, (void)to;
-    errno = ENOTSUP;
-    return -1;
-#endif
-}
 
 fs::path temporaryPath(const fs::path& path) {
     std::string suffix;
@@ -135,7 +126,7 @@ int replace(const fs::path& temporary, const fs::path& target, std::optional<std
 
 }  // namespace
 
-SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = exchangeNames, .rename = ::rename}; }
+SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = platform::exchangeFiles, .rename = ::rename}; }
 
 std::optional<std::string> write(const fs::path& path, std::string_view bytes, mode_t permissions,
                                  const SystemCalls& calls) {
