@@ -103,6 +103,7 @@ test('a stream that ends, stays open or trickles ends the send with its events a
   // The comments every 200 ms keep the connection busy, but only events hold the send.
   const open = await send('open');
   assert.deepEqual([open.status, open.statusText, open.error], [201, 'Created', undefined]);
+  assert.equal(open.headers['Content-Type'], 'text/event-stream; charset=utf-8');
   assert.deepEqual(open.events, [{ event: 'hello', data: 'one' }, { event: 'message', data: 'two\nlines', retry: 3000 }]);
   assert.equal(open.streamEnd, 'The stream was still open with no event for 750 ms; the send ended there.');
   await pause(100);

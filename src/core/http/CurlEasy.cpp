@@ -377,10 +377,11 @@ Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limit
     }
 }
 
-// The closing of the connection is what ends a response that libcurl takes for whole or cut
-// short; any field before that, such as a length, must not make it look like a body's end.
+// The connection closed before the response's end, as its length or chunks tell it.
 bool brokeOff(CURLcode result) { return result == CURLE_PARTIAL_FILE || result == CURLE_RECV_ERROR; }
 
+// The closing of the connection is what ends a response that libcurl takes for whole or cut
+// short; any field before that, such as a length, must not make it look like a body's end.
 bool closedInsideHeaderBlock(CURLcode result, const Reception& reception) {
     return (result == CURLE_OK || brokeOff(result)) && reception.head != Reception::Head::closed;
 }
