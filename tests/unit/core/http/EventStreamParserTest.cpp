@@ -74,6 +74,9 @@ TEST(EventStreamParserTest, JSONStreamsGiveOneRecordPerLineOrSeparator) {
     EXPECT_EQ(parsed(StreamFormat::jsonLines, "{\"a\":1}\n\n  [1, 2] \r\nnot json\n{\"last\":true}"),
               (std::vector{record("{\"a\":1}"), record("[1, 2]"), record("not json"), record("{\"last\":true}")}));
     EXPECT_EQ(parsed(StreamFormat::jsonLines, "\xEF\xBB\xBF{}\n"), std::vector{record("{}")});
+    // The start of a mark that turns out to be none is data, whether more bytes came or not.
+    EXPECT_EQ(parsed(StreamFormat::jsonLines, "\xEF\xBB" "z\n", 1), std::vector{record("\xEF\xBB" "z")});
+    EXPECT_EQ(parsed(StreamFormat::jsonLines, "\xEF\xBB"), std::vector{record("\xEF\xBB")});
     EXPECT_EQ(parsed(StreamFormat::jsonSequence, "\x1E{\"a\":\n1}\n\x1E\n\x1E\"text\"\n\x1E{bad"),
               (std::vector{record("{\"a\":\n1}"), record("\"text\""), record("{bad")}));
 }
