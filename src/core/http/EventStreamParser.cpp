@@ -8,14 +8,15 @@ namespace tessaline {
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-// Room in a kept line for what comes before a value: "data: " and a little more.
-constexpr std::size_t lineRoom = 16;
+// A line is kept up to an event's data and room for what comes before it: "data: " and a
+// little more.
+constexpr std::size_t lineKept = EventStreamParser::dataLimit + 16;
 
 }  // namespace
 
 void EventStreamParser::feed(std::string_view bytes) {
     if (!started) bytes = withoutByteOrderMark(bytes);
-    for (const char byte : bytes) add(byte);
+    split(bytes);
 }
 
 // Holds back the bytes that may still begin a byte order mark, and lets them through as
@@ -24,7 +25,7 @@ std::string_view EventStreamParser::withoutByteOrderMark(std::string_view bytes)
     while (!bytes.empty() && held.size() < byteOrderMark.size()) {
         if (bytes.front() != byteOrderMark[held.size()]) {
             started = true;
-            for (const char byte : std::exchange(held, {})) add(byte);
+            split(std::exchange(held, {}));
             return bytes;
         }
         held += bytes.front();
@@ -37,18 +38,23 @@ std::string_view EventStreamParser::withoutByteOrderMark(std::string_view bytes)
     return bytes;
 }
 
-void EventStreamParser::add(char byte) {
-    if (std::exchange(afterCarriageReturn, false) && byte == '\n') return;
-    const bool endsLine = format == StreamFormat::serverSentEvents ? byte == '\n' || byte == '\r'
-                          : format == StreamFormat::jsonLines      ? byte == '\n'
-                                                                   : byte == '\x1E';
-    if (endsLine) {
-        afterCarriageReturn = format == StreamFormat::serverSentEvents && byte == '\r';
+void EventStreamParser::split(std::string_view bytes) {
+    const std::string_view lineEnds = format == StreamFormat::serverSentEvents ? "\r\n"
+                                      : format == StreamFormat::jsonLines      ? "\n"
+                                                                               : "\x1E";
+    while (!bytes.empty()) {
+        if (std::exchange(afterCarriageReturn, false) && bytes.front() == '\n') {
+            bytes.remove_prefix(1);
+            continue;
+        }
+        const std::size_t end = std::min(bytes.find_first_of(lineEnds), bytes.size());
+        lineBytes += end;
+        line.append(bytes.substr(0, std::min(end, lineKept - line.size())));
+        if (end == bytes.size()) return;
+        afterCarriageReturn = bytes[end] == '\r';
         endLine();
-        return;
+        bytes.remove_prefix(end + 1);
     }
-    ++lineBytes;
-    if (line.size() < dataLimit + lineRoom) line += byte;
 }
 
 void EventStreamParser::endLine() {
@@ -114,7 +120,7 @@ void EventStreamParser::dispatch(bool complete) {
 void EventStreamParser::finish() {
     if (!started) {
         started = true;
-        for (const char byte : std::exchange(held, {})) add(byte);
+        split(std::exchange(held, {}));
     }
     if (lineBytes > 0) endLine();
     if (format == StreamFormat::serverSentEvents) dispatch(false);

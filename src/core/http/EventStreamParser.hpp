@@ -38,7 +38,7 @@ public:
 
 private:
     std::string_view withoutByteOrderMark(std::string_view bytes);
-    void add(char byte);
+    void split(std::string_view bytes);
     void endLine();
     void endField(std::string_view text, std::uint64_t bytes);
     void appendData(std::string_view value, std::uint64_t valueBytes);
@@ -48,7 +48,7 @@ private:
     bool started = false;  // past the place of a byte order mark
     std::string held;  // the start of a byte order mark, while it may still be one
     bool afterCarriageReturn = false;  // a line feed now belongs to the line end before
-    std::string line;  // the line under way, its first dataLimit + lineRoom bytes
+    std::string line;  // the kept part of the line under way
     std::uint64_t lineBytes = 0;
     // The event under way.
     std::string type;
