@@ -92,7 +92,7 @@ async function setUp(t, timeouts = {}) {
 }
 
 test('a stream that ends, stays open or trickles ends the send with its events and why', { timeout: 30000 }, async (t) => {
-  const { server, send, closed } = await setUp(t, { '/open': 1, '/trickle': 2, '/endless': 0.4, '/flood': 1 });
+  const { server, send, closed } = await setUp(t, { '/open': 1, '/trickle': 2, '/endless': 0.8, '/flood': 1 });
 
   const ended = await send('ends');
   assert.equal(ended.status, 200);
@@ -115,7 +115,7 @@ test('a stream that ends, stays open or trickles ends the send with its events a
   assert.equal(trickled.streamEnd, 'The server ended the stream after 5 events.');
 
   const endless = await send('endless');
-  assert.equal(endless.streamEnd, 'The stream was still open after 1600 ms, four times the request\'s time-out; the send ended there.');
+  assert.equal(endless.streamEnd, 'The stream was still open after 3200 ms, four times the request\'s time-out; the send ended there.');
   const flood = await send('flood');
   assert.equal(flood.streamEnd, 'The stream reached 10485760 bytes, the most a send keeps; the send ended there.');
   assert.equal(flood.bodyCut.startsWith('Only the first 10485760 of '), true);
