@@ -1,6 +1,7 @@
 #include "core/http/CurlEasy.hpp"
 
 #include "core/http/CurlLibrary.hpp"
+#include "core/http/StreamWatch.hpp"
 #include "core/http/URLComponents.hpp"
 
 #include <arpa/inet.h>
@@ -62,9 +63,20 @@ struct Reception {
     std::optional<std::uint64_t> announced;  // the latest response's Content-Length
     bool encoded = false;  // whether the latest response has a Content-Encoding
     bool connected = false;  // whether a connection for the exchange has been made
+    std::optional<std::string> contentType;  // the latest response's
+    std::chrono::milliseconds idle{};  // the request's time-out
+    std::optional<StreamWatch> stream;  // set once the header block of a streamed response ends
 
     TransferProgress progress() const {
-        return {.responding = head != Head::none, .received = bodyBytes, .total = encoded ? std::nullopt : announced};
+        return {.responding = head != Head::none,
+                .received = bodyBytes,
+                .total = encoded ? std::nullopt : announced,
+                .events = stream ? std::optional(stream->events()) : std::nullopt};
+    }
+
+    void endHead() {
+        head = Head::closed;
+        if (const auto format = contentType ? streamFormat(*contentType) : std::nullopt) stream.emplace(*format, idle, SteadyClock::now());
     }
 };
 
@@ -81,6 +93,7 @@ std::size_t receiveBody(char* data, std::size_t size, std::size_t count, void* r
             into.body.reserve(std::min(CurlEasy::bodyLimit, std::max(needed, 2 * into.body.capacity())));
         }
         into.body.append(data, kept);
+        if (into.stream) into.stream->receive({data, length}, SteadyClock::now());
         return length;
     } catch (const std::bad_alloc&) {
         return 0;  // a short count makes libcurl end the exchange with a write error
@@ -114,8 +127,12 @@ std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void*
         into.head = Reception::Head::open;
         into.announced.reset();
         into.encoded = false;
+        into.contentType.reset();
+        into.stream.reset();
     } else if (line == "\r\n" || line == "\n") {
-        into.head = Reception::Head::closed;
+        into.endHead();
+    } else if (const auto type = fieldValue(line, "Content-Type")) {
+        into.contentType = std::string(*type);
     } else if (const auto length = fieldValue(line, "Content-Length")) {
         into.announced = announcedLength(*length);
     } else if (const auto coding = fieldValue(line, "Content-Encoding")) {
@@ -310,11 +327,27 @@ bool isReadyOrClosed(int descriptor) {
     return ::poll(&entry, 1, 0) > 0;
 }
 
-// How an exchange ended: libcurl's result, or our own failure that stopped it.
+// How an exchange ended: libcurl's result, our own failure that stopped it, or why we ended a
+// streamed response that had said enough.
 struct Ending {
     CURLcode result = CURLE_OK;
     std::optional<std::string> stopped{};
+    std::optional<std::string> streamEnd{};
 };
+
+// A cancel keeps the events that arrived, as a response; a stream without any is cancelled
+// like any other exchange.
+Ending cancelled(const Reception& reception) {
+    if (reception.stream && reception.stream->events() > 0) return {.streamEnd = reception.stream->cancelled()};
+    return {.stopped = std::string(CurlEasy::cancelledText)};
+}
+
+// A stream is closed before the idle time-out (see StreamWatch), so a limit that runs out
+// during one is the whole exchange's.
+Ending limitPassed(const Reception& reception, std::string failure) {
+    if (reception.stream) return {.streamEnd = reception.stream->overran()};
+    return {.stopped = std::move(failure)};
+}
 
 CURLcode result(CURLM* multi) {
     int left = 0;
@@ -348,8 +381,11 @@ Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limit
             control.watchedReady();
         }
         const auto now = SteadyClock::now();
-        if (isCancelled(control)) return {.stopped = std::string(CurlEasy::cancelledText)};
-        if (auto failure = limits.passed(now)) return {.stopped = std::move(failure)};
+        if (isCancelled(control)) return cancelled(reception);
+        if (auto enough = reception.stream ? reception.stream->closing(now, reception.bodyBytes) : std::nullopt) {
+            return {.streamEnd = std::move(enough)};
+        }
+        if (auto failure = limits.passed(now)) return limitPassed(reception, std::move(*failure));
         if (control.progress && now - reported >= CurlEasy::controlInterval) {
             control.progress(reception.progress());
             reported = now;
@@ -357,11 +393,13 @@ Ending run(CURLM* multi, CURL* handle, const Reception& reception, Limits& limit
     }
 }
 
+// The connection closed before the response's end, as its length or chunks tell it.
+bool brokeOff(CURLcode result) { return result == CURLE_PARTIAL_FILE || result == CURLE_RECV_ERROR; }
+
 // The closing of the connection is what ends a response that libcurl takes for whole or cut
 // short; any field before that, such as a length, must not make it look like a body's end.
 bool closedInsideHeaderBlock(CURLcode result, const Reception& reception) {
-    const bool closed = result == CURLE_OK || result == CURLE_PARTIAL_FILE || result == CURLE_RECV_ERROR;
-    return closed && reception.head != Reception::Head::closed;
+    return (result == CURLE_OK || brokeOff(result)) && reception.head != Reception::Head::closed;
 }
 
 }  // namespace
@@ -389,6 +427,7 @@ CurlEasy::Response CurlEasy::perform(const Request& request, const Context& cont
     curl().easyReset(handle);
     errorBuffer[0] = '\0';
     Reception reception;
+    reception.idle = idleTime(request.timeout);
     const HeaderList headers = headerList(request.headers);
     configure(handle, request, headers.get(), reception, errorBuffer.data());
     share(handle, context);
@@ -399,10 +438,13 @@ CurlEasy::Response CurlEasy::perform(const Request& request, const Context& cont
     if (ending.stopped) return {.error = std::move(ending.stopped)};
     if (ending.result == CURLE_OPERATION_TIMEDOUT) return {.error = limits.idleText()};
     if (closedInsideHeaderBlock(ending.result, reception)) return {.error = "The connection closed inside the response's header block."};
-    if (ending.result != CURLE_OK) {
+    if (reception.stream && !ending.streamEnd && (ending.result == CURLE_OK || brokeOff(ending.result))) {
+        ending.streamEnd = reception.stream->ended(ending.result != CURLE_OK);
+    }
+    if (ending.result != CURLE_OK && !ending.streamEnd) {
         return {.error = errorBuffer[0] != '\0' ? std::string(errorBuffer.data()) : curl().easyStrerror(ending.result)};
     }
-    Response response{.body = std::move(reception.body), .bodyBytes = reception.bodyBytes};
+    Response response{.body = std::move(reception.body), .bodyBytes = reception.bodyBytes, .streamEnd = std::move(ending.streamEnd)};
     curl().easyGetinfo(handle, CURLINFO_RESPONSE_CODE, &response.status);
     response.headers = finalHeaders(handle);
     return response;

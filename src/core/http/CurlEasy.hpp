@@ -59,6 +59,11 @@ public:
         // specific text for the failure ("Failed to connect to ...") when it gave one, else
         // the general text of its result code.
         std::optional<std::string> error{};
+        // Set for a streamed response (see StreamFormat): why the exchange ended, the stream's
+        // end or the send's own (StreamWatch's texts). A stream is never a failure for having
+        // stayed open: it ends after a quiet spell, at its bounds or at the whole exchange's,
+        // and a cancel after its first event keeps what came.
+        std::optional<std::string> streamEnd{};
 
         bool operator==(const Response&) const = default;
     };

@@ -71,6 +71,7 @@ StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIReques
         .bodyBytes = bodyBytes,
         .duration = duration.count(),
         .error = std::move(answer.error),
+        .streamEnd = std::move(answer.streamEnd),
     };
 }
 

@@ -26,6 +26,7 @@ public:
     // cut at CurlEasy::bodyLimit bytes (`bodyBytes` then says how many arrived). The whole
     // exchange may last four times the time-out. `control` may cancel the exchange and hears
     // its progress (see TransferControl); a cancelled one fails with CurlEasy::cancelledText.
+    // A streamed response ends as CurlEasy::Response::streamEnd says, and keeps why.
     StoredResponse send(const ResolvedRequest& resolved, const APIRequest& original,
                         const TransferControl& control = {}) const;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -15,6 +16,8 @@ struct TransferProgress {
     // none, or when its body is encoded (Content-Encoding), as the announced length then
     // counts encoded bytes, not the decoded ones of `received`.
     std::optional<std::uint64_t> total{};
+    // For a streamed response (see StreamFormat), its events so far.
+    std::optional<std::size_t> events{};
 
     bool operator==(const TransferProgress&) const = default;
 };

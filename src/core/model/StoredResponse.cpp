@@ -68,6 +68,7 @@ void write(JSONWriter& writer, const StoredResponse& response) {
     writer.key("requestID"), writer.value(response.requestID.text());
     writer.key("sentAt"), writer.value(iso8601(response.sentAt));
     writer.key("status"), writer.value(response.status);
+    if (response.streamEnd) writer.key("streamEnd"), writer.value(*response.streamEnd);
     writer.key("url"), writer.value(response.url);
     writer.endObject();
 }
@@ -87,6 +88,7 @@ StoredResponse decodeStoredResponse(const JSONReader& reader) {
         .bodyBytes = reader.optionalMember("bodyBytes", &JSONReader::integer),
         .duration = reader.member("duration").number(),
         .error = reader.optionalMember("error", &JSONReader::string),
+        .streamEnd = reader.optionalMember("streamEnd", &JSONReader::string),
     };
 }
 

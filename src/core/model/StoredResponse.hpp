@@ -34,6 +34,9 @@ struct StoredResponse {
     std::optional<std::int64_t> bodyBytes{};
     double duration = 0;  // seconds
     std::optional<std::string> error{};
+    // A streamed response's: why its exchange ended ("The server ended the stream after 5
+    // events.", "The stream was still open with no event for 5000 ms; the send ended there.").
+    std::optional<std::string> streamEnd{};
 
     // The body as UTF-8 text, each invalid sequence replaced by U+FFFD.
     std::string bodyText() const;

@@ -21,6 +21,7 @@ std::string grouped(std::uint64_t number) {
 
 std::string message(const TransferProgress& progress) {
     if (!progress.responding) return "Waiting for the first byte";
+    if (progress.events) return grouped(*progress.events) + (*progress.events == 1 ? " event received" : " events received");
     if (!progress.total) return grouped(progress.received) + " bytes received";
     return grouped(progress.received) + " of " + grouped(*progress.total) + " bytes received";
 }

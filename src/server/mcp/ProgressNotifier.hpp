@@ -14,7 +14,8 @@ namespace tessaline {
 // rises by one over the previous notification when no byte came in between, since every
 // notification must carry a larger progress than the last; "total" is the body's announced
 // length, when there is one; "message" is "Waiting for the first byte" until the response
-// begins, then "12,345 of 67,890 bytes received" (or "12,345 bytes received" without a length).
+// begins, then "12,345 of 67,890 bytes received" (or "12,345 bytes received" without a length),
+// or for a streamed response "1,234 events received".
 class ProgressNotifier {
 public:
     using Clock = std::chrono::steady_clock;

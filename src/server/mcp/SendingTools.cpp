@@ -2,6 +2,8 @@
 
 #include "core/http/HTTPStatus.hpp"
 #include "core/support/UnicodeText.hpp"
+#include "server/mcp/EmbeddedJSON.hpp"
+#include "server/mcp/EventListing.hpp"
 #include "server/mcp/RequestFields.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/ToolArguments.hpp"
@@ -15,23 +17,6 @@ using nlohmann::json;
 namespace args = toolArguments;
 
 namespace {
-
-// Deeper JSON than this is shown as text: the result is written recursively.
-constexpr int embeddedDepthLimit = 256;
-
-// The body as a JSON value when it parses (top-level scalars too) and is not too deep.
-std::optional<json> embeddable(const std::string& text) {
-    int deepest = 0;
-    json value = json::parse(
-        text,
-        [&](int depth, json::parse_event_t, json&) {
-            deepest = std::max(deepest, depth);
-            return true;
-        },
-        /*allow_exceptions=*/false);
-    if (value.is_discarded() || deepest > embeddedDepthLimit) return std::nullopt;
-    return value;
-}
 
 long long bodyLimit(const json& arguments) {
     return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(SendingTools::defaultBodyLimit));
@@ -55,6 +40,7 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
         summary["bodyCut"] = "Only the first " + std::to_string(response.body.size()) + " of " +
                              std::to_string(*response.bodyBytes) + " bytes of the body were kept.";
     }
+    if (eventListing::add(summary, response, limit)) return summary;
 
     const std::string text = response.bodyText();
     const std::size_t characters = unicodeText::characterCount(text);
@@ -62,7 +48,7 @@ json SendingTools::describe(const StoredResponse& response, long long limit) {
         summary["body"] = std::string(unicodeText::characterPrefix(text, static_cast<std::size_t>(limit)));
         summary["bodyTruncated"] = true;
         summary["bodyChars"] = characters;
-    } else if (auto value = response.isJSON() ? embeddable(text) : std::nullopt) {
+    } else if (auto value = response.isJSON() ? embeddedJSON::parsed(text) : std::nullopt) {
         summary["body"] = std::move(*value);
     } else {
         summary["body"] = text;

@@ -28,7 +28,8 @@ public:
     std::string getLastResponse(const nlohmann::json& arguments);
 
     // What the agent sees of a response: status, timing, headers and the body, cut after
-    // `limit` characters; a JSON body within the limit is embedded as JSON.
+    // `limit` characters; a JSON body within the limit is embedded as JSON. A streamed
+    // response shows its events instead of its body (see eventListing::add).
     static nlohmann::json describe(const StoredResponse& response, long long limit);
 
 private:
