@@ -42,6 +42,9 @@ class WorkspaceStore {
 public:
     static constexpr std::size_t historyLimit = ResponseHistory::historyLimit;
     static constexpr std::chrono::seconds autoVersionInterval{600};
+    // Rounds of taking in what another process wrote during a save and saving again, before
+    // its write is kept only as a snapshot.
+    static constexpr int writeRounds = 12;
 
     // "Tessaline" in the user's data folder (platform::userDataFolder).
     static std::filesystem::path defaultFolder();
