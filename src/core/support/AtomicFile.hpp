@@ -46,7 +46,7 @@ std::optional<std::string> write(const std::filesystem::path& path, std::string_
 // What writeIf() did.
 struct Replacement {
     bool done = false;                    // false when `proceed` declined: nothing was replaced
-    std::optional<HeldFile> replaced{};  // the replaced file, still open, when write() returns its bytes
+    std::optional<HeldFile> replaced{};  // the replaced file, still open, where write() returns its bytes
 };
 
 // As write(), but once the new bytes are synced, just before they take the target's place,
