@@ -98,10 +98,11 @@ test('a host that closes stdout ends the server with status 0 and nothing on std
 // catches one takes it in and writes again. A file caught half-written is read again rather
 // than kept as unreadable. The run is counted in writes, not time, so that a slow machine runs
 // longer rather than fails.
-// Its bounds hold for a server at full speed: under the sanitizers the server runs several times
-// slower than the writer, which this test does not slow down to match.
-const sanitized = process.env.TESSALINE_SANITIZED ? 'the bounds are for a server at full speed' : false;
-test('a busy second writer loses nothing and is rarely overwritten', { skip: sanitized }, async (t) => {
+// How rarely holds for a server at full speed only: under the sanitizers a save's round takes
+// longer than the writer's period, so more saves use up their rounds and write over the
+// writer's newest file (keeping it in a snapshot). Nothing may be lost either way.
+const fullSpeed = !process.env.TESSALINE_SANITIZED;
+test('a busy second writer loses nothing and is rarely overwritten', async (t) => {
   const folder = temporaryFolder(t);
   seedWorkspace(folder);
   const { call, stderr } = await connect(t, folder);
@@ -112,9 +113,11 @@ test('a busy second writer loses nothing and is rarely overwritten', { skip: san
   await call('list_collections');  // the writer's last write taken in
 
   const result = outcome(folder, writer.renamed, agent.acknowledged);
+  t.diagnostic(`${result.missingFromLive.length} of ${writer.renamed.length} renamed writes missing from workspace.json, ` +
+    `${result.lostOutside.length} lost, ${result.lostAcknowledged.length} acknowledged changes lost, ${result.unreadableCopies} unreadable copies`);
   assert.deepEqual(agent.failed, []);
   assert.deepEqual([result.lostOutside, result.lostAcknowledged], [[], []]);
-  assert.ok(result.missingFromLive.length <= writer.renamed.length / 100,
+  assert.ok(!fullSpeed || result.missingFromLive.length <= writer.renamed.length / 100,
     `${result.missingFromLive.length} of ${writer.renamed.length} renamed writes overwritten: ${result.missingFromLive}`);
   assert.ok(result.unreadableCopies <= 5, `${result.unreadableCopies} unreadable copies`);
   assert.equal(stderr(), '');

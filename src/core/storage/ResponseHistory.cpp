@@ -72,7 +72,7 @@ void ResponseHistory::write(const Uuid& requestID) {
     WatchedFile& file = fileFor(requestID);
     if (const auto theirs = file.write(encodeHistory(lists[requestID]))) {
         // The other process recorded while ours was being written: keep both.
-        take(requestID, {.bytes = *theirs});
+        take(requestID, {.bytes = theirs->bytes()});
         file.write(encodeHistory(lists[requestID]));
     }
     unwritten.erase(requestID);

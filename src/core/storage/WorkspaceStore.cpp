@@ -7,6 +7,7 @@
 #include "core/support/AtomicFile.hpp"
 #include "core/support/CurlyQuoted.hpp"
 #include "core/support/FindByID.hpp"
+#include "core/support/HeldFile.hpp"
 #include "core/support/Platform.hpp"
 
 #include <algorithm>
@@ -31,21 +32,32 @@ std::string unreadableCopyName(Date now) {
     return "workspace-unreadable-" + snapshot.substr(0, snapshot.find('~')) + ".json";
 }
 
-// Rounds of taking in what another process wrote during a save and saving again, before its
-// write is kept only as a snapshot.
-constexpr int writeRounds = 12;
 // How long a workspace file that does not decode may take to change, as one that another
 // process is writing in place does, before it counts as unreadable; and how often that is
 // waited for.
 constexpr std::chrono::milliseconds writerPause{40};
 constexpr int settlingLooks = 5;
 
-std::optional<Workspace> decodedOverwritten(const std::string& bytes) {
-    try {
-        return decodeWorkspace(bytes);
-    } catch (const Error&) {
-        return std::nullopt;
+// Decodes the workspace in `content`. What does not decode may be a file that another
+// process is half-way through writing in place: while `newer` (which waits up to writerPause)
+// finds that it changed, up to settlingLooks times, what it then holds is decoded instead.
+// Leaves in `content` what was looked at last and in `error` why it did not decode.
+std::optional<Workspace> settledDecoding(WatchedFile::Content& content,
+                                         const std::function<std::optional<WatchedFile::Content>()>& newer,
+                                         std::string& error) {
+    for (int look = 1; content.bytes; ++look) {
+        try {
+            return decodeWorkspace(*content.bytes);
+        } catch (const Error& failure) {
+            auto changed = look < settlingLooks ? newer() : std::nullopt;
+            if (!changed) {
+                error = failure.what();
+                return std::nullopt;
+            }
+            content = std::move(*changed);
+        }
     }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -102,28 +114,12 @@ void WorkspaceStore::open() {
 // The workspace the file holds. A file that cannot be read or decoded is remembered, so
 // that saves keep or spare it; a missing one is simply written again by the next save.
 std::optional<Workspace> WorkspaceStore::decodedFile(WatchedFile::Content content) {
-    for (int look = 1;; ++look) {
-        if (!content.bytes) {
-            unreadable.reset();
-            if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
-            return std::nullopt;
-        }
-        try {
-            auto decoded = decodeWorkspace(*content.bytes);
-            unreadable.reset();
-            return decoded;
-        } catch (const Error& error) {
-            // Another process may be half-way through writing the file in place.
-            if (look < settlingLooks) {
-                if (auto newer = file.changeWithin(writerPause)) {
-                    content = std::move(*newer);
-                    continue;
-                }
-            }
-            unreadable = Unreadable{"workspace.json could not be read: " + std::string(error.what()), content.bytes};
-            return std::nullopt;
-        }
-    }
+    std::string error;
+    auto decoded = settledDecoding(content, [this] { return file.changeWithin(writerPause); }, error);
+    unreadable.reset();
+    if (content.failure) unreadable = Unreadable{*content.failure, std::nullopt};
+    if (!decoded && content.bytes) unreadable = Unreadable{"workspace.json could not be read: " + error, content.bytes};
+    return decoded;
 }
 
 // Adopts what another process wrote, as the loop does before every line.
@@ -313,7 +309,7 @@ SaveReport WorkspaceStore::saveInRounds() {
 
 bool WorkspaceStore::wroteFile(bool lastRound) {
     const std::string bytes = encodeWorkspace(live);
-    std::optional<std::string> overwritten;
+    std::optional<HeldFile> overwritten;
     if (lastRound) {
         overwritten = file.write(bytes);
     } else {
@@ -322,12 +318,19 @@ bool WorkspaceStore::wroteFile(bool lastRound) {
         overwritten = std::move(outcome.replaced);
     }
     if (!overwritten) return true;
-    // Another process wrote between the last look and the replacement.
-    if (auto theirs = lastRound ? std::nullopt : decodedOverwritten(*overwritten)) {
-        adopt(std::move(*theirs));
+    // Another process wrote between the last look and the replacement; one that writes in
+    // place may still be writing the file that was swapped out.
+    WatchedFile::Content theirs{.bytes = overwritten->bytes()};
+    std::string error;
+    auto decoded = settledDecoding(theirs, [&overwritten]() -> std::optional<WatchedFile::Content> {
+        auto newer = overwritten->changeWithin(writerPause);
+        return newer ? std::optional(WatchedFile::Content{.bytes = std::move(newer)}) : std::nullopt;
+    }, error);
+    if (decoded && !lastRound) {
+        adopt(std::move(*decoded));
         return false;
     }
-    archive.save(*overwritten, "Overwritten external change", clock());
+    archive.save(*theirs.bytes, "Overwritten external change", clock());
     return true;
 }
 

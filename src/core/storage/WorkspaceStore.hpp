@@ -42,6 +42,9 @@ class WorkspaceStore {
 public:
     static constexpr std::size_t historyLimit = ResponseHistory::historyLimit;
     static constexpr std::chrono::seconds autoVersionInterval{600};
+    // Rounds of taking in what another process wrote during a save and saving again, before
+    // its write is kept only as a snapshot.
+    static constexpr int writeRounds = 12;
 
     // "Tessaline" in the user's data folder (platform::userDataFolder).
     static std::filesystem::path defaultFolder();
@@ -136,8 +139,10 @@ private:
     // One round of a save: replaces the workspace file with the live workspace unless another
     // process wrote it since the last look, or, in the last round, whatever it holds. Returns
     // false when the save has to go round again: the other write is to be taken in first, or
-    // was swapped out by the replacement and taken in already. What a swap caught in the last
-    // round, or what does not decode, is kept as an "Overwritten external change" snapshot.
+    // was swapped out by the replacement and taken in already. What a swap caught that does
+    // not decode is given time to change, as its writer may still be writing it in place;
+    // what it holds then, in the last round or when it still does not decode, is kept as an
+    // "Overwritten external change" snapshot.
     bool wroteFile(bool lastRound);
     // Copies the bytes of an unreadable workspace file beside it; returns the notice.
     std::string keepUnreadable(const std::string& bytes);

@@ -106,12 +106,12 @@ void syncFolder(const fs::path& folder, const SystemCalls& calls) {
 }
 
 // Puts the temporary file in the target's place. After a swap the temporary's name holds
-// the replaced file, which is read and removed; returns 0 or an errno value.
-int replace(const fs::path& temporary, const fs::path& target, std::optional<std::string>& replaced,
+// the replaced file, which is opened and its name removed; returns 0 or an errno value.
+int replace(const fs::path& temporary, const fs::path& target, std::optional<HeldFile>& replaced,
             const SystemCalls& calls) {
     if (calls.exchange(temporary.c_str(), target.c_str()) == 0) {
         try {
-            replaced = read(temporary);
+            replaced.emplace(temporary);
         } catch (const FileError&) {
             // The new bytes are already in place; without the replaced ones the caller only
             // cannot tell whether someone else wrote the file since it last looked.
@@ -129,7 +129,9 @@ SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = platform::excha
 
 std::optional<std::string> write(const fs::path& path, std::string_view bytes, mode_t permissions,
                                  const SystemCalls& calls) {
-    return writeIf(path, bytes, [] { return true; }, permissions, calls).replaced;
+    auto replaced = writeIf(path, bytes, [] { return true; }, permissions, calls).replaced;
+    if (!replaced) return std::nullopt;
+    return std::move(*replaced).bytes();
 }
 
 Replacement writeIf(const fs::path& path, std::string_view bytes, const std::function<bool()>& proceed,
@@ -156,21 +158,7 @@ Replacement writeIf(const fs::path& path, std::string_view bytes, const std::fun
     return result;
 }
 
-std::string read(const fs::path& path) {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() < 0) throw FileError("read", path, errno);
-    std::string content;
-    char buffer[65536];
-    while (true) {
-        const auto count = ::read(file.get(), buffer, sizeof buffer);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            throw FileError("read", path, errno);
-        }
-        if (count == 0) return content;
-        content.append(buffer, static_cast<std::size_t>(count));
-    }
-}
+std::string read(const fs::path& path) { return HeldFile(path).bytes(); }
 
 void createFolders(const fs::path& folder) {
     fs::path path;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/support/HeldFile.hpp"
+
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -36,15 +38,15 @@ SystemCalls systemCalls();
 //
 // Where the system can swap the two files in one step, returns what the replaced file held
 // at that moment, so that a caller can tell whether someone else wrote it since the caller
-// last looked; absent when there was no file, or the swap is not available.
+// last looked; absent when there was no file, or the swap is not available. The replaced
+// file's name is gone by then.
 std::optional<std::string> write(const std::filesystem::path& path, std::string_view bytes, mode_t permissions = 0600,
                                  const SystemCalls& calls = systemCalls());
 
 // What writeIf() did.
 struct Replacement {
-    bool done = false;                      // false when `proceed` declined: nothing was replaced
-    std::optional<std::string> replaced{};  // what write() returns
-    bool operator==(const Replacement&) const = default;
+    bool done = false;                    // false when `proceed` declined: nothing was replaced
+    std::optional<HeldFile> replaced{};  // the replaced file, still open, where write() returns its bytes
 };
 
 // As write(), but once the new bytes are synced, just before they take the target's place,

@@ -21,6 +21,8 @@ struct FileStamp {
     // The stamp of the file at `path`; absent when it cannot be examined (missing, no
     // permission).
     static std::optional<FileStamp> of(const std::filesystem::path& path);
+    // The stamp of the open file `descriptor`; absent when it cannot be examined.
+    static std::optional<FileStamp> of(int descriptor);
 
     bool operator==(const FileStamp&) const = default;
 };

@@ -1,8 +1,7 @@
 #include "core/support/WatchedFile.hpp"
 
 #include "core/support/FileError.hpp"
-
-#include <thread>
+#include "core/support/Polling.hpp"
 
 namespace tessaline {
 
@@ -53,15 +52,11 @@ std::optional<WatchedFile::Content> WatchedFile::change() {
 }
 
 std::optional<WatchedFile::Content> WatchedFile::changeWithin(std::chrono::milliseconds wait) {
-    const auto deadline = std::chrono::steady_clock::now() + wait;
-    do {
-        std::this_thread::sleep_for(pollInterval);
+    return pollWithin(wait, [this](bool last) -> std::optional<Content> {
         auto current = stampOf(file);
-        if (current == stamp) continue;
-        if (auto newer = differing(std::move(current))) return newer;
-    } while (std::chrono::steady_clock::now() < deadline);
-    // A write within the same tick of the file-system clock can leave the stamp as it was.
-    return differing(stampOf(file));
+        if (!last && current == stamp) return std::nullopt;
+        return differing(std::move(current));
+    });
 }
 
 bool WatchedFile::changed() const { return !trusted(stampOf(file)) && differs(load()); }
@@ -69,13 +64,13 @@ bool WatchedFile::changed() const { return !trusted(stampOf(file)) && differs(lo
 atomicFile::Replacement WatchedFile::wrote(atomicFile::Replacement outcome, std::string_view bytes) {
     if (!outcome.done) return outcome;
     const auto& replaced = outcome.replaced;
-    const bool outside = looked && replaced && replaced != seen.bytes;
+    const bool outside = looked && replaced && replaced->bytes() != seen.bytes;
     remember({.bytes = std::string(bytes)}, stampOf(file));
     if (!outside) outcome.replaced.reset();
     return outcome;
 }
 
-std::optional<std::string> WatchedFile::write(std::string_view bytes, mode_t permissions) {
+std::optional<HeldFile> WatchedFile::write(std::string_view bytes, mode_t permissions) {
     return wrote(atomicFile::writeIf(file, bytes, [] { return true; }, permissions), bytes).replaced;
 }
 

@@ -24,7 +24,6 @@ namespace tessaline {
 class WatchedFile {
 public:
     static constexpr std::chrono::milliseconds racyWindow{50};
-    static constexpr std::chrono::milliseconds pollInterval{2};
 
     // What the file holds: its bytes, or why there are none.
     struct Content {
@@ -44,13 +43,14 @@ public:
     // always differs); absent when it is unchanged. Remembers what it found.
     std::optional<Content> change();
     // Waits up to `wait` for the file to differ from what we last read or wrote, as when
-    // another program is in the middle of writing it, looking every pollInterval; returns what
-    // it then holds, or absent when it held still. Remembers what it found.
+    // another program is in the middle of writing it, looking every filePollInterval; returns
+    // what it then holds, or absent when it held still. Remembers what it found.
     std::optional<Content> changeWithin(std::chrono::milliseconds wait);
-    // Replaces the file atomically (atomicFile::write) and remembers the bytes. Returns what
-    // another program wrote there at the very last moment, between our last look and the
-    // replacement, when the system could tell. Throws FileError.
-    std::optional<std::string> write(std::string_view bytes, mode_t permissions = 0600);
+    // Replaces the file atomically (atomicFile::write) and remembers the bytes. Returns the
+    // file another program wrote there at the very last moment, between our last look and the
+    // replacement, when the system could tell: still open, as that program may not be done
+    // writing it. Throws FileError.
+    std::optional<HeldFile> write(std::string_view bytes, mode_t permissions = 0600);
     // As write(), unless the file differs from what we last read or wrote when the new bytes
     // are ready to take its place (the test of change(), made at that last moment): then
     // nothing is written (`done` false) and the difference is left for change() to find.

@@ -4,11 +4,16 @@
 #include "core/model/ItemTree.hpp"
 #include "core/model/WorkspaceCoding.hpp"
 #include "core/support/AtomicFile.hpp"
+#include "core/support/FileStamp.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <numeric>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace tessaline {
 namespace {
@@ -21,6 +26,48 @@ std::vector<std::string> collectionNames(const Workspace& workspace) {
     for (const auto& collection : workspace.collections) names.push_back(collection.name);
     return names;
 }
+
+// Another program that writes workspace.json whenever the store reads its clock, which a save
+// does twice in every round that takes in an outside write: it renames a new whole file over it
+// each time, so that every round finds one, up to the last round, which replaces the file
+// whatever it holds. Then it starts rewriting the file in place, and writes the rest only once
+// the store has swapped the file away from its name.
+class BusyWriter {
+public:
+    explicit BusyWriter(fs::path file) : path(std::move(file)) {}
+    BusyWriter(const BusyWriter&) = delete;
+    BusyWriter& operator=(const BusyWriter&) = delete;
+    ~BusyWriter() {
+        if (inPlace >= 0) ::close(inPlace);
+    }
+
+    void step() {
+        if (inPlace >= 0) return finishOnceSwappedOut();
+        if (!last.empty()) return;
+        const auto bytes = encodeWorkspace(Workspace{.collections = {{.name = "Theirs " + std::to_string(++writes)}}});
+        if (writes < 2 * WorkspaceStore::writeRounds) return (void)atomicFile::write(path, bytes);
+        last = bytes;
+        inPlace = ::open(path.c_str(), O_WRONLY | O_TRUNC);
+        ASSERT_EQ(ssize_t(last.size() / 2), ::write(inPlace, last.data(), last.size() / 2));
+    }
+
+    std::string last;  // the file it was writing in place
+    bool finishedSwappedOut = false;
+
+private:
+    void finishOnceSwappedOut() {
+        if (FileStamp::of(path)->inode == FileStamp::of(inPlace)->inode) return;
+        const std::string rest = last.substr(last.size() / 2);
+        ASSERT_EQ(ssize_t(rest.size()), ::write(inPlace, rest.data(), rest.size()));
+        ::close(inPlace);
+        inPlace = -1;
+        finishedSwappedOut = true;
+    }
+
+    fs::path path;
+    int writes = 0;
+    int inPlace = -1;
+};
 
 // A store on a temporary folder whose clock the test moves by hand.
 class WorkspaceStoreTest : public ::testing::Test {
@@ -83,6 +130,30 @@ TEST_F(WorkspaceStoreTest, AnOutsideWriteIsTakenInAfterASnapshot) {
     EXPECT_EQ((std::vector<std::string>{"Theirs", "Second"}), collectionNames(onDisk()));
     EXPECT_EQ((std::vector<std::string>{"Before external change", "Before external change", "Autosave"}), reasons(*store));
     EXPECT_EQ((std::vector<std::string>{"Theirs", "Second"}), collectionNames(newestVersion(*store)));
+}
+
+// The file that the last round of a save swapped out was half-way through being rewritten in
+// place; its writer finishes it after the swap, and the snapshot keeps it whole.
+TEST_F(WorkspaceStoreTest, AFileSwappedOutHalfWrittenIsKeptOnceItsWriterFinishes) {
+    BusyWriter writer(folder / "workspace.json");
+    bool busy = false;
+    WorkspaceStore store(folder.path, [&] {
+        if (busy) writer.step();
+        return now;
+    });
+    store.addCollection({.name = "Ours"});
+    atomicFile::write(folder / "workspace.json", encodeWorkspace(Workspace{.collections = {{.name = "Theirs 0"}}}));
+    busy = true;
+    EXPECT_EQ(std::nullopt, store.saveNow().failure);
+    busy = false;
+    ASSERT_TRUE(writer.finishedSwappedOut);
+    const auto versions = store.versions();
+    const auto overwritten = std::find_if(versions.begin(), versions.end(), [](const auto& version) {
+        return version.reason == "Overwritten external change";
+    });
+    ASSERT_NE(versions.end(), overwritten);
+    EXPECT_EQ(writer.last, atomicFile::read(overwritten->url));
+    EXPECT_EQ((std::vector<std::string>{"Theirs 22", "Ours"}), collectionNames(onDisk()));
 }
 
 // A half-written or newer file from the other process leaves the live workspace alone; the

@@ -8,6 +8,9 @@
 #include <fstream>
 #include <thread>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace tessaline {
 namespace {
 
@@ -40,13 +43,28 @@ TEST_F(WatchedFileTest, OurOwnWriteIsNoChangeAndAnotherWriteIs) {
     EXPECT_EQ(WatchedFile::Content{.failure = "Could not read “" + path.string() + "”: Is a directory"}, file.change());
 }
 
-// The write hands back what it swapped out when that is not what we last saw.
+// The write hands back what it swapped out when that is not what we last saw, still open: a
+// program caught half-way through rewriting it in place sends the rest there, not to our file.
 TEST_F(WatchedFileTest, AWriteReturnsWhatAnotherProgramWroteAtTheLastMoment) {
     WatchedFile file(path);
     file.write("ours");
     EXPECT_FALSE(file.write("ours again"));
     atomicFile::write(path, "theirs");
-    EXPECT_EQ("theirs", file.write("ours at last"));
+    const auto theirs = file.write("ours at last");
+    ASSERT_TRUE(theirs);
+    EXPECT_EQ("theirs", theirs->bytes());
+
+    const int inPlace = ::open(path.c_str(), O_WRONLY | O_TRUNC);
+    ASSERT_EQ(6, ::write(inPlace, "{\"half", 6));
+    auto swapped = file.write("ours once more");
+    ASSERT_EQ(5, ::write(inPlace, "\": 1}", 5));
+    ::close(inPlace);
+    ASSERT_TRUE(swapped);
+    EXPECT_EQ("{\"half", swapped->bytes());
+    EXPECT_EQ("{\"half\": 1}", swapped->changeWithin(10s));  // returns as soon as the file changes
+    EXPECT_FALSE(swapped->changeWithin(10ms));
+    EXPECT_EQ("ours once more", atomicFile::read(path));
+    EXPECT_EQ(std::vector<std::string>{"watched.json"}, entries(folder.path));
 }
 
 // Only the modification time tells: same size, same inode, and long after the racy window,
@@ -101,7 +119,8 @@ TEST_F(WatchedFileTest, ChangeWithinWaitsForAWriteInProgress) {
 TEST_F(WatchedFileTest, AWriteUnlessChangedLeavesAnotherProgramsWriteAlone) {
     WatchedFile file(path);
     file.write("ours");
-    EXPECT_EQ((atomicFile::Replacement{.done = true}), file.writeUnlessChanged("ours again"));
+    const auto again = file.writeUnlessChanged("ours again");
+    EXPECT_TRUE(again.done && !again.replaced);
     atomicFile::write(path, "theirs");
     EXPECT_FALSE(file.writeUnlessChanged("ours at last").done);
     EXPECT_EQ("theirs", atomicFile::read(path));
