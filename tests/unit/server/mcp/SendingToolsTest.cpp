@@ -24,7 +24,8 @@ TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
         {"[\"" + flag + "\"]", "application/json", 3, {{"body", "[\"" + flag}, {"bodyTruncated", true}, {"bodyChars", 5}}},
     };
     for (const auto& [body, type, limit, expected] : cases) {
-        const auto summary = SendingTools::describe({.headers = {KeyValue{.key = "Content-Type", .value = type}}, .body = body}, limit);
+        const auto summary =
+            json::parse(SendingTools::describe({.headers = {KeyValue{.key = "Content-Type", .value = type}}, .body = body}, limit));
         json shown;
         for (const char* key : {"body", "bodyTruncated", "bodyChars"}) {
             if (summary.contains(key)) shown[key] = summary[key];
