@@ -10,6 +10,7 @@ using nlohmann::json;
 TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
     const std::string flag = "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA";  // one character, two code points
     const std::string deep = std::string(1000, '[') + std::string(1000, ']');
+    const auto nested = [](std::size_t levels) { return std::string(levels, '[') + "1" + std::string(levels, ']'); };
     const struct {
         std::string body;
         const char* type;
@@ -21,6 +22,8 @@ TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
         {" {}", "text/plain", 100, {{"body", json::object()}}},  // JSON by its look
         {"plain", "text/plain", 100, {{"body", "plain"}}},
         {deep, "application/json", 5000, {{"body", deep}}},  // too deep to embed
+        {nested(256), "application/json", 5000, {{"body", json::parse(nested(256))}}},
+        {nested(257), "application/json", 5000, {{"body", nested(257)}}},
         {"[\"" + flag + "\"]", "application/json", 3, {{"body", "[\"" + flag}, {"bodyTruncated", true}, {"bodyChars", 5}}},
     };
     for (const auto& [body, type, limit, expected] : cases) {
