@@ -37,5 +37,12 @@ TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
     }
 }
 
+TEST(SendingToolsTest, ShowsHeaderFieldsByNameInByteOrderAndTheLastOfARepeatedName) {
+    const StoredResponse response{.headers = {KeyValue{.key = "x-b", .value = "1"}, KeyValue{.key = "X-B", .value = "2"},
+                                              KeyValue{.key = "x-b", .value = "3"}}};
+    EXPECT_NE(SendingTools::describe(response, 100).find("  \"headers\": {\n    \"X-B\": \"2\",\n    \"x-b\": \"3\"\n  },\n"),
+              std::string::npos);
+}
+
 }  // namespace
 }  // namespace tessaline
