@@ -6,7 +6,7 @@
 // Usage: node bench/long-calls.mjs <tessaline-mcp> <send-floor> <workspace folder>
 import { spawn } from 'node:child_process';
 import { createServer } from 'node:http';
-import { readdirSync, readFileSync } from 'node:fs';
+import { readFileSync } from 'node:fs';
 import { performance } from 'node:perf_hooks';
 
 const [binary, floor, workspace] = process.argv.slice(2);
@@ -116,26 +116,16 @@ async function progressRate() {
 
 // Median ms per call of `calls` sends one at a time, after one warm-up call. Each reply is the
 // next line: the C program's replies carry no id.
-// The CPU time all threads of a process have run so far, in µs, as the scheduler counts it
-// (in ns, unlike the clock ticks of /proc/<pid>/stat).
-const cpuMicroseconds = (pid) => readdirSync(`/proc/${pid}/task`)
-  .reduce((sum, task) => sum + Number(readFileSync(`/proc/${pid}/task/${task}/schedstat`, 'utf8').split(' ')[0]) / 1000, 0);
-
-// The median time of a send, and the CPU time it costs on average, after a first send that
-// loads and connects.
 async function oneAtATime(process, calls = 1000) {
   const durations = [];
-  let cpuBefore = 0;
   for (let id = 0; id <= calls; id++) {
     const sent = performance.now();
     process.send(send(id, `${base}/items/1`));
     const { at } = await process.nth(id);
     if (id > 0) durations.push(at - sent);
-    if (id === 0) cpuBefore = cpuMicroseconds(process.child.pid);
   }
-  const cpu = (cpuMicroseconds(process.child.pid) - cpuBefore) / calls;
   await process.end();
-  return { median: median(durations), cpu };
+  return median(durations);
 }
 
 async function eightBigBodies() {
@@ -164,10 +154,9 @@ console.log(`  three sends at once to a 300 ms server all answered after ${three
 const rate = await progressRate();
 console.log(`  progress notifications of a 5 s send with a token: ${rate.toFixed(2)} a second (goal >= 1)`);
 const single = await oneAtATime(ours());
-const floorSingle = await oneAtATime(start(floor, [`${base}/items/1`]));
-console.log(`  one send at a time, median: ${single.median.toFixed(3)} ms, C program with one libcurl handle ` +
-  `${floorSingle.median.toFixed(3)} ms (ratio ${(single.median / floorSingle.median).toFixed(2)}, goal <= 1.3); ` +
-  `CPU per send ${single.cpu.toFixed(1)} µs, C program ${floorSingle.cpu.toFixed(1)} µs`);
+const floorMedian = await oneAtATime(start(floor, [`${base}/items/1`]));
+console.log(`  one send at a time, median: ${single.toFixed(3)} ms, C program with one libcurl handle ${floorMedian.toFixed(3)} ms ` +
+  `(ratio ${(single / floorMedian).toFixed(2)}, goal <= 1.3)`);
 const peak = await eightBigBodies();
 console.log(`  8 sends of 300 MB bodies at once: peak memory ${peak.toFixed(1)} MB (goal < ${(8 * bodyLimitMB + 64).toFixed(1)} MB)`);
 server.close();
