@@ -31,15 +31,16 @@ std::vector<KeyValue> keyValues(const std::vector<CurlEasy::Header>& headers) {
     return rows;
 }
 
-// Ordered by lower-cased name, a stable sort.
-std::vector<KeyValue> sorted(std::vector<KeyValue> headers) {
-    std::vector<std::pair<std::string, KeyValue>> keyed;
+// The response's fields as rows ordered by lower-cased name, a stable sort.
+std::vector<KeyValue> sortedRows(std::vector<CurlEasy::Header> headers) {
+    std::vector<std::pair<std::string, CurlEasy::Header*>> keyed;
     keyed.reserve(headers.size());
-    for (auto& header : headers) keyed.emplace_back(unicodeText::lowercased(header.key), std::move(header));
+    for (auto& header : headers) keyed.emplace_back(unicodeText::lowercased(header.first), &header);
     std::stable_sort(keyed.begin(), keyed.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
-    headers.clear();
-    for (auto& [key, header] : keyed) headers.push_back(std::move(header));
-    return headers;
+    std::vector<KeyValue> rows;
+    rows.reserve(keyed.size());
+    for (const auto& [key, header] : keyed) rows.push_back({.key = std::move(header->first), .value = std::move(header->second)});
+    return rows;
 }
 
 std::optional<std::int64_t> cutBodyBytes(const CurlEasy::Response& answer) {
@@ -66,7 +67,7 @@ StoredResponse HTTPRunner::send(const ResolvedRequest& resolved, const APIReques
         .requestHeaders = keyValues(resolved.headers),
         .requestBody = resolved.bodyText,
         .status = answer.status,
-        .headers = sorted(keyValues(answer.headers)),
+        .headers = sortedRows(std::move(answer.headers)),
         .body = std::move(answer.body),
         .bodyBytes = bodyBytes,
         .duration = duration.count(),

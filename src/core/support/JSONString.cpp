@@ -1,11 +1,10 @@
 #include "core/support/JSONString.hpp"
 
+#include "core/support/ByteScan.hpp"
 #include "core/support/Hexadecimal.hpp"
 
 namespace tessaline::jsonString {
 namespace {
-
-bool needsEscape(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
 // The letter of a two-character escape, or 0 where `c` takes \u00xx.
 char shortEscape(char c, ShortEscapes shortEscapes) {
@@ -25,12 +24,12 @@ char shortEscape(char c, ShortEscapes shortEscapes) {
 
 void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEscapes) {
     out += '"';
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (!needsEscape(c)) continue;
-        out.append(text.substr(start, i - start));
-        start = i + 1;
+    bool sawNonASCII = false;  // unused: non-ASCII bytes are written as they are
+    for (std::size_t start = 0;;) {
+        const std::size_t at = byteScan::findQuoteBackslashOrControl(text, start, sawNonASCII);
+        out.append(text.substr(start, at - start));
+        if (at == text.size()) break;
+        const char c = text[at];
         out += '\\';
         if (const char letter = shortEscape(c, shortEscapes)) {
             out += letter;
@@ -38,8 +37,8 @@ void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEsc
             out += "u00";
             hexadecimal::appendByte(out, static_cast<unsigned char>(c), hexadecimal::lowerDigits);
         }
+        start = at + 1;
     }
-    out.append(text.substr(start));
     out += '"';
 }
 

@@ -42,6 +42,8 @@ public:
     // Throws tessaline::Error for a number that is not finite, which JSON cannot hold.
     void value(double number);
     void null();
+    // Any JSON value, as write() gives it, in place of one value() call.
+    void append(const nlohmann::json& value);
 
     std::string text() && { return std::move(out); }
 
@@ -55,7 +57,6 @@ private:
     void beforeValue();
     void newline(std::size_t depth);
     void close(char bracket);
-    void append(const nlohmann::json& value);
 
     std::string out;
     std::vector<Level> levels;

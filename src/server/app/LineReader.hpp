@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace tessaline {
@@ -23,15 +23,17 @@ public:
     // The text stays valid until the next call.
     std::optional<Line> next();
     // Whether next() has a whole line at hand, without reading.
-    bool hasLine() const { return buffer.find('\n', lineStart) != std::string::npos; }
+    bool hasLine() const { return held().find('\n', lineStart) != std::string_view::npos; }
 
 private:
     // Appends the next block of input; false at its end (or on a read error).
     bool readBlock();
+    std::string_view held() const { return {buffer.get(), filled}; }
 
     int descriptor;
     std::size_t limit;
-    std::string buffer;
+    std::unique_ptr<char[]> buffer;  // limit and a block; its first `filled` bytes hold input
+    std::size_t filled = 0;
     std::size_t lineStart = 0;  // where the next line begins in buffer
 };
 

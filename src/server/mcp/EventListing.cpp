@@ -47,26 +47,29 @@ std::vector<StreamEvent> events(const StoredResponse& response, StreamFormat for
 
 }  // namespace
 
-bool add(json& summary, const StoredResponse& response, long long limit) {
+std::optional<StreamFormat> format(const StoredResponse& response) {
     const auto type = response.contentType();
-    const auto format = type && !response.error ? streamFormat(*type) : std::nullopt;
-    if (!format) return false;
-    const auto all = events(response, *format);
+    return type && !response.error ? streamFormat(*type) : std::nullopt;
+}
+
+void write(JSONWriter& writer, const StoredResponse& response, StreamFormat format, long long limit) {
+    const auto all = events(response, format);
     json list = json::array();
+    std::optional<std::string> cut;
     std::size_t characters = 0;
     for (const auto& event : all) {
         std::string data = utf8::repaired(event.data);
         characters += unicodeText::characterCount(data);
         if (characters > static_cast<unsigned long long>(limit)) {
-            summary["eventsCut"] = "Only the first " + std::to_string(list.size()) + " of " + std::to_string(all.size()) +
-                                   " events are shown: their data reaches the limit of " + std::to_string(limit) + " characters.";
+            cut = "Only the first " + std::to_string(list.size()) + " of " + std::to_string(all.size()) +
+                  " events are shown: their data reaches the limit of " + std::to_string(limit) + " characters.";
             break;
         }
-        list.push_back(listed(event, std::move(data), *format));
+        list.push_back(listed(event, std::move(data), format));
     }
-    summary["events"] = std::move(list);
-    if (response.streamEnd) summary["streamEnd"] = *response.streamEnd;
-    return true;
+    writer.key("events");
+    writer.append(list);
+    if (cut) writer.key("eventsCut"), writer.value(*cut);
 }
 
 }  // namespace tessaline::eventListing

@@ -1,6 +1,7 @@
 #include "server/mcp/MCPServer.hpp"
 
 #include "core/support/CompactJSON.hpp"
+#include "core/support/JSONString.hpp"
 #include "core/support/Utf8.hpp"
 #include "core/support/Version.hpp"
 #include "server/mcp/MCPError.hpp"
@@ -13,36 +14,40 @@ using nlohmann::json;
 
 namespace {
 
-// Tool texts can carry bytes from outside (response bodies, files); they are repaired here so
-// that a reply is never lost to invalid UTF-8.
-json toolResult(const std::string& text, bool isError) {
-    return {{"content", json::array({{{"type", "text"}, {"text", utf8::repaired(text)}}})}, {"isError", isError}};
+// {"content":[{"text":...,"type":"text"}],"isError":...} as compactJSON writes it, written
+// straight around the text, which may be most of the reply. Tool texts can carry bytes from
+// outside (response bodies, files); they are repaired here so that a reply is never lost to
+// invalid UTF-8.
+std::string toolResult(const std::string& text, bool isError) {
+    std::string result;
+    result.reserve(text.size() + 64);
+    result += R"({"content":[{"text":)";
+    if (utf8::isValid(text)) {
+        jsonString::appendQuoted(result, text, jsonString::ShortEscapes::all);
+    } else {
+        jsonString::appendQuoted(result, utf8::repaired(text), jsonString::ShortEscapes::all);
+    }
+    result.append(R"(,"type":"text"}],"isError":)").append(isError ? "true" : "false") += '}';
+    return result;
 }
 
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
-// Only tools/call reads its params, so only there do they become a tree, and only when they
-// hold no more values than a tool's arguments ever need.
-const json& params(const JSONRPCMessage& message) {
+// The params of a tools/call, the only method that reads its params: they became a tree only
+// when they hold no more values than a tool's arguments ever need.
+const json& toolCallParams(const JSONRPCMessage& message) {
     static const json none = json::object();
-    if (message.method != "tools/call") return none;
     if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
     if (!message.paramsNumberOutOfRange.empty()) throw MCPError::numberOutOfRange(message.paramsNumberOutOfRange);
     return message.params.is_object() ? message.params : none;
 }
 
 // The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or
-// {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it;
-// "{}" when the outcome cannot be serialised.
+// {"id":...,"jsonrpc":"2.0","result":...}, with the id written back as the message gave it
+// around the outcome's JSON text.
 enum class Outcome { result, error };
 
-std::string replyLine(std::string_view id, Outcome outcome, const json& value) {
-    std::string encoded;
-    try {
-        encoded = compactJSON::encode(value);
-    } catch (const json::exception&) {
-        return "{}";
-    }
+std::string envelope(std::string_view id, Outcome outcome, std::string_view encoded) {
     // One buffer: an id or a result may be most of a 64 MiB line.
     std::string line;
     line.reserve(encoded.size() + id.size() + 40);
@@ -52,6 +57,17 @@ std::string replyLine(std::string_view id, Outcome outcome, const json& value) {
     if (outcome == Outcome::result) line.append(",\"result\":").append(encoded);
     line += '}';
     return line;
+}
+
+// The reply line around an outcome given as a tree; "{}" when it cannot be serialised.
+std::string replyLine(std::string_view id, Outcome outcome, const json& value) {
+    std::string encoded;
+    try {
+        encoded = compactJSON::encode(value);
+    } catch (const json::exception&) {
+        return "{}";
+    }
+    return envelope(id, outcome, encoded);
 }
 
 // Every step where it is asked for, on the calling thread.
@@ -82,7 +98,8 @@ std::string MCPServer::reply(const JSONRPCMessage& request) {
 
 std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
     try {
-        return replyLine(request.id, Outcome::result, dispatch(request.method, params(request), call));
+        if (answersAtOnce(request)) return replyLine(request.id, Outcome::result, dispatch(request.method));
+        return envelope(request.id, Outcome::result, callToolResult(toolCallParams(request), call));
     } catch (const MCPError& error) {
         return replyLine(request.id, Outcome::error, errorObject(error.code(), error.message()));
     } catch (const std::exception& error) {
@@ -101,7 +118,7 @@ std::string MCPServer::lineTooLong() {
     return replyLine("null", Outcome::error, errorObject(error.code(), error.message()));
 }
 
-json MCPServer::dispatch(const std::string& method, const json& params, CallContext& call) {
+json MCPServer::dispatch(const std::string& method) {
     if (method == "initialize") {
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
@@ -110,14 +127,13 @@ json MCPServer::dispatch(const std::string& method, const json& params, CallCont
     }
     if (method == "ping") return json::object();
     if (method == "tools/list") return {{"tools", toolCatalog::definitions()}};
-    if (method == "tools/call") return callToolResult(params, call);
     if (method == "resources/list") return {{"resources", json::array()}};
     if (method == "resources/templates/list") return {{"resourceTemplates", json::array()}};
     if (method == "prompts/list") return {{"prompts", json::array()}};
     throw MCPError::unknownMethod(method);
 }
 
-json MCPServer::callToolResult(const json& params, CallContext& call) {
+std::string MCPServer::callToolResult(const json& params, CallContext& call) {
     const auto name = params.find("name");
     if (name == params.end() || !name->is_string()) throw MCPError::missingToolName();
     const auto arguments = params.find("arguments");

@@ -46,15 +46,17 @@ public:
     // The reply to a line longer than lineLengthLimit, which is not read.
     static std::string lineTooLong();
 
-    // The method table. Throws MCPError for unknown methods and tools.
-    nlohmann::json dispatch(const std::string& method, const nlohmann::json& params, CallContext& call);
+    // The result of every method but tools/call, which callToolResult() answers. Throws
+    // MCPError for unknown methods.
+    nlohmann::json dispatch(const std::string& method);
 
     // Runs one tool and returns its text. Throws MCPError(-32601) for an unknown name and
     // any other error for a failed tool, which dispatch turns into an isError result.
     std::string callTool(const std::string& name, const nlohmann::json& arguments, CallContext& call);
 
 private:
-    nlohmann::json callToolResult(const nlohmann::json& params, CallContext& call);
+    // The JSON text of the result of tools/call. Throws MCPError for an unknown tool.
+    std::string callToolResult(const nlohmann::json& params, CallContext& call);
 
     WorkspaceStore& store;
     OAuth2Service oauth;

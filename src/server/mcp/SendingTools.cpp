@@ -10,6 +10,7 @@
 #include "server/mcp/ToolError.hpp"
 
 #include <algorithm>
+#include <map>
 
 namespace tessaline {
 
@@ -22,38 +23,66 @@ long long bodyLimit(const json& arguments) {
     return std::max(0LL, args::integer(arguments, "maxBodyChars").value_or(SendingTools::defaultBodyLimit));
 }
 
-}  // namespace
-
-json SendingTools::describe(const StoredResponse& response, long long limit) {
-    json headers = json::object();
-    for (const auto& header : response.headers) headers[header.key] = header.value;
-    json summary = {{"status", response.status},
-                    {"statusText", httpStatus::reasonPhrase(static_cast<int>(response.status))},
-                    {"durationMs", static_cast<long long>(response.duration * 1000)},
-                    {"bytes", response.bodyBytes.value_or(static_cast<std::int64_t>(response.body.size()))},
-                    {"url", response.url},
-                    {"method", toString(response.method)},
-                    {"sentAt", iso8601(response.sentAt)},
-                    {"headers", std::move(headers)}};
-    if (response.error) summary["error"] = *response.error;
-    if (response.bodyBytes) {
-        summary["bodyCut"] = "Only the first " + std::to_string(response.body.size()) + " of " +
-                             std::to_string(*response.bodyBytes) + " bytes of the body were kept.";
-    }
-    if (eventListing::add(summary, response, limit)) return summary;
-
+// "body", and "bodyChars" when the body's text passes `limit` and is cut there; true then.
+bool writeBodyText(JSONWriter& writer, const StoredResponse& response, long long limit) {
     const std::string text = response.bodyText();
     const std::size_t characters = unicodeText::characterCount(text);
+    writer.key("body");
     if (characters > static_cast<std::size_t>(limit)) {
-        summary["body"] = std::string(unicodeText::characterPrefix(text, static_cast<std::size_t>(limit)));
-        summary["bodyTruncated"] = true;
-        summary["bodyChars"] = characters;
-    } else if (auto value = response.isJSON() ? embeddedJSON::parsed(text) : std::nullopt) {
-        summary["body"] = std::move(*value);
-    } else {
-        summary["body"] = text;
+        writer.value(unicodeText::characterPrefix(text, static_cast<std::size_t>(limit)));
+        writer.key("bodyChars"), writer.value(static_cast<std::int64_t>(characters));
+        return true;
     }
-    return summary;
+    if (auto value = response.isJSON() ? embeddedJSON::parsed(text) : std::nullopt) {
+        writer.append(*value);
+    } else {
+        writer.value(text);
+    }
+    return false;
+}
+
+// The members before "bytes": the body's text (unless `limit` is none, for a streamed
+// response, which lists its events instead), "bodyCut" when the body was cut on arrival and
+// "bodyTruncated" when its text passes the limit.
+void writeBody(JSONWriter& writer, const StoredResponse& response, std::optional<long long> limit) {
+    const bool truncated = limit && writeBodyText(writer, response, *limit);
+    if (response.bodyBytes) {
+        writer.key("bodyCut"), writer.value("Only the first " + std::to_string(response.body.size()) + " of " +
+                                            std::to_string(*response.bodyBytes) + " bytes of the body were kept.");
+    }
+    if (truncated) writer.key("bodyTruncated"), writer.value(true);
+}
+
+// An object of the header fields by name, in byte order; of fields that share a name, the
+// last one's value.
+void writeHeaders(JSONWriter& writer, const std::vector<KeyValue>& headers) {
+    std::map<std::string_view, std::string_view> byName;
+    for (const auto& header : headers) byName.insert_or_assign(header.key, header.value);
+    writer.beginObject();
+    for (const auto& [name, value] : byName) writer.key(name), writer.value(value);
+    writer.endObject();
+}
+
+}  // namespace
+
+std::string SendingTools::describe(const StoredResponse& response, long long limit) {
+    const auto streamed = eventListing::format(response);
+    JSONWriter writer;
+    writer.beginObject();
+    writeBody(writer, response, streamed ? std::nullopt : std::optional(limit));
+    writer.key("bytes"), writer.value(response.bodyBytes.value_or(static_cast<std::int64_t>(response.body.size())));
+    writer.key("durationMs"), writer.value(static_cast<std::int64_t>(response.duration * 1000));
+    if (response.error) writer.key("error"), writer.value(*response.error);
+    if (streamed) eventListing::write(writer, response, *streamed, limit);
+    writer.key("headers"), writeHeaders(writer, response.headers);
+    writer.key("method"), writer.value(toString(response.method));
+    writer.key("sentAt"), writer.value(iso8601(response.sentAt));
+    writer.key("status"), writer.value(response.status);
+    writer.key("statusText"), writer.value(httpStatus::reasonPhrase(static_cast<int>(response.status)));
+    if (streamed && response.streamEnd) writer.key("streamEnd"), writer.value(*response.streamEnd);
+    writer.key("url"), writer.value(response.url);
+    writer.endObject();
+    return std::move(writer).text();
 }
 
 std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<RequestSession()>& prepare) {
@@ -81,7 +110,7 @@ std::string SendingTools::sendRequest(const json& arguments) {
         const auto environment = environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt;
         return RequestSession(store, lookup.findRequest(name), environment, std::move(overrides));
     });
-    return savedAnswer(saved, args::pretty(describe(response, bodyLimit(arguments))));
+    return savedAnswer(saved, describe(response, bodyLimit(arguments)));
 }
 
 std::string SendingTools::sendAdhoc(const json& arguments) {
@@ -100,7 +129,7 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
         request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
     }
     const auto [response, saved] = send([&] { return RequestSession::oneOff(store, std::move(request)); });
-    return args::pretty(describe(response, bodyLimit(arguments)));
+    return describe(response, bodyLimit(arguments));
 }
 
 std::string SendingTools::getLastResponse(const json& arguments) {
@@ -110,7 +139,7 @@ std::string SendingTools::getLastResponse(const json& arguments) {
         if (responses.empty()) throw ToolError("No recorded response for " + request.name);
         return responses.front();
     });
-    return args::pretty(describe(latest, bodyLimit(arguments)));
+    return describe(latest, bodyLimit(arguments));
 }
 
 }  // namespace tessaline

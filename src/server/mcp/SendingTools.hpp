@@ -27,10 +27,11 @@ public:
     std::string sendAdhoc(const nlohmann::json& arguments);
     std::string getLastResponse(const nlohmann::json& arguments);
 
-    // What the agent sees of a response: status, timing, headers and the body, cut after
-    // `limit` characters; a JSON body within the limit is embedded as JSON. A streamed
-    // response shows its events instead of its body (see eventListing::add).
-    static nlohmann::json describe(const StoredResponse& response, long long limit);
+    // What the agent sees of a response, as indented JSON text with sorted keys: status,
+    // timing, headers and the body, cut after `limit` characters; a JSON body within the limit
+    // is embedded as JSON. A streamed response shows its events instead of its body (see
+    // eventListing::write), and why it ended.
+    static std::string describe(const StoredResponse& response, long long limit);
 
 private:
     // The session `prepare` makes on the workspace, authorized off it, built on it, exchanged,

@@ -10,6 +10,7 @@ using nlohmann::json;
 TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
     const std::string flag = "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA";  // one character, two code points
     const std::string deep = std::string(1000, '[') + std::string(1000, ']');
+    const auto nested = [](std::size_t levels) { return std::string(levels, '[') + "1" + std::string(levels, ']'); };
     const struct {
         std::string body;
         const char* type;
@@ -21,16 +22,26 @@ TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
         {" {}", "text/plain", 100, {{"body", json::object()}}},  // JSON by its look
         {"plain", "text/plain", 100, {{"body", "plain"}}},
         {deep, "application/json", 5000, {{"body", deep}}},  // too deep to embed
+        {nested(256), "application/json", 5000, {{"body", json::parse(nested(256))}}},
+        {nested(257), "application/json", 5000, {{"body", nested(257)}}},
         {"[\"" + flag + "\"]", "application/json", 3, {{"body", "[\"" + flag}, {"bodyTruncated", true}, {"bodyChars", 5}}},
     };
     for (const auto& [body, type, limit, expected] : cases) {
-        const auto summary = SendingTools::describe({.headers = {KeyValue{.key = "Content-Type", .value = type}}, .body = body}, limit);
+        const auto summary =
+            json::parse(SendingTools::describe({.headers = {KeyValue{.key = "Content-Type", .value = type}}, .body = body}, limit));
         json shown;
         for (const char* key : {"body", "bodyTruncated", "bodyChars"}) {
             if (summary.contains(key)) shown[key] = summary[key];
         }
         EXPECT_EQ(expected, shown) << body;
     }
+}
+
+TEST(SendingToolsTest, ShowsHeaderFieldsByNameInByteOrderAndTheLastOfARepeatedName) {
+    const StoredResponse response{.headers = {KeyValue{.key = "x-b", .value = "1"}, KeyValue{.key = "X-B", .value = "2"},
+                                              KeyValue{.key = "x-b", .value = "3"}}};
+    EXPECT_NE(SendingTools::describe(response, 100).find("  \"headers\": {\n    \"X-B\": \"2\",\n    \"x-b\": \"3\"\n  },\n"),
+              std::string::npos);
 }
 
 }  // namespace
