@@ -1,7 +1,7 @@
 // Arbitrary input lines for the JSON-RPC layer: never a crash or a hang, at most one reply
 // per line, and every reply is one JSON object on one line. A line that nlohmann reads as a
 // JSON object is never answered with a parse error: the server reads lines with its own
-// scanner, which must accept at least what nlohmann accepts. The sample workspace's requests
+// strict grammar, which must accept at least what nlohmann accepts. The sample workspace's requests
 // address a public host, so sends are held to loopback addresses: a run never reaches the
 // network.
 #include "core/http/CurlEngine.hpp"
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view line(reinterpret_cast<const char*>(data), size);
     const auto reply = server.handle(line);
     if (!reply) return 0;
-    // An echoed id may be a number nlohmann cannot hold, so the server's own scanner checks
+    // An echoed id may be a number nlohmann cannot hold, so the server's own reader checks
     // that the reply is one JSON object.
     if (!tessaline::JSONRPCMessage::read(*reply) || reply->find('\n') != std::string::npos) std::abort();
     const bool parseError = reply->starts_with(R"({"error":{"code":-32700,)");

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Every test: unit tests (GCC), end-to-end tests against the built binary, the same two
-# suites under AddressSanitizer and UndefinedBehaviorSanitizer (Clang), and a short fuzz run.
+# Every test: a compile of src/ for macOS, unit tests (GCC), end-to-end tests against the
+# built binary, the same two suites under AddressSanitizer and UndefinedBehaviorSanitizer
+# (Clang), and a short fuzz run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,6 +9,9 @@ step() { printf '\n== %s\n' "$*"; }
 
 step "layers of src/"
 scripts/check-layers.sh
+
+step "every source file compiles for macOS (arm64, x86_64; libc++)"
+scripts/check-macos.sh
 
 step "npm packages for the end-to-end tests"
 (cd tests/e2e && npm ci --no-audit --no-fund --loglevel=error)

@@ -1,5 +1,6 @@
 #include "core/http/RequestBuilder.hpp"
 
+#include "core/http/URLComponents.hpp"
 #include "core/support/AtomicFile.hpp"
 #include "core/support/Base64.hpp"
 #include "core/support/CaseInsensitive.hpp"
@@ -9,19 +10,14 @@
 #include "core/support/Uuid.hpp"
 #include "core/variables/RequestBuildError.hpp"
 
-#include "core/http/CurlLibrary.hpp"
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <memory>
-#include <new>
 
 namespace tessaline {
 namespace {
 
 using Pair = std::pair<std::string, std::string>;
-using URLHandle = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 // The parts of a request that its auth may add to.
 struct Parts {
@@ -144,15 +140,9 @@ std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
 std::optional<std::string> assembledURL(const std::string& text, const std::vector<Pair>& query) {
     // An empty host: libcurl would take the first segment of the path for it.
     if (const auto scheme = text.find("://"); text.compare(scheme + 3, 1, "/") == 0) return std::nullopt;
-    const URLHandle url(curl().url(), curl().urlCleanup);
-    if (!url) throw std::bad_alloc();
-    const auto full = withQuery(withDisallowedEscaped(text), query);
-    if (curl().urlSet(url.get(), CURLUPART_URL, full.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) return std::nullopt;
-    char* assembled = nullptr;
-    if (curl().urlGet(url.get(), CURLUPART_URL, &assembled, 0) != CURLUE_OK) return std::nullopt;
-    std::string result(assembled);
-    curl().free(assembled);
-    return result;
+    const auto url = URLComponents::parse(withQuery(withDisallowedEscaped(text), query));
+    if (!url) return std::nullopt;
+    return url->text();
 }
 
 std::vector<std::string> sortedOnce(std::vector<std::string> names) {

@@ -47,12 +47,6 @@ const std::vector<StoredResponse>& ResponseHistory::responses(const Uuid& reques
     return lists[requestID];
 }
 
-std::optional<StoredResponse> ResponseHistory::cachedLatest(const Uuid& requestID) const {
-    const auto found = lists.find(requestID);
-    if (found == lists.end() || found->second.empty()) return std::nullopt;
-    return found->second.front();
-}
-
 std::optional<std::string> ResponseHistory::record(const StoredResponse& response) {
     const Uuid& id = response.requestID;
     responses(id);
@@ -96,15 +90,6 @@ void ResponseHistory::writeUnwritten() {
     }
 }
 
-void ResponseHistory::clear(const Uuid& requestID) {
-    lists[requestID] = {};
-    unwritten.erase(requestID);
-    WatchedFile& file = fileFor(requestID);
-    std::error_code ignored;
-    std::filesystem::remove(file.path(), ignored);
-    file.read();
-}
-
 void ResponseHistory::reloadAll(const std::vector<Uuid>& requestIDs) {
     for (auto& [id, list] : lists) take(id, fileFor(id).read());
     for (const auto& id : requestIDs) {
@@ -116,22 +101,6 @@ void ResponseHistory::reloadAll(const std::vector<Uuid>& requestIDs) {
 void ResponseHistory::reloadChanged() {
     for (auto& [id, file] : files) {
         if (const auto content = file.change()) take(id, *content);
-    }
-}
-
-void ResponseHistory::pruneOrphaned(const std::unordered_set<Uuid>& live, std::chrono::seconds age, Date now) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        const auto path = entry.path();
-        if (path.extension() != ".json") continue;
-        const auto id = Uuid::parse(path.stem().string());
-        if (!id || live.contains(*id)) continue;
-        const auto stamp = FileStamp::of(path);
-        if (!stamp || now - stamp->modified < age) continue;
-        std::error_code ignored;
-        std::filesystem::remove(path, ignored);
-        lists.erase(*id);
-        files.erase(*id);
     }
 }
 

@@ -8,7 +8,6 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace tessaline {
@@ -26,7 +25,6 @@ public:
 
     // A missing or unreadable file gives an empty list.
     const std::vector<StoredResponse>& responses(const Uuid& requestID);
-    std::optional<StoredResponse> cachedLatest(const Uuid& requestID) const;
 
     // Puts the response in front of its request's list (after taking in what another
     // process recorded meanwhile, also while the file was being written), keeps at most
@@ -38,13 +36,10 @@ public:
     // Writes the lists whose writes failed; those that fail again wait for the next try.
     void writeUnwritten();
 
-    void clear(const Uuid& requestID);
     // Reads again every list that is loaded, and the files of `requestIDs`.
     void reloadAll(const std::vector<Uuid>& requestIDs);
     // Reads again each loaded list whose file changed since we last read or wrote it.
     void reloadChanged();
-    // Deletes the files of requests not in `live` whose last change is older than `age`.
-    void pruneOrphaned(const std::unordered_set<Uuid>& live, std::chrono::seconds age, Date now);
 
 private:
     WatchedFile& fileFor(const Uuid& requestID);

@@ -10,7 +10,6 @@
 #include "core/support/Platform.hpp"
 
 #include <algorithm>
-#include <unordered_set>
 
 namespace tessaline {
 
@@ -71,7 +70,7 @@ WorkspaceStore::~WorkspaceStore() {
     // A store that was never used still leaves a new folder with the sample; an existing
     // workspace file is left to the next session rather than read just before exiting.
     std::error_code ignored;
-    if (!opened && !std::filesystem::exists(workspaceFileURL(), ignored)) open();
+    if (!opened && !std::filesystem::exists(workspaceFilePath(), ignored)) open();
 }
 
 Workspace& WorkspaceStore::loaded() {
@@ -175,13 +174,6 @@ std::optional<APICollection> WorkspaceStore::collectionContaining(const Uuid& re
     return std::nullopt;
 }
 
-std::optional<std::pair<Folder, Uuid>> WorkspaceStore::folderWithCollection(const Uuid& id) {
-    for (const auto& collection : loaded().collections) {
-        if (auto found = itemTree::firstFolder(collection.items, id)) return std::pair(std::move(*found), collection.id);
-    }
-    return std::nullopt;
-}
-
 VariableResolver WorkspaceStore::resolver(const APIRequest& request, const std::optional<APIEnvironment>& environment) {
     return resolver(collectionContaining(request.id), environment);
 }
@@ -212,11 +204,6 @@ VariableResolver WorkspaceStore::resolver(const std::optional<APICollection>& co
 std::vector<StoredResponse> WorkspaceStore::responses(const Uuid& requestID) {
     loaded();
     return history.responses(requestID);
-}
-
-std::optional<StoredResponse> WorkspaceStore::cachedLatestResponse(const Uuid& requestID) {
-    loaded();
-    return history.cachedLatest(requestID);
 }
 
 // Edits
@@ -363,17 +350,7 @@ SaveReport WorkspaceStore::recordAndFlush(const StoredResponse& response) {
     return {.failure = history.record(response)};
 }
 
-void WorkspaceStore::clearHistory(const Uuid& requestID) {
-    loaded();
-    history.clear(requestID);
-}
-
 void WorkspaceStore::preloadHistory() { history.reloadAll(allRequestIDs()); }
-
-void WorkspaceStore::pruneOrphanedHistory(std::chrono::seconds age) {
-    const auto ids = allRequestIDs();
-    history.pruneOrphaned(std::unordered_set<Uuid>(ids.begin(), ids.end()), age, clock());
-}
 
 std::vector<Uuid> WorkspaceStore::allRequestIDs() {
     std::vector<Uuid> ids;

@@ -54,9 +54,6 @@ public:
     WorkspaceStore(const WorkspaceStore&) = delete;
     WorkspaceStore& operator=(const WorkspaceStore&) = delete;
 
-    const std::filesystem::path& folderPath() const { return folder; }
-    std::filesystem::path workspaceFileURL() const { return folder / "workspace.json"; }
-
     // Reading.
     Workspace workspace();
     // Calls `reader` with the live workspace, for reads that would rather not copy it; the
@@ -69,8 +66,6 @@ public:
     std::optional<APIRequest> request(const Uuid& id);
     std::optional<APICollection> collection(const Uuid& id);
     std::optional<APICollection> collectionContaining(const Uuid& requestID);
-    // The folder with the id of the collection that holds it.
-    std::optional<std::pair<Folder, Uuid>> folderWithCollection(const Uuid& id);
     // The variables a saved request sees: the environment (the active one unless another is
     // given), then its collection's variables with the base URL; chained references read the
     // newest completed response of the first request of that collection with the name.
@@ -79,7 +74,6 @@ public:
     VariableResolver resolver(const std::optional<APICollection>& collection,
                               const std::optional<APIEnvironment>& environment = std::nullopt);
     std::vector<StoredResponse> responses(const Uuid& requestID);
-    std::optional<StoredResponse> cachedLatestResponse(const Uuid& requestID);
     // The OAuth 2 tokens shared with the other process through "oauth-tokens.json"; safe to
     // use from any thread.
     OAuth2TokenCache& oauthTokens() { return tokens; }
@@ -111,19 +105,14 @@ public:
     // store last read or wrote it, and then the response histories whose writes failed. On
     // failure the edits stay in memory for the next save.
     SaveReport saveNow();
-    // Whether there are edits that no save has written yet.
-    bool hasUnsavedEdits() const { return !unsaved.empty(); }
     // Takes in what another process wrote to the workspace file (after snapshotting the
     // live workspace as "Before external change") and to the loaded history files. Returns
     // the workspace as it was before, when the workspace file brought a change.
     std::optional<Workspace> reloadIfChanged();
     // Records a response and writes its history file before returning.
     SaveReport recordAndFlush(const StoredResponse& response);
-    void clearHistory(const Uuid& requestID);
     // Reads again the history of every request that has one.
     void preloadHistory();
-    // Deletes the history files of requests that no longer exist, once older than `age`.
-    void pruneOrphanedHistory(std::chrono::seconds age);
 
 private:
     // Why the workspace file could not be taken in, with its bytes when it could be read.
@@ -132,6 +121,7 @@ private:
         std::optional<std::string> bytes;
     };
 
+    std::filesystem::path workspaceFilePath() const { return folder / "workspace.json"; }
     // The live workspace, with the folder's files loaded.
     Workspace& loaded();
     void open();

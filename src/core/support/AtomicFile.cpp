@@ -3,6 +3,7 @@
 #include "core/support/Crypto.hpp"
 #include "core/support/FileError.hpp"
 #include "core/support/Hexadecimal.hpp"
+#include "core/support/Platform.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -40,19 +41,10 @@ private:
     int number;
 };
 
-int exchangeNames(const char* from, const char* to) {
-#if defined(__linux__)
-    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_EXCHANGE);
-#else
-    (void)from, (void)to;
-    errno = ENOTSUP;
-    return -1;
-#endif
-}
-
 fs::path temporaryPath(const fs::path& path) {
     std::string suffix;
-    for (const unsigned char byte : crypto::randomBytes(suffixDigits / 2)) hexadecimal::appendByte(suffix, byte, hexadecimal::lowerDigits);
+    for (const unsigned char byte : crypto::randomBytes(suffixDigits / 2))
+        hexadecimal::appendByte(suffix, byte, hexadecimal::lowerDigits);
     // The name is cut so that the temporary's own name stays within the 255-byte limit
     // that the target's may already touch.
     std::string name = ".";
@@ -133,7 +125,7 @@ int replace(const fs::path& temporary, const fs::path& target, std::optional<std
 
 }  // namespace
 
-SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = exchangeNames, .rename = ::rename}; }
+SystemCalls systemCalls() { return {.sync = ::fsync, .exchange = platform::exchangeFiles, .rename = ::rename}; }
 
 std::optional<std::string> write(const fs::path& path, std::string_view bytes, mode_t permissions,
                                  const SystemCalls& calls) {

@@ -1,8 +1,21 @@
 #include "core/support/Platform.hpp"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 
+#include <charconv>
+#if !defined(__cpp_lib_to_chars)
+#include <cmath>
+#include <locale.h>
+#include <string>
+#if defined(__APPLE__)
+#include <xlocale.h>
+#endif
+#endif
+
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 namespace tessaline::platform {
@@ -38,6 +51,34 @@ std::filesystem::path userDataFolder() {
     if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data) return data;
     return homeFolder() / ".local" / "share";
 #endif
+}
+
+int exchangeFiles(const char* from, const char* to) {
+#if defined(__linux__)
+    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_EXCHANGE);
+#elif defined(__APPLE__)
+    return ::renamex_np(from, to, RENAME_SWAP);
+#else
+    (void)from, (void)to;
+    errno = ENOTSUP;
+    return -1;
+#endif
+}
+
+std::optional<double> nearestDouble(std::string_view number) {
+    double value = 0;
+#if defined(__cpp_lib_to_chars)
+    if (std::from_chars(number.data(), number.data() + number.size(), value).ec != std::errc()) return std::nullopt;
+#else
+    // A C library without from_chars for doubles (libc++ before 17): strtod_l in the "C"
+    // locale is as exact and ignores the process's decimal point.
+    static const locale_t cLocale = ::newlocale(LC_ALL_MASK, "C", locale_t{});
+    const std::string text(number);
+    errno = 0;
+    value = ::strtod_l(text.c_str(), nullptr, cLocale);
+    if (errno == ERANGE && (value == 0 || std::isinf(value))) return std::nullopt;
+#endif
+    return value;
 }
 
 Date modificationDate(const struct stat& status) {

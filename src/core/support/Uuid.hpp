@@ -4,6 +4,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
@@ -31,7 +32,11 @@ public:
     std::string lowercaseText() const;
     const Bytes& bytes() const { return octets; }
 
-    auto operator<=>(const Uuid&) const = default;
+    bool operator==(const Uuid&) const = default;
+    // Byte by byte, as the text's digits sort.
+    std::strong_ordering operator<=>(const Uuid& other) const {
+        return std::memcmp(octets.data(), other.octets.data(), octets.size()) <=> 0;
+    }
 
 private:
     std::string formatted(std::string_view digits) const;

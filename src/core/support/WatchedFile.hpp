@@ -38,9 +38,6 @@ public:
     explicit WatchedFile(std::filesystem::path path, Clock now = systemClock(), StampReader stampOf = &FileStamp::of);
 
     const std::filesystem::path& path() const { return file; }
-    // What was last read or written; empty content before the first look.
-    const Content& lastSeen() const { return seen; }
-
     // Reads the file now and remembers what it holds.
     const Content& read();
     // What the file holds when that differs from what we last read or wrote (the first look

@@ -8,8 +8,8 @@ namespace tessaline {
 namespace {
 
 // The JSON text of params._meta.progressToken when it is a string or a number, else empty.
-std::string progressTokenOf(std::string_view params) {
-    auto token = JSONRPCMessage::memberText(JSONRPCMessage::memberText(params, "_meta"), "progressToken");
+std::string progressTokenOf(const JSONRPCMessage& message) {
+    const auto& token = message.progressToken;
     const bool stringOrNumber = !token.empty() && (token[0] == '"' || token[0] == '-' || (token[0] >= '0' && token[0] <= '9'));
     return stringOrNumber ? token : std::string();
 }
@@ -28,14 +28,12 @@ private:
 
 }  // namespace
 
-LoopCall::LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage request, WorkspaceQueue& workspace,
-                   ExchangeSlots& slots, ReplyWriter& writer)
-    : text(std::move(line)),
-      message(std::move(request)),
+LoopCall::LoopCall(JSONRPCMessage request, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer)
+    : message(std::move(request)),
       workspaceQueue(workspace),
       exchangeSlots(slots),
       replies(writer),
-      progressToken(progressTokenOf(message.params)) {}
+      progressToken(progressTokenOf(message)) {}
 
 void LoopCall::holdReading(int input, std::function<void()> handOff) {
     watchedInput = input;

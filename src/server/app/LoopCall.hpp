@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace tessaline {
@@ -21,9 +20,7 @@ namespace tessaline {
 // carried a progress token, write progress notifications.
 class LoopCall : public CallContext {
 public:
-    // `line` holds the message's text; `message` was read from it.
-    LoopCall(std::shared_ptr<const std::string> line, JSONRPCMessage message, WorkspaceQueue& workspace,
-             ExchangeSlots& slots, ReplyWriter& writer);
+    LoopCall(JSONRPCMessage message, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer);
 
     const JSONRPCMessage& request() const { return message; }
 
@@ -49,7 +46,6 @@ private:
     void handReadingOn();
     void letWorkspaceGo();
 
-    std::shared_ptr<const std::string> text;
     JSONRPCMessage message;
     WorkspaceQueue& workspaceQueue;
     ExchangeSlots& exchangeSlots;

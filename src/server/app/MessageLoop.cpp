@@ -43,30 +43,23 @@ void MessageLoop::read() {
 bool MessageLoop::take(std::string_view line) {
     const std::string repairedLine = utf8::isValid(line) ? std::string() : utf8::repaired(line);
     const std::string_view text = repairedLine.empty() ? line : repairedLine;
-    const auto message = JSONRPCMessage::read(text);
+    auto message = JSONRPCMessage::read(text);
     if (!message) {
         writer.write(MCPServer::parseError());
     } else if (message->isResponse()) {
         router.deliver(message->id, std::string(text));
     } else if (message->isNotification()) {
-        if (message->method == "notifications/cancelled") cancel(message->params);
+        if (message->method == "notifications/cancelled") cancel(message->requestId);
     } else if (MCPServer::answersAtOnce(*message)) {
         writer.write(server.reply(*message));
     } else {
-        return queue(text, *message);
+        return queue(std::move(*message));
     }
     return false;
 }
 
-bool MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
-    // The call keeps its own copy of the line, and the params are pointed into it.
-    const auto kept = std::make_shared<const std::string>(line);
-    JSONRPCMessage moved = message;
-    if (!message.params.empty()) {
-        const auto offset = static_cast<std::size_t>(message.params.data() - line.data());
-        moved.params = std::string_view(*kept).substr(offset, message.params.size());
-    }
-    auto call = std::make_shared<LoopCall>(kept, std::move(moved), workspace, slots, writer);
+bool MessageLoop::queue(JSONRPCMessage message) {
+    auto call = std::make_shared<LoopCall>(std::move(message), workspace, slots, writer);
     {
         const std::lock_guard guard(lock);
         pending.insert_or_assign(call->request().id, call);
@@ -83,16 +76,16 @@ bool MessageLoop::queue(std::string_view line, const JSONRPCMessage& message) {
 
 bool MessageLoop::sendsAlone(const LoopCall& call) const {
     if (lines->hasLine()) return false;
-    const auto tool = JSONRPCMessage::memberText(call.request().params, "name");
-    return tool == R"("send_request")" || tool == R"("send_adhoc")";
+    const auto& params = call.request().params;
+    const auto name = params.find("name");
+    return name != params.end() && (*name == "send_request" || *name == "send_adhoc");
 }
 
 void MessageLoop::handReadingOn() {
     workers.run([this] { read(); });
 }
 
-void MessageLoop::cancel(std::string_view params) {
-    const auto id = JSONRPCMessage::memberText(params, "requestId");
+void MessageLoop::cancel(const std::string& id) {
     {
         const std::lock_guard guard(lock);
         const auto found = pending.find(id);

@@ -49,13 +49,14 @@ private:
     void read();
     // Each returns true when the calling thread ran a call and handed the reading on.
     bool take(std::string_view line);
-    bool queue(std::string_view line, const JSONRPCMessage& message);
+    bool queue(JSONRPCMessage message);
     // Whether the call is a send with no other line waiting: it then runs on the reading thread
     // while nothing else needs the workspace, and the reading goes to another thread only once
     // the call would wait for more than its exchange, or more input arrives.
     bool sendsAlone(const LoopCall& call) const;
     void handReadingOn();
-    void cancel(std::string_view params);
+    // Cancels the call with that id (as written back), if it is not answered yet.
+    void cancel(const std::string& id);
     // The call's turn on the workspace.
     void start(const std::shared_ptr<LoopCall>& call);
     // Writes the reply, unless the call was cancelled, and forgets the call.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -7,20 +9,31 @@
 
 namespace tessaline {
 
-// The members of a JSON-RPC message that the server reads, taken from one input line as their
-// source text instead of as a tree. The line is checked as strict JSON (RFC 8259) in one pass
-// whose only memory is a bit for each open container, so however a line nests it costs little
-// beyond its own bytes, and an id is echoed as it was written: a number no double holds, -0
-// and 1e999 included.
+// The members of a JSON-RPC message that the server reads, taken from one input line in one
+// pass of the strict JSON grammar (RFC 8259). The envelope is kept as source text rather than
+// as a tree, so that an id is echoed as it was written (a number no double holds, -0 and 1e999
+// included); only an object of params becomes a tree, and only while it holds at most
+// paramsValueLimit values, so that however a line nests it costs little beyond its own bytes.
 struct JSONRPCMessage {
+    // How many values params may hold, however they nest, to be built as a tree; a tool's
+    // arguments are a few dozen, and a tree takes far more memory than its text.
+    static constexpr std::size_t paramsValueLimit = 100000;
+
     // The id's text with the whitespace between its tokens removed; empty when there is none.
     std::string id;
     // The method when it is a text, else empty.
     std::string method;
-    // The source text of "params" (a view into the line); empty when absent.
-    std::string_view params;
+    // The params when they are an object of at most paramsValueLimit values whose numbers
+    // all fit a double, else null.
+    nlohmann::json params;
     // How many values "params" holds, itself and those in its containers at any depth.
     std::size_t paramsValues = 0;
+    // The text of the first number in params beyond a double's range, when there is one.
+    std::string paramsNumberOutOfRange;
+    // The texts of params.requestId and params._meta.progressToken, written as the id is;
+    // empty when absent.
+    std::string requestId;
+    std::string progressToken;
     // Whether there is a "method" member, of any type.
     bool hasMethod = false;
     // Whether there is a "result" or an "error" member.
@@ -33,12 +46,6 @@ struct JSONRPCMessage {
     bool isNotification() const { return id.empty() || id == "null"; }
     // A host's answer to a request the server sent: an id, a result or an error, no method.
     bool isResponse() const { return !hasMethod && hasOutcome && !isNotification(); }
-
-    // The source text of the member `name` of `object` (a value read() took apart, such as
-    // `params`), whitespace between its tokens removed as for an id; empty when there is none.
-    static std::string memberText(std::string_view object, std::string_view name);
-    // The member's text when it is a JSON string.
-    static std::optional<std::string> memberString(std::string_view object, std::string_view name);
 };
 
 }  // namespace tessaline

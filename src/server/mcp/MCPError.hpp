@@ -28,7 +28,9 @@ public:
     static MCPError tooManyParams(std::size_t limit) {
         return {invalidParams, "Invalid params: more than " + std::to_string(limit) + " values"};
     }
-    static MCPError numberOutOfRange() { return {invalidParams, "Invalid params: a number is out of range"}; }
+    static MCPError numberOutOfRange(std::string_view number) {
+        return {invalidParams, "Invalid params: the number " + std::string(number) + " is beyond the range of a double"};
+    }
 
     int code() const { return errorCode; }
     std::string message() const { return what(); }

@@ -23,12 +23,12 @@ json errorObject(int code, const std::string& message) { return {{"code", code},
 
 // Only tools/call reads its params, so only there do they become a tree, and only when they
 // hold no more values than a tool's arguments ever need.
-json params(const JSONRPCMessage& message) {
-    if (message.method != "tools/call" || !message.params.starts_with('{')) return json::object();
+const json& params(const JSONRPCMessage& message) {
+    static const json none = json::object();
+    if (message.method != "tools/call") return none;
     if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
-    json params = json::parse(message.params, nullptr, /*allow_exceptions=*/false);
-    if (params.is_discarded()) throw MCPError::numberOutOfRange();
-    return params;
+    if (!message.paramsNumberOutOfRange.empty()) throw MCPError::numberOutOfRange(message.paramsNumberOutOfRange);
+    return message.params.is_object() ? message.params : none;
 }
 
 // The reply line, keys sorted: {"error":...,"id":...,"jsonrpc":"2.0"} or

@@ -24,9 +24,8 @@ public:
     static constexpr std::string_view serverName = "tessaline";
     // The longest input line read, in bytes; a longer one is answered with lineTooLong().
     static constexpr std::size_t lineLengthLimit = 64 << 20;
-    // How many values the params of tools/call may hold, however they nest; a tool's arguments
-    // are a few dozen. Params are built as a tree, which takes far more memory than their text.
-    static constexpr std::size_t paramsValueLimit = 100000;
+    // How many values the params of tools/call may hold, however they nest.
+    static constexpr std::size_t paramsValueLimit = JSONRPCMessage::paramsValueLimit;
 
     explicit MCPServer(WorkspaceStore& store);
 

@@ -39,27 +39,21 @@ APIRequest ToolLookup::findRequest(const std::optional<std::string>& argument) c
     });
 }
 
-APICollection ToolLookup::findCollection(const std::string& text) const {
+std::optional<APICollection> ToolLookup::collectionMatching(const std::string& text) const {
     if (const auto id = Uuid::parse(text)) {
-        if (auto collection = store.collection(*id)) return *collection;
+        if (auto collection = store.collection(*id)) return collection;
     }
-    return store.read([&](const Workspace& workspace) {
+    return store.read([&](const Workspace& workspace) -> std::optional<APICollection> {
         for (const auto& collection : workspace.collections) {
             if (caseInsensitive::equal(collection.name, text)) return collection;
         }
-        throw ToolError("No collection named " + text + ". Use list_collections.");
+        return std::nullopt;
     });
 }
 
-APICollection ToolLookup::findOrCreateCollection(const std::string& text) const {
-    try {
-        return findCollection(text);
-    } catch (const ToolError&) {
-        APICollection collection;  // with the default icon and colour
-        collection.name = text;
-        store.addCollection(collection);
-        return collection;
-    }
+APICollection ToolLookup::findCollection(const std::string& text) const {
+    if (auto collection = collectionMatching(text)) return std::move(*collection);
+    throw ToolError("No collection named " + text + ". Use list_collections.");
 }
 
 APIEnvironment ToolLookup::findEnvironment(const std::string& name) const {

@@ -22,9 +22,9 @@ public:
     // By id, then by whole name ignoring case, then by a unique part of a name.
     APIRequest findRequest(const std::optional<std::string>& text) const;
     // By id, then by the first name equal ignoring case.
+    std::optional<APICollection> collectionMatching(const std::string& text) const;
+    // collectionMatching, or a ToolError that points to list_collections.
     APICollection findCollection(const std::string& text) const;
-    // findCollection, or a new collection of that name added to the workspace.
-    APICollection findOrCreateCollection(const std::string& text) const;
     // By name ignoring case.
     APIEnvironment findEnvironment(const std::string& name) const;
 

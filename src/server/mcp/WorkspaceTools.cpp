@@ -160,19 +160,24 @@ std::string WorkspaceTools::createRequest(const json& arguments) {
     }
     request.notes = args::text(arguments, "notes").value_or("");
 
-    const APICollection collection = lookup.findOrCreateCollection(collectionName);
+    auto collection = lookup.collectionMatching(collectionName);
+    if (!collection) {
+        collection.emplace();  // with the default icon and colour
+        collection->name = collectionName;
+        store.addCollection(*collection);
+    }
     std::optional<Uuid> folderID;
-    std::string place = collection.name;
+    std::string place = collection->name;
     if (const auto folder = args::text(arguments, "folder")) {
-        folderID = ToolLookup::folderIDNamed(*folder, collection.items);
+        folderID = ToolLookup::folderIDNamed(*folder, collection->items);
         if (!folderID) {
             Folder created{Uuid::random(), *folder, {}};
             folderID = created.id;
-            store.addFolder(created, collection.id, std::nullopt);
+            store.addFolder(created, collection->id, std::nullopt);
         }
         place += " / " + *folder;
     }
-    store.addRequest(request, collection.id, folderID);
+    store.addRequest(request, collection->id, folderID);
     return savedAnswer(store.saveNow(), "Created request " + request.name + " in " + place + ". id: " + request.id.text());
 }
 

@@ -22,14 +22,5 @@ TEST(ResponseRouterTest, HandsAResponseToWhoeverWaitsForItsIdAndDropsTheRest) {
     EXPECT_FALSE(router.deliver(message->id, line));  // only once
 }
 
-TEST(ResponseRouterTest, MemberTextIsWrittenBackAsIdsAre) {
-    const std::string params = R"({"requestId" : 1.50, "_meta": {"progressToken": [ "x" ]}, "reason":"r\u00e9"})";
-    EXPECT_EQ("1.50", JSONRPCMessage::memberText(params, "requestId"));
-    EXPECT_EQ(R"(["x"])", JSONRPCMessage::memberText(JSONRPCMessage::memberText(params, "_meta"), "progressToken"));
-    EXPECT_EQ("", JSONRPCMessage::memberText(params, "missing"));
-    EXPECT_EQ("r\u00e9", JSONRPCMessage::memberString(params, "reason"));
-    EXPECT_EQ(std::nullopt, JSONRPCMessage::memberString(params, "requestId"));
-}
-
 }  // namespace
 }  // namespace tessaline
