@@ -11,7 +11,7 @@ SignInRegistry::SignInRegistry(OAuth2Service& service, OAuth2Timing signInTiming
     : tokens(service), timing(std::move(signInTiming)) {}
 
 SignInRegistry::~SignInRegistry() {
-    endAll();
+    close();
     std::unique_lock guard(lock);
     finished.wait(guard, [this] { return runningCount == 0; });
 }
@@ -30,6 +30,7 @@ std::shared_ptr<SignIn> SignInRegistry::begin(const OAuth2ResolvedConfig& config
         auto& listed = signIns[key];
         if (!listed || listed->hasEnded()) {
             listed = std::make_shared<SignIn>(timing);
+            if (closed) listed->cancel();
             ++runningCount;
             try {
                 std::thread([this, started = listed, config] { run(started, config); }).detach();
@@ -85,8 +86,9 @@ void SignInRegistry::end(const std::string& key) {
     signIns.erase(found);
 }
 
-void SignInRegistry::endAll() {
+void SignInRegistry::close() {
     const std::lock_guard guard(lock);
+    closed = true;
     for (const auto& [key, signIn] : signIns) signIn->cancel();
 }
 

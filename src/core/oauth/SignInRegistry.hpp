@@ -39,8 +39,8 @@ public:
     void forget(const std::string& key, const std::shared_ptr<SignIn>& signIn);
     // Cancels the key's sign-in and unlists it.
     void end(const std::string& key);
-    // Cancels every sign-in.
-    void endAll();
+    // Cancels every sign-in, and those begun later as soon as they start.
+    void close();
 
 private:
     void run(std::shared_ptr<SignIn> signIn, const OAuth2ResolvedConfig& config);
@@ -53,6 +53,7 @@ private:
     // State below is guarded by lock.
     std::map<std::string, std::shared_ptr<SignIn>> signIns;
     int runningCount = 0;  // threads not yet done with this registry
+    bool closed = false;
 };
 
 }  // namespace tessaline

@@ -48,6 +48,8 @@ public:
     const VariableResolver& resolver() const { return variables; }
     // Whether the auth is OAuth 2, so that authorize() has a token to obtain.
     bool usesOAuth2() const { return oauth.has_value(); }
+    // The OAuth 2 settings resolved with the session's variables; only when usesOAuth2().
+    const OAuth2ResolvedConfig& oauthConfig() const { return *oauth; }
     // Whether record() writes anything: false for a one-off request.
     bool recordsHistory() const { return recorded; }
 

@@ -19,13 +19,23 @@ json toolResult(const std::string& text, bool isError) {
     return {{"content", json::array({{{"type", "text"}, {"text", utf8::repaired(text)}}})}, {"isError", isError}};
 }
 
+// Whether initialize's params declare the elicitation capability in form mode: an empty
+// object (protocol versions before form and URL modes), or one with "form".
+bool showsForms(const json& params) {
+    const auto capabilities = params.find("capabilities");
+    if (capabilities == params.end() || !capabilities->is_object()) return false;
+    const auto elicitation = capabilities->find("elicitation");
+    return elicitation != capabilities->end() && elicitation->is_object() &&
+           (elicitation->empty() || elicitation->contains("form"));
+}
+
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
-// Only tools/call reads its params, so only there do they become a tree, and only when they
-// hold no more values than a tool's arguments ever need.
+// Only tools/call and initialize read their params, so only there do they become a tree, and
+// only when they hold no more values than a tool's arguments ever need.
 const json& params(const JSONRPCMessage& message) {
     static const json none = json::object();
-    if (message.method != "tools/call") return none;
+    if (message.method != "tools/call" && message.method != "initialize") return none;
     if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
     if (!message.paramsNumberOutOfRange.empty()) throw MCPError::numberOutOfRange(message.paramsNumberOutOfRange);
     return message.params.is_object() ? message.params : none;
@@ -60,6 +70,10 @@ public:
     void runOnWorkspace(const std::function<void()>& step) override { step(); }
     StoredResponse exchange(const RequestSession& session) override { return session.perform(); }
     void leaveWorkspace() override {}
+    bool isCancelled() const override { return false; }
+    std::optional<ResponseRouter::Expected> askHost(const std::string&, const json&) override { return std::nullopt; }
+    void withdraw(const ResponseRouter::Expected&) override {}
+    void reportProgress(std::uint64_t, std::optional<std::uint64_t>, const std::string&) override {}
 };
 
 }  // namespace
@@ -103,6 +117,7 @@ std::string MCPServer::lineTooLong() {
 
 json MCPServer::dispatch(const std::string& method, const json& params, CallContext& call) {
     if (method == "initialize") {
+        hostShowsForms = showsForms(params);
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
                 {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},
@@ -135,7 +150,8 @@ json MCPServer::callToolResult(const json& params, CallContext& call) {
 std::string MCPServer::callTool(const std::string& name, const json& arguments, CallContext& call) {
     const auto* tool = toolCatalog::find(name);
     if (tool == nullptr) throw MCPError::unknownTool(name);
-    return tool->handler({.store = store, .oauth = oauth, .call = call}, arguments);
+    return tool->handler(
+        {.store = store, .oauth = oauth, .signIns = signIns, .call = call, .hostShowsForms = hostShowsForms}, arguments);
 }
 
 }  // namespace tessaline
