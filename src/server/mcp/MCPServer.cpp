@@ -32,10 +32,12 @@ bool showsForms(const json& params) {
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
 // Only tools/call and initialize read their params, so only there do they become a tree, and
-// only when they hold no more values than a tool's arguments ever need.
+// only when they hold no more values than a tool's arguments ever need. Initialize reads
+// them only for what the host can do, and never fails for them.
 const json& params(const JSONRPCMessage& message) {
     static const json none = json::object();
-    if (message.method != "tools/call" && message.method != "initialize") return none;
+    if (message.method == "initialize") return message.params.is_object() ? message.params : none;
+    if (message.method != "tools/call") return none;
     if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
     if (!message.paramsNumberOutOfRange.empty()) throw MCPError::numberOutOfRange(message.paramsNumberOutOfRange);
     return message.params.is_object() ? message.params : none;

@@ -98,17 +98,18 @@ std::optional<OAuth2Token> SignInConversation::waitInDialog(const std::string& k
     std::uint64_t reported = 0;
     auto nextReport = start;
     bool answered = false;
-    while (!signIn->waitForEnd(pollInterval)) {
+    for (auto now = start;; now = std::chrono::system_clock::now()) {
+        if (now >= nextReport) {
+            context.reportProgress(++reported, total, "Waiting for the sign-in: " + spokenDuration(remaining(request, now)) + " left");
+            nextReport = now + progressInterval;
+        }
+        if (signIn->waitForEnd(pollInterval)) break;
         if (context.isCancelled()) signIn->cancel();
         if (!answered && question->response.wait_for(std::chrono::seconds(0)) == std::future_status::ready) {
             answered = true;
             const auto answer = answerIn(question->response.get());
             if (answer == Answer::unanswered) return std::nullopt;
             if (answer == Answer::refused) signIn->cancel();
-        }
-        if (const auto now = std::chrono::system_clock::now(); now >= nextReport) {
-            context.reportProgress(++reported, total, "Waiting for the sign-in: " + spokenDuration(remaining(request, now)) + " left");
-            nextReport = now + progressInterval;
         }
     }
     if (!answered) context.withdraw(*question);
