@@ -3,7 +3,7 @@
 // scripted browser, joining and clearing, and hosts with and without the dialog (elicitation).
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { readFileSync, writeFileSync } from 'node:fs';
+import { readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { OAuth2Server } from 'oauth2-mock-server';
 import { Client } from '@modelcontextprotocol/sdk/client/index.js';
@@ -102,7 +102,12 @@ test('device grant without a dialog: started, joined, polled through pending and
   assert.equal((await call('send_request', { request: 'Device call' })).isError, false);
   assert.equal(api.arrivals.at(-1).headers.authorization, `Bearer ${report.accessToken}`);
   assert.equal(stderr(), '');
-  for (const file of ['workspace.json', 'oauth-tokens.json']) assert.doesNotMatch(readFileSync(join(folder, file), 'utf8'), /WDJB|dev-123/);
+  // The token is only in the token cache; the history records the sent header masked.
+  const history = readdirSync(join(folder, 'history')).map((file) => readFileSync(join(folder, 'history', file), 'utf8')).join();
+  assert.match(history, /"Bearer •{6}"/);
+  for (const text of [history, readFileSync(join(folder, 'workspace.json'), 'utf8')]) {
+    assert.doesNotMatch(text, new RegExp(`WDJB|dev-123|${report.accessToken}`));
+  }
 });
 
 test('device grant: a denial and an expiry are told once, and clear ends a sign-in', { timeout: 20000 }, async (t) => {

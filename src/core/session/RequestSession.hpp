@@ -70,8 +70,9 @@ public:
     // The exchange (see HTTPRunner::send); a transport failure or a cancellation comes back as
     // a response with status 0 and its error.
     StoredResponse perform(const TransferControl& control = {}) const;
-    // Writes the response to the saved request's history (nothing for a one-off request). A
-    // send that used a token reports, as a failed save, a token cache that could not be written.
+    // Writes the response to the saved request's history (nothing for a one-off request), the
+    // OAuth 2 token masked wherever the request carried it. A send that used a token reports,
+    // as a failed save, a token cache that could not be written.
     SaveReport record(WorkspaceStore& store, const StoredResponse& response) const;
 
 private:
