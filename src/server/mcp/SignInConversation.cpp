@@ -11,7 +11,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr std::chrono::milliseconds pollInterval{250};
+constexpr std::chrono::milliseconds pollInterval{100};
 constexpr std::chrono::seconds progressInterval{1};
 
 // 899 s as "14 minutes 59 seconds".
