@@ -34,15 +34,17 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 TESSALINE_SANITIZED=1 
   TESSALINE_BIN="$PWD/build/asan/tessaline-mcp" node --test tests/e2e/
 
 # The message loop's threads under ThreadSanitizer: the server alone, against the end-to-end
-# files that drive a reader, the workspace thread and exchanges at once. A report stops the
-# server, which fails the test that drove it.
+# files that drive a reader, the workspace thread and exchanges at once, and sign-ins in the
+# background with calls that wait for them. A report stops the server, which fails the test
+# that drove it.
 step "Clang build of the server with ThreadSanitizer"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target tessaline-mcp
 step "end-to-end tests of the message loop (ThreadSanitizer)"
-TSAN_OPTIONS="halt_on_error=1 exitcode=66" TESSALINE_BIN="$PWD/build/tsan/tessaline-mcp" \
+TSAN_OPTIONS="halt_on_error=1 exitcode=66 suppressions=$PWD/scripts/tsan-suppressions.txt" \
+  TESSALINE_BIN="$PWD/build/tsan/tessaline-mcp" \
   node --test tests/e2e/long-calls.test.mjs tests/e2e/stdio.test.mjs \
-  tests/e2e/sending-tools.test.mjs tests/e2e/workspace-tools.test.mjs
+  tests/e2e/sending-tools.test.mjs tests/e2e/workspace-tools.test.mjs tests/e2e/sign-in.test.mjs
 
 step "fuzzing"
 FUZZ_SECONDS="${FUZZ_SECONDS:-15}" scripts/fuzz.sh

@@ -74,8 +74,11 @@ OAuth2Token run(const TokenEndpoint& endpoint, OAuth2Interaction& interaction, c
     while (true) {
         pause(interval, deadline, prompt, timing);
         try {
-            return endpoint.requestToken({{"grant_type", std::string(deviceCodeGrant)},
-                                          {"device_code", authorization.deviceCode}});
+            auto token = endpoint.requestToken({{"grant_type", std::string(deviceCodeGrant)},
+                                                {"device_code", authorization.deviceCode}});
+            // Dismissed while the poll was on its way: the person no longer wants the token.
+            if (prompt.isCancelled()) throw OAuth2Error::cancelled();
+            return token;
         } catch (const OAuth2Error& error) {
             if (error.kind() != OAuth2Error::Kind::server) throw;
             if (error.serverCode() == "slow_down") {

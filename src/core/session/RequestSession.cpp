@@ -3,6 +3,7 @@
 #include "core/http/HTTPRunner.hpp"
 #include "core/http/RequestBuilder.hpp"
 #include "core/oauth/CachedTokenLookup.hpp"
+#include "core/support/SecretMask.hpp"
 #include "core/variables/RequestBuildError.hpp"
 
 namespace tessaline {
@@ -46,9 +47,28 @@ StoredResponse RequestSession::perform(const TransferControl& control) const {
     return HTTPRunner().send(*outgoing, original, control);
 }
 
+namespace {
+
+// The response with every copy of the token's texts in the request it records masked.
+StoredResponse withTokenMasked(StoredResponse response, const OAuth2Token& token) {
+    const auto mask = [&token](std::string& text) {
+        for (const auto& secret : {std::optional(token.accessToken), token.idToken}) {
+            if (!secret || secret->empty()) continue;
+            for (auto at = text.find(*secret); at != std::string::npos; at = text.find(*secret, at + secretMask.size())) {
+                text.replace(at, secret->size(), secretMask);
+            }
+        }
+    };
+    mask(response.url);
+    for (auto& header : response.requestHeaders) mask(header.value);
+    return response;
+}
+
+}  // namespace
+
 SaveReport RequestSession::record(WorkspaceStore& store, const StoredResponse& response) const {
     if (!recorded) return {};
-    SaveReport saved = store.recordAndFlush(response);
+    SaveReport saved = store.recordAndFlush(token ? withTokenMasked(response, *token) : response);
     if (!saved.failure && token) saved.failure = store.oauthTokens().saveFailure();
     return saved;
 }

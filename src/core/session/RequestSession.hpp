@@ -48,6 +48,8 @@ public:
     const VariableResolver& resolver() const { return variables; }
     // Whether the auth is OAuth 2, so that authorize() has a token to obtain.
     bool usesOAuth2() const { return oauth.has_value(); }
+    // The OAuth 2 settings resolved with the session's variables; only when usesOAuth2().
+    const OAuth2ResolvedConfig& oauthConfig() const { return *oauth; }
     // Whether record() writes anything: false for a one-off request.
     bool recordsHistory() const { return recorded; }
 
@@ -68,8 +70,9 @@ public:
     // The exchange (see HTTPRunner::send); a transport failure or a cancellation comes back as
     // a response with status 0 and its error.
     StoredResponse perform(const TransferControl& control = {}) const;
-    // Writes the response to the saved request's history (nothing for a one-off request). A
-    // send that used a token reports, as a failed save, a token cache that could not be written.
+    // Writes the response to the saved request's history (nothing for a one-off request), the
+    // OAuth 2 token masked wherever the request carried it. A send that used a token reports,
+    // as a failed save, a token cache that could not be written.
     SaveReport record(WorkspaceStore& store, const StoredResponse& response) const;
 
 private:

@@ -1,6 +1,7 @@
 #include "server/app/LoopCall.hpp"
 
 #include "core/http/CurlEasy.hpp"
+#include "core/support/CompactJSON.hpp"
 #include "server/mcp/ProgressNotifier.hpp"
 
 
@@ -28,11 +29,13 @@ private:
 
 }  // namespace
 
-LoopCall::LoopCall(JSONRPCMessage request, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer)
+LoopCall::LoopCall(JSONRPCMessage request, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer,
+                   ResponseRouter& responses)
     : message(std::move(request)),
       workspaceQueue(workspace),
       exchangeSlots(slots),
       replies(writer),
+      router(responses),
       progressToken(progressTokenOf(message)) {}
 
 void LoopCall::holdReading(int input, std::function<void()> handOff) {
@@ -85,6 +88,23 @@ StoredResponse LoopCall::exchange(const RequestSession& session) {
         control.progress(TransferProgress{});
     }
     return session.perform(control);
+}
+
+
+std::optional<ResponseRouter::Expected> LoopCall::askHost(const std::string& method, const nlohmann::json& params) {
+    auto request = router.expectNew();
+    replies.write(R"({"id":)" + request.id + R"(,"jsonrpc":"2.0","method":)" + nlohmann::json(method).dump() +
+                  R"(,"params":)" + compactJSON::encode(params) + "}");
+    return request;
+}
+
+void LoopCall::withdraw(const ResponseRouter::Expected& request) {
+    router.forget(request.id);
+    replies.write(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":)" + request.id + "}}");
+}
+
+void LoopCall::reportProgress(std::uint64_t progress, std::optional<std::uint64_t> total, const std::string& text) {
+    if (!progressToken.empty()) replies.write(ProgressNotifier::notification(progressToken, progress, total, text));
 }
 
 }  // namespace tessaline

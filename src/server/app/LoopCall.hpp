@@ -20,14 +20,14 @@ namespace tessaline {
 // carried a progress token, write progress notifications.
 class LoopCall : public CallContext {
 public:
-    LoopCall(JSONRPCMessage message, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer);
+    LoopCall(JSONRPCMessage message, WorkspaceQueue& workspace, ExchangeSlots& slots, ReplyWriter& writer,
+             ResponseRouter& responses);
 
     const JSONRPCMessage& request() const { return message; }
 
     // Any thread: no reply will be written, a step not yet begun never runs and a running
     // exchange is aborted.
     void cancel() { cancelled = true; }
-    bool isCancelled() const { return cancelled; }
 
     // Before the call runs on the thread that reads the input: `handOff` gives the reading to
     // another thread, and the call calls it (once, on its own thread) as soon as it would wait
@@ -41,6 +41,10 @@ public:
     void runOnWorkspace(const std::function<void()>& step) override;
     StoredResponse exchange(const RequestSession& session) override;
     void leaveWorkspace() override;
+    bool isCancelled() const override { return cancelled; }
+    std::optional<ResponseRouter::Expected> askHost(const std::string& method, const nlohmann::json& params) override;
+    void withdraw(const ResponseRouter::Expected& request) override;
+    void reportProgress(std::uint64_t progress, std::optional<std::uint64_t> total, const std::string& text) override;
 
 private:
     void handReadingOn();
@@ -50,6 +54,7 @@ private:
     WorkspaceQueue& workspaceQueue;
     ExchangeSlots& exchangeSlots;
     ReplyWriter& replies;
+    ResponseRouter& router;
     std::string progressToken;  // its JSON text; empty when the call carried none
     std::atomic<bool> cancelled{false};
     // State below is used by the call's own thread only.

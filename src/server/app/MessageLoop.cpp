@@ -34,6 +34,8 @@ void MessageLoop::read() {
             return;
         }
     }
+    // A call waiting for a person's sign-in would wait for a host that is gone.
+    server.endSignIns();
     // Notified under the lock: once run() sees the end, the loop may be destroyed.
     const std::lock_guard guard(lock);
     inputEnded = true;
@@ -59,7 +61,7 @@ bool MessageLoop::take(std::string_view line) {
 }
 
 bool MessageLoop::queue(JSONRPCMessage message) {
-    auto call = std::make_shared<LoopCall>(std::move(message), workspace, slots, writer);
+    auto call = std::make_shared<LoopCall>(std::move(message), workspace, slots, writer, router);
     {
         const std::lock_guard guard(lock);
         pending.insert_or_assign(call->request().id, call);

@@ -2,9 +2,14 @@
 
 #include "core/model/StoredResponse.hpp"
 #include "core/session/RequestSession.hpp"
+#include "server/mcp/ResponseRouter.hpp"
 
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -27,6 +32,17 @@ public:
     // Says that what the call does next touches no workspace and may take long (an OAuth 2
     // token request), so that later calls need not wait for it.
     virtual void leaveWorkspace() = 0;
+
+    // Whether the host cancelled the call (its reply will not be written).
+    virtual bool isCancelled() const = 0;
+    // Sends the host a request of the server's; the host's response line comes through the
+    // result. Nothing when no host can answer this call (a call handled without the loop).
+    virtual std::optional<ResponseRouter::Expected> askHost(const std::string& method, const nlohmann::json& params) = 0;
+    // Tells the host that the server no longer needs the response to `request`.
+    virtual void withdraw(const ResponseRouter::Expected& request) = 0;
+    // A progress notification, when the call carried a progress token: `progress` must grow
+    // from one notification to the next.
+    virtual void reportProgress(std::uint64_t progress, std::optional<std::uint64_t> total, const std::string& message) = 0;
 
     // runOnWorkspace() for a step with a result.
     template <typename Step>

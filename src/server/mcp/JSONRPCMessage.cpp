@@ -34,8 +34,8 @@ std::string withoutWhitespace(std::string_view text) {
 
 // The grammar's handler for one line. Depth 0 is the line's value, which must be an object;
 // the values at depth 1 are its members. Where the value at hand sits is kept as far down as
-// params._meta.progressToken, and the params of a tools/call are built as a tree as they are
-// read.
+// params._meta.progressToken, and the params of a tools/call or an initialize are built as a
+// tree as they are read.
 class EnvelopeReader {
 public:
     EnvelopeReader(std::string_view text, JSONRPCMessage& into) : line(text), message(into) {}
@@ -71,7 +71,7 @@ public:
     void string(std::size_t from) {
         if (depth == 1 && at[1] == Member::method) {
             message.method = scratch.substr(from);
-            treeWanted = message.method == "tools/call";
+            treeWanted = message.method == "tools/call" || message.method == "initialize";
             if (!treeWanted) stopTree();
         }
         if (building) add(scratch.substr(from));
@@ -156,8 +156,8 @@ private:
         }
     }
 
-    // Only tools/call reads its params: once the method is known to be another, or the params
-    // are too many or hold a number no double holds, they are not built.
+    // Only tools/call and initialize read their params: once the method is known to be
+    // another, or the params are too many or hold a number no double holds, they are not built.
     void stopTree() {
         message.params = nullptr;
         building = false;

@@ -23,8 +23,8 @@ struct JSONRPCMessage {
     std::string id;
     // The method when it is a text, else empty.
     std::string method;
-    // The params when they are an object of at most paramsValueLimit values whose numbers
-    // all fit a double, else null.
+    // The params of a tools/call or an initialize when they are an object of at most
+    // paramsValueLimit values whose numbers all fit a double, else null.
     nlohmann::json params;
     // How many values "params" holds, itself and those in its containers at any depth.
     std::size_t paramsValues = 0;

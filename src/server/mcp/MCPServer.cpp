@@ -31,10 +31,20 @@ std::string toolResult(const std::string& text, bool isError) {
     return result;
 }
 
+// Whether initialize's params declare the elicitation capability in form mode: an empty
+// object (protocol versions before form and URL modes), or one with "form".
+bool showsForms(const json& params) {
+    const auto capabilities = params.find("capabilities");
+    if (capabilities == params.end() || !capabilities->is_object()) return false;
+    const auto elicitation = capabilities->find("elicitation");
+    return elicitation != capabilities->end() && elicitation->is_object() &&
+           (elicitation->empty() || elicitation->contains("form"));
+}
+
 json errorObject(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
-// The params of a tools/call, the only method that reads its params: they became a tree only
-// when they hold no more values than a tool's arguments ever need.
+// The params of a tools/call, the only method that fails for its params: they became a tree
+// only when they hold no more values than a tool's arguments ever need.
 const json& toolCallParams(const JSONRPCMessage& message) {
     static const json none = json::object();
     if (message.paramsValues > MCPServer::paramsValueLimit) throw MCPError::tooManyParams(MCPServer::paramsValueLimit);
@@ -76,6 +86,10 @@ public:
     void runOnWorkspace(const std::function<void()>& step) override { step(); }
     StoredResponse exchange(const RequestSession& session) override { return session.perform(); }
     void leaveWorkspace() override {}
+    bool isCancelled() const override { return false; }
+    std::optional<ResponseRouter::Expected> askHost(const std::string&, const json&) override { return std::nullopt; }
+    void withdraw(const ResponseRouter::Expected&) override {}
+    void reportProgress(std::uint64_t, std::optional<std::uint64_t>, const std::string&) override {}
 };
 
 }  // namespace
@@ -98,7 +112,7 @@ std::string MCPServer::reply(const JSONRPCMessage& request) {
 
 std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
     try {
-        if (answersAtOnce(request)) return replyLine(request.id, Outcome::result, dispatch(request.method));
+        if (answersAtOnce(request)) return replyLine(request.id, Outcome::result, dispatch(request));
         return envelope(request.id, Outcome::result, callToolResult(toolCallParams(request), call));
     } catch (const MCPError& error) {
         return replyLine(request.id, Outcome::error, errorObject(error.code(), error.message()));
@@ -118,8 +132,11 @@ std::string MCPServer::lineTooLong() {
     return replyLine("null", Outcome::error, errorObject(error.code(), error.message()));
 }
 
-json MCPServer::dispatch(const std::string& method) {
+json MCPServer::dispatch(const JSONRPCMessage& request) {
+    const auto& method = request.method;
     if (method == "initialize") {
+        // Read only for what the host can do; initialize never fails for its params.
+        hostShowsForms = showsForms(request.params.is_object() ? request.params : json::object());
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
                 {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},
@@ -151,7 +168,8 @@ std::string MCPServer::callToolResult(const json& params, CallContext& call) {
 std::string MCPServer::callTool(const std::string& name, const json& arguments, CallContext& call) {
     const auto* tool = toolCatalog::find(name);
     if (tool == nullptr) throw MCPError::unknownTool(name);
-    return tool->handler({.store = store, .oauth = oauth, .call = call}, arguments);
+    return tool->handler(
+        {.store = store, .oauth = oauth, .signIns = signIns, .call = call, .hostShowsForms = hostShowsForms}, arguments);
 }
 
 }  // namespace tessaline

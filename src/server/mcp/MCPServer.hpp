@@ -1,12 +1,14 @@
 #pragma once
 
 #include "core/oauth/OAuth2Service.hpp"
+#include "core/oauth/SignInRegistry.hpp"
 #include "core/storage/WorkspaceStore.hpp"
 #include "server/mcp/CallContext.hpp"
 #include "server/mcp/JSONRPCMessage.hpp"
 
 #include <nlohmann/json.hpp>
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,7 +19,7 @@ namespace tessaline {
 // Context Protocol's stdio transport speaks it. Requests get exactly one reply; messages
 // without an id (or with a null id) are notifications and get none. handle() and reply()
 // never throw: every failure becomes a reply. The server owns the OAuth 2 service its tools
-// obtain tokens from.
+// obtain tokens from, and the sign-ins they start.
 class MCPServer {
 public:
     static constexpr std::string_view protocolVersion = "2025-06-18";
@@ -28,6 +30,10 @@ public:
     static constexpr std::size_t paramsValueLimit = JSONRPCMessage::paramsValueLimit;
 
     explicit MCPServer(WorkspaceStore& store);
+
+    // Ends the sign-ins that wait for a person, and those started later at once, for when the
+    // input ends: the calls that wait for them then answer.
+    void endSignIns() { signIns.close(); }
 
     // The whole handling of one line on this thread, sends included: the reply line without
     // its line feed, or nothing for a notification.
@@ -48,7 +54,7 @@ public:
 
     // The result of every method but tools/call, which callToolResult() answers. Throws
     // MCPError for unknown methods.
-    nlohmann::json dispatch(const std::string& method);
+    nlohmann::json dispatch(const JSONRPCMessage& request);
 
     // Runs one tool and returns its text. Throws MCPError(-32601) for an unknown name and
     // any other error for a failed tool, which dispatch turns into an isError result.
@@ -60,6 +66,9 @@ private:
 
     WorkspaceStore& store;
     OAuth2Service oauth;
+    SignInRegistry signIns{oauth};
+    // Whether the host's initialize declared that it shows forms to its user.
+    std::atomic<bool> hostShowsForms{false};
 };
 
 }  // namespace tessaline

@@ -2,7 +2,9 @@
 
 #include "core/oauth/OAuth2ResolvedConfig.hpp"
 #include "core/session/RequestSession.hpp"
+#include "core/variables/RequestBuildError.hpp"
 #include "server/mcp/SavedAnswer.hpp"
+#include "server/mcp/SignInConversation.hpp"
 #include "server/mcp/ToolArguments.hpp"
 #include "server/mcp/ToolError.hpp"
 #include "server/mcp/WorkspaceTools.hpp"
@@ -14,12 +16,7 @@ namespace args = toolArguments;
 
 namespace {
 
-// What the token belongs to: a name for messages, its auth and the variables it sees.
-struct Target {
-    std::string name;
-    Auth auth;
-    VariableResolver resolver;
-};
+OAuth2Config settingsOf(const OAuthTools::Target& target) { return target.auth.oauth2.value_or(OAuth2Config{}); }
 
 json report(const std::string& owner, const OAuth2ResolvedConfig& config, const OAuth2Token& token, bool reveal,
             Date now) {
@@ -36,7 +33,8 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
                    {"scope", token.scope ? json(*token.scope) : json(nullptr)},
                    {"accessToken", reveal ? token.accessToken : std::string(WorkspaceTools::secretMask)}};
     if (!valid) {
-        result["hint"] = token.canRefresh() ? "The token has expired. Use action=refresh."
+        result["hint"] = token.canRefresh()                  ? "The token has expired. Use action=refresh."
+                         : SignInRegistry::runsHere(config) ? "The token has expired. Use action=new to sign in again."
                          : isInteractive(config.grant)
                              ? "The token has expired. Sign in again in the Tessaline app (Auth tab \u2192 Get New Token)."
                              : "The token has expired. Use action=new.";
@@ -60,34 +58,66 @@ std::string OAuthTools::oauthToken(const json& arguments) {
     if (target.auth.kind != AuthKind::oauth2) {
         throw ToolError(target.name + " uses " + std::string(label(target.auth.kind)) + ", not OAuth 2.0.");
     }
-
-    const OAuth2Config settings = target.auth.oauth2.value_or(OAuth2Config{});
-    const OAuth2ResolvedConfig config = resolved(settings, target.resolver);
-    const std::string key = config.cacheKey();
-    OAuth2TokenCache& cache = store.oauthTokens();
-    cache.reloadIfChanged();
+    store.oauthTokens().reloadIfChanged();
 
     const std::string action = args::text(arguments, "action").value_or("status");
     const bool reveal = args::flag(arguments, "reveal");
-    const Date now = target.resolver.now();
-    if (action == "status") {
-        if (const auto token = cache.tokenForKey(key)) return args::pretty(report(target.name, config, *token, reveal, now));
-        return isInteractive(config.grant) ? "No token yet. Sign in once in the Tessaline app (Auth tab \u2192 Get New Token)."
-                                         : "No token yet. Use action=new.";
-    }
-    if (action == "refresh" || action == "new") {
-        const auto mode = action == "new" ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh;
-        if (mode == OAuth2Service::Mode::renew) cache.remove(key);
-        // The grant runs on a thread of the service's; this one waits for it.
-        const OAuth2Token token = oauth.token(settings, target.resolver, mode);
-        return savedAnswer({.failure = cache.saveFailure()},
-                           args::pretty(report(target.name, config, token, reveal, target.resolver.now())));
-    }
+    if (action == "status") return status(target, reveal);
+    if (action == "refresh" || action == "new") return obtain(target, action == "new", reveal);
     if (action == "clear") {
-        cache.remove(key);
-        return savedAnswer({.failure = cache.saveFailure()}, "Cleared the cached OAuth 2 token for " + target.name);
+        const auto key = resolved(settingsOf(target), target.resolver).cacheKey();
+        signIns.end(key);
+        store.oauthTokens().remove(key);
+        return savedAnswer({.failure = store.oauthTokens().saveFailure()},
+                           "Cleared the cached OAuth 2 token for " + target.name);
     }
     throw ToolError("action must be status, refresh, new or clear");
+}
+
+std::string OAuthTools::status(const Target& target, bool reveal) {
+    const OAuth2ResolvedConfig config = resolved(settingsOf(target), target.resolver);
+    const auto key = config.cacheKey();
+    if (const auto signIn = signIns.find(key)) {
+        signIn->waitUntilStarted();
+        if (!signIn->hasEnded()) return SignInConversation::runningText(*signIn->request(), target.name, target.resolver.now());
+        signIns.forget(key, signIn);
+        try {
+            signIn->outcome();
+        } catch (const std::exception& failure) {
+            throw ToolError("The sign-in for " + target.name + " ended without a token: " + failure.what() +
+                            "\nUse action=new to sign in again.");
+        }
+    }
+    if (const auto token = store.oauthTokens().tokenForKey(key)) {
+        return args::pretty(report(target.name, config, *token, reveal, target.resolver.now()));
+    }
+    if (SignInRegistry::runsHere(config)) return "No token yet. Use action=new to sign in.";
+    return isInteractive(config.grant) ? "No token yet. Sign in once in the Tessaline app (Auth tab \u2192 Get New Token)."
+                                       : "No token yet. Use action=new.";
+}
+
+std::string OAuthTools::obtain(const Target& target, bool renew, bool reveal) {
+    const OAuth2Config settings = settingsOf(target);
+    const OAuth2ResolvedConfig config = resolved(settings, target.resolver);
+    OAuth2TokenCache& cache = store.oauthTokens();
+    const auto key = config.cacheKey();
+    const auto running = signIns.find(key);
+    const bool joins = running && !running->hasEnded();
+    if (renew && !joins) cache.remove(key);
+    OAuth2Token token;
+    if (renew && SignInRegistry::runsHere(config)) {
+        if (auto names = unresolvedNames(settings, target.resolver); !names.empty()) {
+            throw RequestBuildError::unresolvedVariables(std::move(names));
+        }
+        auto outcome = SignInConversation(signIns, call, hostShowsForms).attend(config, target.name);
+        if (const auto* text = std::get_if<std::string>(&outcome)) return *text;
+        token = std::get<OAuth2Token>(std::move(outcome));
+    } else {
+        // The grant runs on a thread of the service's; this one waits for it.
+        token = oauth.token(settings, target.resolver, renew ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh);
+    }
+    return savedAnswer({.failure = cache.saveFailure()},
+                       args::pretty(report(target.name, config, token, reveal, target.resolver.now())));
 }
 
 }  // namespace tessaline

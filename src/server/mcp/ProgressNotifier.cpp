@@ -32,10 +32,15 @@ std::optional<std::string> ProgressNotifier::line(const TransferProgress& progre
     if (lastAt && now - *lastAt < interval) return std::nullopt;
     lastProgress = lastAt ? std::max(progress.received, lastProgress + 1) : progress.received;
     lastAt = now;
+    return notification(progressToken, lastProgress, progress.total, message(progress));
+}
+
+std::string ProgressNotifier::notification(const std::string& token, std::uint64_t progress,
+                                           std::optional<std::uint64_t> total, const std::string& description) {
     std::string text = R"({"jsonrpc":"2.0","method":"notifications/progress","params":{"message":)";
-    text += nlohmann::json(message(progress)).dump();
-    text += ",\"progress\":" + std::to_string(lastProgress) + ",\"progressToken\":" + progressToken;
-    if (progress.total) text += ",\"total\":" + std::to_string(*progress.total);
+    text += nlohmann::json(description).dump();
+    text += ",\"progress\":" + std::to_string(progress) + ",\"progressToken\":" + token;
+    if (total) text += ",\"total\":" + std::to_string(*total);
     return text + "}}";
 }
 

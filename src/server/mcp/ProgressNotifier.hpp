@@ -29,6 +29,10 @@ public:
     // `interval` has passed since the last one, else nothing.
     std::optional<std::string> line(const TransferProgress& progress, Clock::time_point now);
 
+    // One notification line for the progress token `token` (its JSON text).
+    static std::string notification(const std::string& token, std::uint64_t progress, std::optional<std::uint64_t> total,
+                                    const std::string& message);
+
 private:
     std::string progressToken;
     std::optional<Clock::time_point> lastAt;

@@ -10,6 +10,22 @@ std::future<std::string> ResponseRouter::expect(const std::string& id) {
     return future;
 }
 
+ResponseRouter::Expected ResponseRouter::expectNew() {
+    std::uint64_t number = 0;
+    {
+        const std::lock_guard guard(lock);
+        number = ++issued;
+    }
+    auto id = "\"tessaline-" + std::to_string(number) + "\"";
+    auto response = expect(id);
+    return {std::move(id), std::move(response)};
+}
+
+void ResponseRouter::forget(const std::string& id) {
+    const std::lock_guard guard(lock);
+    waiting.erase(id);
+}
+
 bool ResponseRouter::deliver(const std::string& id, std::string line) {
     std::promise<std::string> promise;
     {

@@ -5,7 +5,9 @@
 #include "server/mcp/EmbeddedJSON.hpp"
 #include "server/mcp/EventListing.hpp"
 #include "server/mcp/RequestFields.hpp"
+#include "core/oauth/OAuth2Error.hpp"
 #include "server/mcp/SavedAnswer.hpp"
+#include "server/mcp/SignInConversation.hpp"
 #include "server/mcp/ToolArguments.hpp"
 #include "server/mcp/ToolError.hpp"
 
@@ -93,13 +95,30 @@ std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<Req
     });
     if (session.usesOAuth2()) {
         call.leaveWorkspace();
-        session.authorize(oauth);
+        authorize(session);
         call.onWorkspace([&] { session.build(); });
     }
     StoredResponse response = call.exchange(session);
     if (!session.recordsHistory()) return {std::move(response), SaveReport{}};
     SaveReport saved = call.onWorkspace([&] { return session.record(store, response); });
     return {std::move(response), std::move(saved)};
+}
+
+void SendingTools::authorize(RequestSession& session) {
+    const auto& config = session.oauthConfig();
+    const auto attend = [&] {
+        const auto outcome = SignInConversation(signIns, call, hostShowsForms).attend(config, session.request().name);
+        if (const auto* text = std::get_if<std::string>(&outcome)) throw ToolError(*text);
+    };
+    // A send during a sign-in answers with it rather than wait for the person.
+    if (const auto running = signIns.find(config.cacheKey()); running && !running->hasEnded()) attend();
+    try {
+        session.authorize(oauth);
+    } catch (const OAuth2Error& error) {
+        if (error.kind() != OAuth2Error::Kind::interactionRequired || !SignInRegistry::runsHere(config)) throw;
+        attend();
+        session.authorize(oauth);
+    }
 }
 
 std::string SendingTools::sendRequest(const json& arguments) {

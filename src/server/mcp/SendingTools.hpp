@@ -21,7 +21,12 @@ public:
     static constexpr int defaultBodyLimit = 20000;
 
     explicit SendingTools(const ToolServices& services)
-        : store(services.store), oauth(services.oauth), call(services.call), lookup(services.store) {}
+        : store(services.store),
+          oauth(services.oauth),
+          signIns(services.signIns),
+          call(services.call),
+          hostShowsForms(services.hostShowsForms),
+          lookup(services.store) {}
 
     std::string sendRequest(const nlohmann::json& arguments);
     std::string sendAdhoc(const nlohmann::json& arguments);
@@ -37,10 +42,16 @@ private:
     // The session `prepare` makes on the workspace, authorized off it, built on it, exchanged,
     // and recorded on it.
     std::pair<StoredResponse, SaveReport> send(const std::function<RequestSession()>& prepare);
+    // The session's OAuth 2 token. A grant that needs a person goes through a sign-in that the
+    // call starts or joins when the server can see it through: the send then fails with what
+    // the user must do, unless the host's dialog saw the sign-in through.
+    void authorize(RequestSession& session);
 
     WorkspaceStore& store;
     OAuth2Service& oauth;
+    SignInRegistry& signIns;
     CallContext& call;
+    bool hostShowsForms;
     ToolLookup lookup;
 };
 

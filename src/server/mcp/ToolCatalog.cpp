@@ -208,9 +208,12 @@ std::vector<ToolDefinition> build() {
          .description = "OAuth 2 token for a request (its own or inherited auth) or a collection's default auth. "
                         "action=status shows whether a token is cached and when it expires; refresh uses the "
                         "refresh token or re-runs a non-interactive grant; new discards the cached token and runs "
-                        "the grant; clear forgets it. Authorization-code and device-code grants need a person: "
-                        "sign in once in the Tessaline app, after which refreshes work here. Tokens are masked "
-                        "unless reveal=true.",
+                        "the grant; clear forgets it. Device-code grants, and authorization-code grants whose "
+                        "redirect goes to 127.0.0.1 or localhost, need a person: new (or a send that needs the token) "
+                        "starts the sign-in and answers with the address and code to give the user, or shows them in "
+                        "the host's dialog and waits; status then tells how it goes. Other authorization-code "
+                        "redirects need one sign-in in the Tessaline app, after which refreshes work here. Tokens "
+                        "are masked unless reveal=true.",
          .inputSchema = schema({{"request", requestRef},
                                 {"collection", str("Collection name or id (instead of request)")},
                                 {"action", str("status (default) | refresh | new | clear")},

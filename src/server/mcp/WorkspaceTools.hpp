@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/storage/WorkspaceStore.hpp"
+#include "core/support/SecretMask.hpp"
 #include "server/mcp/ToolLookup.hpp"
 #include "server/mcp/ToolServices.hpp"
 
@@ -15,7 +16,7 @@ namespace tessaline {
 // desktop client sees it at once, and a save that fails makes the call fail (savedAnswer).
 class WorkspaceTools {
 public:
-    static constexpr std::string_view secretMask = "\u2022\u2022\u2022\u2022\u2022\u2022";
+    static constexpr std::string_view secretMask = tessaline::secretMask;
 
     explicit WorkspaceTools(const ToolServices& services) : store(services.store), lookup(services.store) {}
 

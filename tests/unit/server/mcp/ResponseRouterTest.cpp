@@ -22,5 +22,17 @@ TEST(ResponseRouterTest, HandsAResponseToWhoeverWaitsForItsIdAndDropsTheRest) {
     EXPECT_FALSE(router.deliver(message->id, line));  // only once
 }
 
+TEST(ResponseRouterTest, RequestsOfTheServerGetFreshIdsAndAForgottenOneDropsItsResponse) {
+    ResponseRouter router;
+    auto first = router.expectNew();
+    auto second = router.expectNew();
+    EXPECT_EQ(R"("tessaline-1")", first.id);
+    EXPECT_EQ(R"("tessaline-2")", second.id);
+    router.forget(first.id);
+    EXPECT_FALSE(router.deliver(first.id, "late"));
+    EXPECT_TRUE(router.deliver(second.id, "answer"));
+    EXPECT_EQ("answer", second.response.get());
+}
+
 }  // namespace
 }  // namespace tessaline
