@@ -41,7 +41,7 @@ step "Clang build of the server with ThreadSanitizer"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target tessaline-mcp
 step "end-to-end tests of the message loop (ThreadSanitizer)"
-TSAN_OPTIONS="halt_on_error=1 exitcode=66 suppressions=$PWD/scripts/tsan-suppressions.txt" \
+TSAN_OPTIONS="halt_on_error=1 exitcode=66" \
   TESSALINE_BIN="$PWD/build/tsan/tessaline-mcp" \
   node --test tests/e2e/long-calls.test.mjs tests/e2e/stdio.test.mjs \
   tests/e2e/sending-tools.test.mjs tests/e2e/workspace-tools.test.mjs tests/e2e/sign-in.test.mjs

@@ -23,6 +23,10 @@ public:
     static OAuth2Error cancelled();
     static OAuth2Error timedOut();
 
+    // The same error in storage of its own: a copied runtime_error shares its text, counted
+    // inside libstdc++, with the original, which another thread may still hold.
+    OAuth2Error unshared() const { return OAuth2Error(errorKind, std::string(what()), serverErrorCode); }
+
     Kind kind() const { return errorKind; }
     // The server's error code ("invalid_grant", "slow_down", "http_502"); empty for other kinds.
     const std::string& serverCode() const { return serverErrorCode; }

@@ -36,7 +36,18 @@ OAuth2Token OAuth2Service::token(const OAuth2ResolvedConfig& config, Mode mode, 
     auto cached = tokenCache.tokenForKey(key);
     if (mode == Mode::reuse && cached && cached->isUsable(timings.now(), leeway)) return *cached;
     if (mode == Mode::renew) cached.reset();
-    return acquisition(key, config, std::move(cached), interaction).get();
+    // A failure is rethrown in storage of its own, made while this thread still holds the
+    // acquisition: the exception shared with the acquisition's thread is then freed after the
+    // copy in an order that ThreadSanitizer sees, which libstdc++'s own count of an
+    // exception's holders, built without its instrumentation, would hide.
+    const auto pending = acquisition(key, config, std::move(cached), interaction);
+    try {
+        return pending.get();
+    } catch (const OAuth2Error& error) {
+        throw error.unshared();
+    } catch (const Error& error) {
+        throw Error(std::string(error.what()));
+    }
 }
 
 std::shared_future<OAuth2Token> OAuth2Service::acquisition(const std::string& key, const OAuth2ResolvedConfig& config,

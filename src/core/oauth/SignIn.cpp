@@ -24,7 +24,7 @@ std::string SignIn::signIn(const std::string&, const std::string&, const OAuth2R
     throw OAuth2Error::cancelled();
 }
 
-void SignIn::end(std::optional<OAuth2Token> obtained, std::exception_ptr thrown) {
+void SignIn::end(std::optional<OAuth2Token> obtained, std::optional<std::string> thrown) {
     const std::lock_guard guard(lock);
     token = std::move(obtained);
     failure = std::move(thrown);
@@ -65,7 +65,7 @@ bool SignIn::wasCancelled() {
 
 OAuth2Token SignIn::outcome() {
     const std::lock_guard guard(lock);
-    if (failure) std::rethrow_exception(failure);
+    if (failure) throw Error(*failure);
     return *token;
 }
 

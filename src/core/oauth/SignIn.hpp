@@ -6,10 +6,10 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace tessaline {
 
@@ -33,8 +33,8 @@ public:
     std::string signIn(const std::string& authorizationURL, const std::string& redirectURI,
                        const OAuth2RedirectMode& mode) override;
 
-    // By the thread that ran the grant, once: its token, or what it threw.
-    void end(std::optional<OAuth2Token> token, std::exception_ptr failure);
+    // By the thread that ran the grant, once: its token, or the text of what it threw.
+    void end(std::optional<OAuth2Token> token, std::optional<std::string> failure);
     // Makes the flow end with OAuth2Error::cancelled the next time it looks: within a quarter
     // of a second while it waits for the person, or as soon as it shows its prompt.
     void cancel();
@@ -48,7 +48,9 @@ public:
     std::optional<Request> request();
     bool hasEnded();
     bool wasCancelled();
-    // The token it obtained; rethrows its failure. Only once it has ended.
+    // The token it obtained; throws an Error with its failure's text. Only once it has ended.
+    // The text is kept rather than the exception, which each caller would otherwise share
+    // with the grant's thread.
     OAuth2Token outcome();
 
 private:
@@ -62,7 +64,7 @@ private:
     bool cancelled = false;
     bool ended = false;
     std::optional<OAuth2Token> token;
-    std::exception_ptr failure;
+    std::optional<std::string> failure;
 };
 
 }  // namespace tessaline

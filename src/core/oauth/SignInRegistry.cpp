@@ -49,15 +49,15 @@ std::shared_ptr<SignIn> SignInRegistry::begin(const OAuth2ResolvedConfig& config
 void SignInRegistry::run(std::shared_ptr<SignIn> signIn, const OAuth2ResolvedConfig& config) {
     while (true) {
         try {
-            signIn->end(tokens.token(config, OAuth2Service::Mode::renew, signIn.get()), nullptr);
+            signIn->end(tokens.token(config, OAuth2Service::Mode::renew, signIn.get()), std::nullopt);
             break;
         } catch (const OAuth2Error& error) {
             // The service joined an ended sign-in of the same key that was still finishing.
             if (error.kind() == OAuth2Error::Kind::cancelled && !signIn->wasCancelled()) continue;
-            signIn->end(std::nullopt, std::current_exception());
+            signIn->end(std::nullopt, error.what());
             break;
-        } catch (...) {
-            signIn->end(std::nullopt, std::current_exception());
+        } catch (const std::exception& error) {
+            signIn->end(std::nullopt, error.what());
             break;
         }
     }
