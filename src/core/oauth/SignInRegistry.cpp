@@ -51,12 +51,10 @@ void SignInRegistry::run(std::shared_ptr<SignIn> signIn, const OAuth2ResolvedCon
         try {
             signIn->end(tokens.token(config, OAuth2Service::Mode::renew, signIn.get()), std::nullopt);
             break;
-        } catch (const OAuth2Error& error) {
-            // The service joined an ended sign-in of the same key that was still finishing.
-            if (error.kind() == OAuth2Error::Kind::cancelled && !signIn->wasCancelled()) continue;
-            signIn->end(std::nullopt, error.what());
-            break;
         } catch (const std::exception& error) {
+            // The service joined an ended sign-in of the same key that was still finishing.
+            const auto* oauth = dynamic_cast<const OAuth2Error*>(&error);
+            if (oauth && oauth->kind() == OAuth2Error::Kind::cancelled && !signIn->wasCancelled()) continue;
             signIn->end(std::nullopt, error.what());
             break;
         }

@@ -90,7 +90,6 @@ StoredResponse LoopCall::exchange(const RequestSession& session) {
     return session.perform(control);
 }
 
-
 std::optional<ResponseRouter::Expected> LoopCall::askHost(const std::string& method, const nlohmann::json& params) {
     auto request = router.expectNew();
     replies.write(R"({"id":)" + request.id + R"(,"jsonrpc":"2.0","method":)" + nlohmann::json(method).dump() +

@@ -31,8 +31,8 @@ std::string toolResult(const std::string& text, bool isError) {
     return result;
 }
 
-// Whether initialize's params declare the elicitation capability in form mode: an empty
-// object (protocol versions before form and URL modes), or one with "form".
+// Whether initialize's params (an object, or null) declare the elicitation capability in form
+// mode: an empty object (protocol versions before form and URL modes), or one with "form".
 bool showsForms(const json& params) {
     const auto capabilities = params.find("capabilities");
     if (capabilities == params.end() || !capabilities->is_object()) return false;
@@ -136,7 +136,7 @@ json MCPServer::dispatch(const JSONRPCMessage& request) {
     const auto& method = request.method;
     if (method == "initialize") {
         // Read only for what the host can do; initialize never fails for its params.
-        hostShowsForms = showsForms(request.params.is_object() ? request.params : json::object());
+        hostShowsForms = showsForms(request.params);
         return {{"protocolVersion", protocolVersion},
                 {"capabilities", {{"tools", {{"listChanged", false}}}}},
                 {"serverInfo", {{"name", serverName}, {"version", projectVersion()}}},

@@ -1,11 +1,11 @@
 #include "server/mcp/SendingTools.hpp"
 
 #include "core/http/HTTPStatus.hpp"
+#include "core/oauth/OAuth2Error.hpp"
 #include "core/support/UnicodeText.hpp"
 #include "server/mcp/EmbeddedJSON.hpp"
 #include "server/mcp/EventListing.hpp"
 #include "server/mcp/RequestFields.hpp"
-#include "core/oauth/OAuth2Error.hpp"
 #include "server/mcp/SavedAnswer.hpp"
 #include "server/mcp/SignInConversation.hpp"
 #include "server/mcp/ToolArguments.hpp"
