@@ -3,10 +3,16 @@
 // three sends at once to a 300 ms server, progress notifications per second of a 5 s send, one
 // send at a time beside a C program that performs the same GETs with one libcurl handle, and
 // peak memory while 8 sends receive 300 MB bodies at once.
+// Where taskset and two CPUs are at hand, the one-at-a-time figures are taken with this script
+// on one CPU and both programs on another, then with all three on one CPU: left to itself, the
+// scheduler now and then keeps one program beside this script for a whole run and not the
+// other, and a wake-up on the same CPU costs a third of one across CPUs, which swung the ratio
+// between 1.0 and 3.5 from run to run of the same builds.
 // Usage: node bench/long-calls.mjs <tessaline-mcp> <send-floor> <workspace folder>
-import { spawn } from 'node:child_process';
+import { spawn, spawnSync } from 'node:child_process';
 import { createServer } from 'node:http';
 import { readFileSync } from 'node:fs';
+import { availableParallelism } from 'node:os';
 import { performance } from 'node:perf_hooks';
 
 const [binary, floor, workspace] = process.argv.slice(2);
@@ -38,8 +44,10 @@ const base = `http://127.0.0.1:${server.address().port}`;
 
 // A process on pipes: `send(line)`, and `until(match)` resolving with the first line that
 // matches, read already or still to come, and the time it was read; `nth(k)` with line k.
-function start(command, args) {
-  const child = spawn(command, args, { stdio: ['pipe', 'pipe', 'ignore'] });
+// `cpu`, when given, is the only CPU the process may run on.
+function start(command, args, cpu) {
+  const [file, argv] = cpu === undefined ? [command, args] : ['taskset', ['-c', String(cpu), command, ...args]];
+  const child = spawn(file, argv, { stdio: ['pipe', 'pipe', 'ignore'] });
   const lines = [];
   const waiting = [];
   let partial = '';
@@ -64,12 +72,15 @@ function start(command, args) {
     end: () => new Promise((resolve) => { child.on('close', resolve); child.stdin.end(); }),
   };
 }
-const ours = () => start(binary, ['--workspace', workspace]);
+const ours = (cpu) => start(binary, ['--workspace', workspace], cpu);
+const floorProgram = (cpu) => start(floor, [`${base}/items/1`], cpu);
 const send = (id, url, meta) => JSON.stringify({ jsonrpc: '2.0', id, method: 'tools/call',
   params: { name: 'send_adhoc', arguments: { method: 'GET', url, maxBodyChars: 100 }, ...(meta && { _meta: meta }) } });
 const hasId = (id) => (line) => line.startsWith(`{"id":${id},`);
 const median = (values) => [...values].sort((a, b) => a - b)[Math.floor(values.length / 2)];
 const wait = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+// Confines every thread of this script to `cpus` ("0", "0-3"); false when it cannot.
+const confine = (cpus) => spawnSync('taskset', ['-a', '-p', '-c', cpus, String(process.pid)], { stdio: 'ignore' }).status === 0;
 
 async function pingDuringSend() {
   const process = ours();
@@ -157,9 +168,19 @@ const three = await threeAtOnce();
 console.log(`  three sends at once to a 300 ms server all answered after ${three.toFixed(0)} ms (goal <= 400)`);
 const rate = await progressRate();
 console.log(`  progress notifications of a 5 s send with a token: ${rate.toFixed(2)} a second (goal >= 1)`);
-const [single, floorMedian] = await oneAtATime([ours(), start(floor, [`${base}/items/1`])]);
-console.log(`  one send at a time, median: ${single.toFixed(3)} ms, C program with one libcurl handle ${floorMedian.toFixed(3)} ms ` +
-  `(ratio ${(single / floorMedian).toFixed(2)}, goal <= 1.3)`);
+const cpuCount = availableParallelism();
+// The goal is for the first placement, a host and a server each on a CPU of their own; the
+// second shows what the work costs when every wake-up is nearly free, the CPU time alone.
+const placements = cpuCount >= 2 && confine('0')
+  ? [{ label: 'this script on CPU 0, both programs on CPU 1', cpu: 1, goal: true },
+     { label: 'all on CPU 0, where only CPU time counts', cpu: 0 }]
+  : [{ label: 'placed by the scheduler', goal: true }];
+for (const { label, cpu, goal } of placements) {
+  const [single, floorMedian] = await oneAtATime([ours(cpu), floorProgram(cpu)]);
+  console.log(`  one send at a time (${label}), median: ${single.toFixed(3)} ms, C program with one libcurl handle ` +
+    `${floorMedian.toFixed(3)} ms (ratio ${(single / floorMedian).toFixed(2)}${goal ? ', goal <= 1.3' : ''})`);
+}
+if (placements.length > 1) confine(`0-${cpuCount - 1}`);
 const peak = await eightBigBodies();
 console.log(`  8 sends of 300 MB bodies at once: peak memory ${peak.toFixed(1)} MB (goal < ${(8 * bodyLimitMB + 64).toFixed(1)} MB)`);
 server.close();
