@@ -1,5 +1,6 @@
 // The response summary of a 50 MB body: counting its characters, cutting it at the default
-// limit and writing the result. Goal: under 200 ms.
+// limit and writing the result. Goal: under 200 ms. And the summary of a small JSON answer,
+// which every quick send writes.
 #include "server/mcp/SendingTools.hpp"
 
 #include <benchmark/benchmark.h>
@@ -29,6 +30,18 @@ void describeLargeText(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * response.body.size()));
 }
 BENCHMARK(describeLargeText)->Unit(benchmark::kMillisecond);
+
+void describeSmallJSON(benchmark::State& state) {
+    StoredResponse response;
+    response.status = 200;
+    response.url = "http://127.0.0.1:36367/items/1";
+    response.headers = {KeyValue{.key = "Connection", .value = "keep-alive"}, KeyValue{.key = "Content-Length", .value = "27"},
+                        KeyValue{.key = "Date", .value = "Thu, 26 Nov 2026 03:28:52 GMT"},
+                        KeyValue{.key = "Keep-Alive", .value = "timeout=5"}};
+    response.body = R"({"ok":true,"items":[1,2,3]})";
+    for (auto _ : state) benchmark::DoNotOptimize(SendingTools::describe(response, SendingTools::defaultBodyLimit));
+}
+BENCHMARK(describeSmallJSON);
 
 }  // namespace
 

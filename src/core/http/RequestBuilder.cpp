@@ -112,14 +112,20 @@ constexpr std::string_view queryPunctuation = "-._~!$'()*,:@/?";
 bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 // Every byte that may not stand in a URL escaped: spaces, controls, non-ASCII, quotes, "{"
-// and the like. A "%" that already starts an escape is kept.
+// and the like. A "%" that already starts an escape is kept; the runs between such escapes
+// are encoded whole.
 std::string withDisallowedEscaped(std::string_view text) {
     std::string escaped;
+    std::size_t runStart = 0;
     for (std::size_t index = 0; index < text.size(); ++index) {
         const bool startsEscape =
             text[index] == '%' && index + 2 < text.size() && isHexDigit(text[index + 1]) && isHexDigit(text[index + 2]);
-        escaped += startsEscape ? "%" : percentEncoding::encode(text.substr(index, 1), urlPunctuation);
+        if (!startsEscape) continue;
+        escaped += percentEncoding::encode(text.substr(runStart, index - runStart), urlPunctuation);
+        escaped += '%';
+        runStart = index + 1;
     }
+    escaped += percentEncoding::encode(text.substr(runStart), urlPunctuation);
     return escaped;
 }
 
