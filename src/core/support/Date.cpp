@@ -1,7 +1,5 @@
 #include "core/support/Date.hpp"
 
-#include <cstdio>
-
 namespace tessaline {
 namespace {
 
@@ -56,6 +54,15 @@ std::optional<minutes> offset(std::string_view text, std::size_t& position) {
     return minutes(sign * (*hours * 60 + mins));
 }
 
+// The last `count` decimal digits of `value`, zero-padded. A Date counts nanoseconds in 64
+// bits, so its years run from 1677 to 2262: four digits always do. (printf's machinery, which
+// this replaces, was a good part of what a response summary cost.)
+void appendDigits(std::string& text, unsigned value, std::size_t count) {
+    char digits[4];
+    for (std::size_t i = count; i-- > 0; value /= 10) digits[i] = static_cast<char>('0' + value % 10);
+    text.append(digits, count);
+}
+
 }  // namespace
 
 std::string iso8601(Date date) {
@@ -63,10 +70,15 @@ std::string iso8601(Date date) {
     const auto midnight = floor<days>(whole);
     const year_month_day ymd{midnight};
     const hh_mm_ss time{whole - midnight};
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(ymd.year()),
-                  static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+    std::string text;
+    text.reserve(20);
+    appendDigits(text, static_cast<unsigned>(static_cast<int>(ymd.year())), 4);
+    text += '-', appendDigits(text, static_cast<unsigned>(ymd.month()), 2);
+    text += '-', appendDigits(text, static_cast<unsigned>(ymd.day()), 2);
+    text += 'T', appendDigits(text, static_cast<unsigned>(time.hours().count()), 2);
+    text += ':', appendDigits(text, static_cast<unsigned>(time.minutes().count()), 2);
+    text += ':', appendDigits(text, static_cast<unsigned>(time.seconds().count()), 2);
+    text += 'Z';
     return text;
 }
 

@@ -12,7 +12,6 @@
 #include "server/mcp/ToolError.hpp"
 
 #include <algorithm>
-#include <map>
 
 namespace tessaline {
 
@@ -56,12 +55,17 @@ void writeBody(JSONWriter& writer, const StoredResponse& response, std::optional
 }
 
 // An object of the header fields by name, in byte order; of fields that share a name, the
-// last one's value.
+// last one's value. (A stable sort keeps such fields in their order, the last one last.)
 void writeHeaders(JSONWriter& writer, const std::vector<KeyValue>& headers) {
-    std::map<std::string_view, std::string_view> byName;
-    for (const auto& header : headers) byName.insert_or_assign(header.key, header.value);
+    std::vector<const KeyValue*> byName;
+    byName.reserve(headers.size());
+    for (const auto& header : headers) byName.push_back(&header);
+    std::stable_sort(byName.begin(), byName.end(), [](const KeyValue* one, const KeyValue* other) { return one->key < other->key; });
     writer.beginObject();
-    for (const auto& [name, value] : byName) writer.key(name), writer.value(value);
+    for (auto field = byName.begin(); field != byName.end(); ++field) {
+        const bool lastOfItsName = field + 1 == byName.end() || field[1]->key != (*field)->key;
+        if (lastOfItsName) writer.key((*field)->key), writer.value((*field)->value);
+    }
     writer.endObject();
 }
 

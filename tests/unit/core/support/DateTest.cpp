@@ -18,6 +18,9 @@ TEST(DateTest, FormatsUTCInWholeSeconds) {
     EXPECT_EQ("1970-01-01T00:00:00Z", iso8601(Date{}));
     EXPECT_EQ("1969-12-31T23:59:59Z", iso8601(Date{} - milliseconds(1)));
     EXPECT_EQ(utc(2031, 7, 4, 8, 9, 10), parseISO8601(iso8601(utc(2031, 7, 4, 8, 9, 10) + milliseconds(250))));
+    // The ends of what a Date holds, each field with its leading zeros.
+    EXPECT_EQ("1677-09-21T00:12:43Z", iso8601(Date::min()));
+    EXPECT_EQ("2262-04-11T23:47:16Z", iso8601(Date::max()));
 }
 
 TEST(DateTest, ParsesFractionsAndOffsets) {
