@@ -43,6 +43,24 @@ void describeSmallJSON(benchmark::State& state) {
 }
 BENCHMARK(describeSmallJSON);
 
+void describeSmallJSONCold(benchmark::State& state) {
+    StoredResponse response;
+    response.status = 200;
+    response.url = "http://127.0.0.1:36367/items/1";
+    response.headers = {KeyValue{.key = "Connection", .value = "keep-alive"}, KeyValue{.key = "Content-Length", .value = "27"},
+                        KeyValue{.key = "Date", .value = "Thu, 26 Nov 2026 03:28:52 GMT"},
+                        KeyValue{.key = "Keep-Alive", .value = "timeout=5"}};
+    response.body = R"({"ok":true,"items":[1,2,3]})";
+    static std::vector<char> sweep(8 << 20);
+    for (auto _ : state) {
+        state.PauseTiming();
+        for (std::size_t i = 0; i < sweep.size(); i += 64) sweep[i]++;
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(SendingTools::describe(response, SendingTools::defaultBodyLimit));
+    }
+}
+BENCHMARK(describeSmallJSONCold);
+
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -34,11 +34,7 @@ bool writeBodyText(JSONWriter& writer, const StoredResponse& response, long long
         writer.key("bodyChars"), writer.value(static_cast<std::int64_t>(characters));
         return true;
     }
-    if (auto value = response.isJSON() ? embeddedJSON::parsed(text) : std::nullopt) {
-        writer.append(*value);
-    } else {
-        writer.value(text);
-    }
+    if (!response.isJSON() || !embeddedJSON::write(writer, text)) writer.value(text);
     return false;
 }
 
