@@ -66,6 +66,30 @@ TEST(CurlEasyRequestTest, SendsEachMethodWithItsBodyAndTheFieldsAsGiven) {
               server.lastRequest());
 }
 
+// One handle serves every exchange of a thread: no method, body, field or redirect setting
+// of one request may go with the next.
+TEST(CurlEasyRequestTest, LeavesNothingOfOneRequestToTheNext) {
+    CannedHTTPServer server(answerWith("", "ok"));
+    const CurlEasy::Response answered{.status = 200, .headers = {{"Content-Length", "2"}}, .body = "ok", .bodyBytes = 2};
+    const struct {
+        CurlEasy::Request request;
+        std::string sent;
+    } sequence[] = {
+        {{.method = "HEAD", .url = server.url("/a")}, head(server, "HEAD /a")},
+        {{.method = "GET", .url = server.url("/b")}, head(server, "GET /b")},
+        {{.method = "PUT", .url = server.url("/c"), .headers = {{"X-Tag", "a"}}, .body = "put"},
+         head(server, "PUT /c", "X-Tag: a\r\nContent-Length: 3\r\n") + "put"},
+        {{.method = "DELETE", .url = server.url("/d")}, head(server, "DELETE /d")},
+        {{.method = "POST", .url = server.url("/e"), .body = "post"}, head(server, "POST /e", "Content-Length: 4\r\n") + "post"},
+        {{.method = "GET", .url = server.url("/f")}, head(server, "GET /f")},
+    };
+    const CurlEasy::Response headAnswered{.status = 200, .headers = {{"Content-Length", "2"}}};
+    for (const auto& [request, sent] : sequence) {
+        EXPECT_EQ(request.method == "HEAD" ? headAnswered : answered, send(request)) << request.method;
+        EXPECT_EQ(sent, server.lastRequest());
+    }
+}
+
 // A redirect to itself: followed, it ends at the limit of redirects.
 TEST(CurlEasyRequestTest, FollowsRedirectsOnlyWhenAsked) {
     CannedHTTPServer server("HTTP/1.1 302 Found\r\nLocation: /moved\r\nConnection: close\r\nContent-Length: 5\r\n\r\nmoved");
