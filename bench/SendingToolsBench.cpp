@@ -59,7 +59,7 @@ void describeSmallJSONCold(benchmark::State& state) {
         benchmark::DoNotOptimize(SendingTools::describe(response, SendingTools::defaultBodyLimit));
     }
 }
-BENCHMARK(describeSmallJSONCold);
+BENCHMARK(describeSmallJSONCold)->Iterations(3000);
 
 }  // namespace
 

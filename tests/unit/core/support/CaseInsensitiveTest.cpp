@@ -13,6 +13,8 @@ TEST(CaseInsensitiveTest, EqualByCaseFolding) {
     EXPECT_FALSE(caseInsensitive::equal("X-Rate", "X-Rate.Limit"));
     EXPECT_FALSE(caseInsensitive::equal("a\xFF", "a"));
     EXPECT_TRUE(caseInsensitive::equal("a\xFF", "A\xEF\xBF\xBD"));  // a bad byte counts as U+FFFD
+    EXPECT_TRUE(caseInsensitive::equal("\xE2\x84\xAA", "K"));  // the Kelvin sign folds to k
+    EXPECT_FALSE(caseInsensitive::equal("Accept@", "accept`"));  // only letters have a case
 }
 
 }  // namespace
