@@ -2,6 +2,7 @@
 
 #include "core/support/DecodingError.hpp"
 #include "core/support/JSONGrammar.hpp"
+#include "core/support/LastOfEachKey.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -70,13 +71,10 @@ public:
         const Node& node = nodes[index];
         switch (node.kind) {
         case Kind::object: {
-            auto sorted = members(index);
-            std::stable_sort(sorted.begin(), sorted.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
+            auto inOrder = members(index);
             writer.beginObject();
-            for (auto member = sorted.begin(); member != sorted.end(); ++member) {
-                const bool lastOfItsKey = member + 1 == sorted.end() || member[1].first != member->first;
-                if (lastOfItsKey) writer.key(member->first), write(writer, member->second);
-            }
+            forLastOfEachKey(inOrder, [](const Member& member) { return member.first; },
+                             [&](const Member& member) { writer.key(member.first), write(writer, member.second); });
             writer.endObject();
             return;
         }
@@ -118,6 +116,9 @@ public:
 private:
     enum class Kind : std::uint8_t { object, array, key, string, number, literal };
 
+    // A member's key text and the index of its value.
+    using Member = std::pair<std::string_view, std::uint32_t>;
+
     // A string's or a key's bytes in `strings`, a number's in the input.
     struct Node {
         Kind kind;
@@ -140,9 +141,9 @@ private:
 
     std::string_view text(const Node& node) const { return std::string_view(strings).substr(node.from, node.size); }
 
-    // An object's members in document order: each key's text and the index of its value.
-    std::vector<std::pair<std::string_view, std::uint32_t>> members(std::uint32_t object) const {
-        std::vector<std::pair<std::string_view, std::uint32_t>> found;
+    // An object's members in document order.
+    std::vector<Member> members(std::uint32_t object) const {
+        std::vector<Member> found;
         for (auto key = object + 1; key < nodes[object].end; key = nodes[key + 1].end) found.emplace_back(text(nodes[key]), key + 1);
         return found;
     }

@@ -2,6 +2,7 @@
 
 #include "core/http/HTTPStatus.hpp"
 #include "core/oauth/OAuth2Error.hpp"
+#include "core/support/LastOfEachKey.hpp"
 #include "core/support/UnicodeText.hpp"
 #include "server/mcp/EmbeddedJSON.hpp"
 #include "server/mcp/EventListing.hpp"
@@ -51,17 +52,14 @@ void writeBody(JSONWriter& writer, const StoredResponse& response, std::optional
 }
 
 // An object of the header fields by name, in byte order; of fields that share a name, the
-// last one's value. (A stable sort keeps such fields in their order, the last one last.)
+// last one's value.
 void writeHeaders(JSONWriter& writer, const std::vector<KeyValue>& headers) {
-    std::vector<const KeyValue*> byName;
-    byName.reserve(headers.size());
-    for (const auto& header : headers) byName.push_back(&header);
-    std::stable_sort(byName.begin(), byName.end(), [](const KeyValue* one, const KeyValue* other) { return one->key < other->key; });
+    std::vector<const KeyValue*> fields;
+    fields.reserve(headers.size());
+    for (const auto& header : headers) fields.push_back(&header);
     writer.beginObject();
-    for (auto field = byName.begin(); field != byName.end(); ++field) {
-        const bool lastOfItsName = field + 1 == byName.end() || field[1]->key != (*field)->key;
-        if (lastOfItsName) writer.key((*field)->key), writer.value((*field)->value);
-    }
+    forLastOfEachKey(fields, [](const KeyValue* field) -> const std::string& { return field->key; },
+                     [&writer](const KeyValue* field) { writer.key(field->key), writer.value(field->value); });
     writer.endObject();
 }
 
