@@ -47,18 +47,18 @@ json report(const std::string& owner, const OAuth2ResolvedConfig& config, const 
 std::string OAuthTools::oauthToken(const json& arguments) {
     Target target;
     if (const auto requestName = args::text(arguments, "request")) {
-        const RequestSession session(store, lookup.findRequest(requestName));
+        const RequestSession session(services.store, lookup.findRequest(requestName));
         target = {session.request().name, session.auth(), session.resolver()};
     } else if (const auto collectionName = args::text(arguments, "collection")) {
         const APICollection collection = lookup.findCollection(*collectionName);
-        target = {collection.name, collection.auth, store.resolver(collection)};
+        target = {collection.name, collection.auth, services.store.resolver(collection)};
     } else {
         throw ToolError("Pass request or collection");
     }
     if (target.auth.kind != AuthKind::oauth2) {
         throw ToolError(target.name + " uses " + std::string(label(target.auth.kind)) + ", not OAuth 2.0.");
     }
-    store.oauthTokens().reloadIfChanged();
+    services.store.oauthTokens().reloadIfChanged();
 
     const std::string action = args::text(arguments, "action").value_or("status");
     const bool reveal = args::flag(arguments, "reveal");
@@ -66,9 +66,9 @@ std::string OAuthTools::oauthToken(const json& arguments) {
     if (action == "refresh" || action == "new") return obtain(target, action == "new", reveal);
     if (action == "clear") {
         const auto key = resolved(settingsOf(target), target.resolver).cacheKey();
-        signIns.end(key);
-        store.oauthTokens().remove(key);
-        return savedAnswer({.failure = store.oauthTokens().saveFailure()},
+        services.signIns.end(key);
+        services.store.oauthTokens().remove(key);
+        return savedAnswer({.failure = services.store.oauthTokens().saveFailure()},
                            "Cleared the cached OAuth 2 token for " + target.name);
     }
     throw ToolError("action must be status, refresh, new or clear");
@@ -77,10 +77,10 @@ std::string OAuthTools::oauthToken(const json& arguments) {
 std::string OAuthTools::status(const Target& target, bool reveal) {
     const OAuth2ResolvedConfig config = resolved(settingsOf(target), target.resolver);
     const auto key = config.cacheKey();
-    if (const auto signIn = signIns.find(key)) {
+    if (const auto signIn = services.signIns.find(key)) {
         signIn->waitUntilStarted();
         if (!signIn->hasEnded()) return SignInConversation::runningText(*signIn->request(), target.name, target.resolver.now());
-        signIns.forget(key, signIn);
+        services.signIns.forget(key, signIn);
         try {
             signIn->outcome();
         } catch (const std::exception& failure) {
@@ -88,7 +88,7 @@ std::string OAuthTools::status(const Target& target, bool reveal) {
                             "\nUse action=new to sign in again.");
         }
     }
-    if (const auto token = store.oauthTokens().tokenForKey(key)) {
+    if (const auto token = services.store.oauthTokens().tokenForKey(key)) {
         return args::pretty(report(target.name, config, *token, reveal, target.resolver.now()));
     }
     if (SignInRegistry::runsHere(config)) return "No token yet. Use action=new to sign in.";
@@ -99,9 +99,9 @@ std::string OAuthTools::status(const Target& target, bool reveal) {
 std::string OAuthTools::obtain(const Target& target, bool renew, bool reveal) {
     const OAuth2Config settings = settingsOf(target);
     const OAuth2ResolvedConfig config = resolved(settings, target.resolver);
-    OAuth2TokenCache& cache = store.oauthTokens();
+    OAuth2TokenCache& cache = services.store.oauthTokens();
     const auto key = config.cacheKey();
-    const auto running = signIns.find(key);
+    const auto running = services.signIns.find(key);
     const bool joins = running && !running->hasEnded();
     if (renew && !joins) cache.remove(key);
     OAuth2Token token;
@@ -109,12 +109,12 @@ std::string OAuthTools::obtain(const Target& target, bool renew, bool reveal) {
         if (auto names = unresolvedNames(settings, target.resolver); !names.empty()) {
             throw RequestBuildError::unresolvedVariables(std::move(names));
         }
-        auto outcome = SignInConversation(signIns, call, hostShowsForms).attend(config, target.name);
+        auto outcome = SignInConversation(services.signIns, services.call, services.hostShowsForms).attend(config, target.name);
         if (const auto* text = std::get_if<std::string>(&outcome)) return *text;
         token = std::get<OAuth2Token>(std::move(outcome));
     } else {
         // The grant runs on a thread of the service's; this one waits for it.
-        token = oauth.token(settings, target.resolver, renew ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh);
+        token = services.oauth.token(settings, target.resolver, renew ? OAuth2Service::Mode::renew : OAuth2Service::Mode::refresh);
     }
     return savedAnswer({.failure = cache.saveFailure()},
                        args::pretty(report(target.name, config, token, reveal, target.resolver.now())));

@@ -24,13 +24,7 @@ public:
         VariableResolver resolver;
     };
 
-    explicit OAuthTools(const ToolServices& services)
-        : store(services.store),
-          oauth(services.oauth),
-          signIns(services.signIns),
-          call(services.call),
-          hostShowsForms(services.hostShowsForms),
-          lookup(services.store) {}
+    explicit OAuthTools(const ToolServices& callServices) : services(callServices), lookup(callServices.store) {}
 
     std::string oauthToken(const nlohmann::json& arguments);
 
@@ -40,11 +34,7 @@ private:
     // A token refreshed, or obtained anew (`renew`) by the grant.
     std::string obtain(const Target& target, bool renew, bool reveal);
 
-    WorkspaceStore& store;
-    OAuth2Service& oauth;
-    SignInRegistry& signIns;
-    CallContext& call;
-    bool hostShowsForms;
+    const ToolServices services;
     ToolLookup lookup;
 };
 

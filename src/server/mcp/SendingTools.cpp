@@ -86,36 +86,36 @@ std::string SendingTools::describe(const StoredResponse& response, long long lim
 }
 
 std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<RequestSession()>& prepare) {
-    auto session = call.onWorkspace([&] {
+    auto session = services.call.onWorkspace([&] {
         auto prepared = prepare();
         if (!prepared.usesOAuth2()) prepared.build();
         return prepared;
     });
     if (session.usesOAuth2()) {
-        call.leaveWorkspace();
+        services.call.leaveWorkspace();
         authorize(session);
-        call.onWorkspace([&] { session.build(); });
+        services.call.onWorkspace([&] { session.build(); });
     }
-    StoredResponse response = call.exchange(session);
+    StoredResponse response = services.call.exchange(session);
     if (!session.recordsHistory()) return {std::move(response), SaveReport{}};
-    SaveReport saved = call.onWorkspace([&] { return session.record(store, response); });
+    SaveReport saved = services.call.onWorkspace([&] { return session.record(services.store, response); });
     return {std::move(response), std::move(saved)};
 }
 
 void SendingTools::authorize(RequestSession& session) {
     const auto& config = session.oauthConfig();
     const auto attend = [&] {
-        const auto outcome = SignInConversation(signIns, call, hostShowsForms).attend(config, session.request().name);
+        const auto outcome = SignInConversation(services.signIns, services.call, services.hostShowsForms).attend(config, session.request().name);
         if (const auto* text = std::get_if<std::string>(&outcome)) throw ToolError(*text);
     };
     // A send during a sign-in answers with it rather than wait for the person.
-    if (const auto running = signIns.find(config.cacheKey()); running && !running->hasEnded()) attend();
+    if (const auto running = services.signIns.find(config.cacheKey()); running && !running->hasEnded()) attend();
     try {
-        session.authorize(oauth);
+        session.authorize(services.oauth);
     } catch (const OAuth2Error& error) {
         if (error.kind() != OAuth2Error::Kind::interactionRequired || !SignInRegistry::runsHere(config)) throw;
         attend();
-        session.authorize(oauth);
+        session.authorize(services.oauth);
     }
 }
 
@@ -125,7 +125,7 @@ std::string SendingTools::sendRequest(const json& arguments) {
     auto overrides = args::rows(arguments, "variables").value_or(std::vector<KeyValue>{});
     const auto [response, saved] = send([&] {
         const auto environment = environmentName ? std::optional(lookup.findEnvironment(*environmentName)) : std::nullopt;
-        return RequestSession(store, lookup.findRequest(name), environment, std::move(overrides));
+        return RequestSession(services.store, lookup.findRequest(name), environment, std::move(overrides));
     });
     return savedAnswer(saved, describe(response, bodyLimit(arguments)));
 }
@@ -145,14 +145,14 @@ std::string SendingTools::sendAdhoc(const json& arguments) {
     if (const auto body = args::text(arguments, "body")) {
         request.body = requestFields::makeBody(*body, args::text(arguments, "bodyKind"));
     }
-    const auto [response, saved] = send([&] { return RequestSession::oneOff(store, std::move(request)); });
+    const auto [response, saved] = send([&] { return RequestSession::oneOff(services.store, std::move(request)); });
     return describe(response, bodyLimit(arguments));
 }
 
 std::string SendingTools::getLastResponse(const json& arguments) {
-    const auto latest = call.onWorkspace([&] {
+    const auto latest = services.call.onWorkspace([&] {
         const APIRequest request = lookup.findRequest(args::text(arguments, "request"));
-        const auto responses = store.responses(request.id);
+        const auto responses = services.store.responses(request.id);
         if (responses.empty()) throw ToolError("No recorded response for " + request.name);
         return responses.front();
     });

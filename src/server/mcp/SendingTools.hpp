@@ -20,13 +20,7 @@ public:
     // The characters of a response body shown when a call gives no maxBodyChars.
     static constexpr int defaultBodyLimit = 20000;
 
-    explicit SendingTools(const ToolServices& services)
-        : store(services.store),
-          oauth(services.oauth),
-          signIns(services.signIns),
-          call(services.call),
-          hostShowsForms(services.hostShowsForms),
-          lookup(services.store) {}
+    explicit SendingTools(const ToolServices& callServices) : services(callServices), lookup(callServices.store) {}
 
     std::string sendRequest(const nlohmann::json& arguments);
     std::string sendAdhoc(const nlohmann::json& arguments);
@@ -47,11 +41,7 @@ private:
     // the user must do, unless the host's dialog saw the sign-in through.
     void authorize(RequestSession& session);
 
-    WorkspaceStore& store;
-    OAuth2Service& oauth;
-    SignInRegistry& signIns;
-    CallContext& call;
-    bool hostShowsForms;
+    const ToolServices services;
     ToolLookup lookup;
 };
 
