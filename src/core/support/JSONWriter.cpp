@@ -9,6 +9,16 @@
 #include <cmath>
 
 namespace tessaline {
+namespace {
+
+template <typename Integer>
+void appendInteger(std::string& out, Integer number) {
+    char digits[24];
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+}
+
+}  // namespace
+
 std::string JSONWriter::write(const nlohmann::json& value) {
     JSONWriter writer;
     writer.append(value);
@@ -34,12 +44,7 @@ void JSONWriter::append(const nlohmann::json& value) {
     case Type::string: this->value(value.get_ref<const std::string&>()); break;
     case Type::boolean: this->value(value.get<bool>()); break;
     case Type::number_integer: this->value(value.get<std::int64_t>()); break;
-    case Type::number_unsigned: {
-        const auto number = value.get<std::uint64_t>();
-        beforeValue();
-        out += std::to_string(number);
-        break;
-    }
+    case Type::number_unsigned: this->value(value.get<std::uint64_t>()); break;
     case Type::number_float: this->value(value.get<double>()); break;
     case Type::null:
     case Type::binary:
@@ -123,8 +128,12 @@ void JSONWriter::value(bool flag) {
 
 void JSONWriter::value(std::int64_t number) {
     beforeValue();
-    char digits[24];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    appendInteger(out, number);
+}
+
+void JSONWriter::value(std::uint64_t number) {
+    beforeValue();
+    appendInteger(out, number);
 }
 
 void JSONWriter::value(double number) {

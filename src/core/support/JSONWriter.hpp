@@ -28,6 +28,9 @@ public:
     // Any JSON value: nlohmann's objects are sorted maps, so their keys come in order.
     static std::string write(const nlohmann::json& value);
 
+    // Room for `bytes` of text before the writer has to grow its buffer.
+    void reserve(std::size_t bytes) { out.reserve(bytes); }
+
     void beginObject();
     void endObject();
     void beginArray();
@@ -39,6 +42,7 @@ public:
     void value(const char* text) { value(std::string_view(text)); }
     void value(bool flag);
     void value(std::int64_t number);
+    void value(std::uint64_t number);
     // Throws tessaline::Error for a number that is not finite, which JSON cannot hold.
     void value(double number);
     void null();

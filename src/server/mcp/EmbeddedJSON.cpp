@@ -21,20 +21,24 @@ using nlohmann::json;
 // more containers than this sits in a non-empty container as deep as the limit.
 constexpr std::size_t depthLimit = 256;
 
-// A number's text as nlohmann reads it; none beyond a double's range.
-std::optional<json> numberOf(std::string_view text) {
+// A number as nlohmann reads it: unsigned when it is a natural number, signed when it is a
+// negative integer, a double otherwise.
+using Number = std::variant<std::uint64_t, std::int64_t, double>;
+
+// None beyond a double's range.
+std::optional<Number> numberOf(std::string_view text) {
     if (text.find_first_of(".eE") == std::string_view::npos) {
         const char* end = text.data() + text.size();
         if (text.front() != '-') {
             std::uint64_t natural = 0;
-            if (std::from_chars(text.data(), end, natural).ec == std::errc()) return json(natural);
+            if (std::from_chars(text.data(), end, natural).ec == std::errc()) return natural;
         } else if (std::int64_t integer = 0; std::from_chars(text.data(), end, integer).ec == std::errc()) {
-            return json(integer);
+            return integer;
         }
     }
     const auto value = JSONGrammar::numberValue(text);
     if (!value) return std::nullopt;
-    return std::visit([](auto number) { return json(number); }, *value);
+    return std::visit([](auto number) { return Number(number); }, *value);
 }
 
 // A JSON text held flat, as the grammar hands it over: every value, and every member's key
@@ -44,7 +48,10 @@ std::optional<json> numberOf(std::string_view text) {
 class FlatValue {
 public:
     // Throws DecodingError when the text is not JSON or nests too deep.
-    explicit FlatValue(std::string_view text) : input(text) { JSONGrammar::read(text, *this); }
+    explicit FlatValue(std::string_view text) : input(text) {
+        nodes.reserve(16);  // most bodies' first growths, at once
+        JSONGrammar::read(text, *this);
+    }
 
     json tree(std::uint32_t index = 0) const {
         const Node& node = nodes[index];
@@ -60,7 +67,7 @@ public:
             return array;
         }
         case Kind::string: return std::string(text(node));
-        case Kind::number: return *numberOf(input.substr(node.from, node.size));
+        case Kind::number: return std::visit([](auto number) { return json(number); }, numberAt(node));
         case Kind::literal: return literalValue(node.literal);
         case Kind::key: break;
         }
@@ -84,8 +91,10 @@ public:
             writer.endArray();
             return;
         case Kind::string: return writer.value(text(node));
-        case Kind::number: return writer.append(*numberOf(input.substr(node.from, node.size)));
-        case Kind::literal: return writer.append(literalValue(node.literal));
+        case Kind::number: return std::visit([&writer](auto number) { writer.value(number); }, numberAt(node));
+        case Kind::literal:
+            if (node.literal == JSONGrammar::Literal::null) return writer.null();
+            return writer.value(node.literal == JSONGrammar::Literal::trueValue);
         case Kind::key: return;
         }
     }
@@ -100,7 +109,7 @@ public:
     void string(std::size_t from) { add(Kind::string, from, strings.size() - from); }
     void literal(JSONGrammar::Literal literal) { add(Kind::literal, 0, 0).literal = literal; }
     bool number(std::string_view text) {
-        if (!numberOf(text)) return false;
+        if (!numberOf(text)) return false;  // out of a double's range
         add(Kind::number, static_cast<std::size_t>(text.data() - input.data()), text.size());
         return true;
     }
@@ -140,6 +149,7 @@ private:
     }
 
     std::string_view text(const Node& node) const { return std::string_view(strings).substr(node.from, node.size); }
+    Number numberAt(const Node& node) const { return *numberOf(input.substr(node.from, node.size)); }
 
     // An object's members in document order.
     std::vector<Member> members(std::uint32_t object) const {

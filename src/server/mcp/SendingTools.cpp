@@ -68,6 +68,9 @@ void writeHeaders(JSONWriter& writer, const std::vector<KeyValue>& headers) {
 std::string SendingTools::describe(const StoredResponse& response, long long limit) {
     const auto streamed = eventListing::format(response);
     JSONWriter writer;
+    // A summary is its body, as much again for a small JSON body's indentation, and a few
+    // hundred bytes of members and header fields.
+    writer.reserve(2 * std::min(response.body.size(), static_cast<std::size_t>(limit)) + 512);
     writer.beginObject();
     writeBody(writer, response, streamed ? std::nullopt : std::optional(limit));
     writer.key("bytes"), writer.value(response.bodyBytes.value_or(static_cast<std::int64_t>(response.body.size())));
