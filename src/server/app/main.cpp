@@ -6,7 +6,6 @@
 #include "server/mcp/ToolCatalog.hpp"
 
 #include <csignal>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -15,8 +14,7 @@
 int main(int argc, char** argv) {
     // A host that closes its end of the pipe ends the session; the failed write says so.
     std::signal(SIGPIPE, SIG_IGN);
-    std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
-    tessaline::ReplyWriter writer(stdout);
+    tessaline::ReplyWriter writer(STDOUT_FILENO);
     const auto commandLine = tessaline::CommandLine::parse(std::vector<std::string>(argv, argv + argc));
     if (commandLine.version) {
         writer.write(tessaline::CommandLine::versionLine());
