@@ -15,17 +15,17 @@ TEST(UuidTest, ParsesEitherCaseAndWritesBoth) {
     EXPECT_EQ(uuid, Uuid::parse("E621E1F8-c36C-495A-93FC-0C247A3E6E5F"));
 }
 
-// Drawn from a pool that is refilled every 64: none repeats across refills, and each is a
+// Drawn from a pool that is refilled every 1024: none repeats across refills, and each is a
 // version 4 UUID of the RFC 4122 variant.
 TEST(UuidTest, RandomIdentifiersAreDistinctVersionFour) {
     std::set<Uuid> seen;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 2500; ++i) {
         const Uuid uuid = Uuid::random();
         EXPECT_EQ(0x40, uuid.bytes()[6] & 0xF0);
         EXPECT_EQ(0x80, uuid.bytes()[8] & 0xC0);
         seen.insert(uuid);
     }
-    EXPECT_EQ(200U, seen.size());
+    EXPECT_EQ(2500U, seen.size());
 }
 
 TEST(UuidTest, MalformedTextIsRejected) {
