@@ -13,7 +13,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <memory>
+#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -26,8 +26,6 @@ static_assert(CURL_ERROR_SIZE == 256, "CurlEasy's error buffer must hold CURL_ER
 // times over, fit libcurl's long and every clock.
 constexpr double longestTimeout = 1'000'000;
 
-using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
-
 const std::string noBody;
 
 bool hasHeader(const std::vector<CurlEasy::Header>& headers, const char* name) {
@@ -35,22 +33,43 @@ bool hasHeader(const std::vector<CurlEasy::Header>& headers, const char* name) {
                        [name](const CurlEasy::Header& header) { return curl().strequal(header.first.c_str(), name) != 0; });
 }
 
-// "Name: value" lines; an empty value is written "Name;", which libcurl sends as "Name:"
-// (a bare "Name:" would tell it to drop the header instead).
-HeaderList headerList(const std::vector<CurlEasy::Header>& headers) {
-    HeaderList list(nullptr, curl().slistFreeAll);
-    const auto append = [&list](const std::string& line) {
-        curl_slist* head = curl().slistAppend(list.get(), line.c_str());
-        if (head == nullptr) throw std::bad_alloc();
-        if (!list) list.reset(head);  // later lines go to the end of the same list
-    };
-    for (const auto& [name, value] : headers) append(value.empty() ? name + ";" : name + ": " + value);
-    if (!hasHeader(headers, "Expect")) append("Expect:");
-    // libcurl would label any body it sends as a form; a body goes with the type its request
-    // names, or none.
-    if (!hasHeader(headers, "Content-Type")) append("Content-Type:");
-    return list;
-}
+// The request's header lines as libcurl reads them. Their texts share one buffer and the list's
+// nodes one array, where curl_slist_append would allocate a node and a copy for every line;
+// libcurl only reads the list, and only during the exchange.
+class HeaderLines {
+public:
+    // "Name: value" lines; an empty value is written "Name;", which libcurl sends as "Name:"
+    // (a bare "Name:" would tell it to drop the header instead).
+    explicit HeaderLines(const std::vector<CurlEasy::Header>& headers) {
+        for (const auto& [name, value] : headers) add(name, value.empty() ? ";" : ": ", value);
+        if (!hasHeader(headers, "Expect")) add("Expect", ":", "");
+        // libcurl would label any body it sends as a form; a body goes with the type its
+        // request names, or none.
+        if (!hasHeader(headers, "Content-Type")) add("Content-Type", ":", "");
+        nodes.resize(count);
+        char* line = texts.data();
+        for (std::size_t index = 0; index < count; ++index, line += std::strlen(line) + 1) {
+            nodes[index] = {.data = line, .next = index + 1 < count ? &nodes[index + 1] : nullptr};
+        }
+    }
+    HeaderLines(const HeaderLines&) = delete;
+    HeaderLines& operator=(const HeaderLines&) = delete;
+
+    curl_slist* list() { return nodes.empty() ? nullptr : nodes.data(); }
+
+private:
+    void add(std::string_view name, std::string_view separator, std::string_view value) {
+        const auto start = texts.size();
+        texts.append(name).append(separator).append(value);
+        texts.resize(std::min(texts.size(), texts.find('\0', start)));  // a C string ends at its first NUL
+        texts += '\0';
+        ++count;
+    }
+
+    std::string texts;  // the lines, each ended by a NUL
+    std::size_t count = 0;
+    std::vector<curl_slist> nodes;
+};
 
 using SteadyClock = std::chrono::steady_clock;
 
@@ -428,8 +447,8 @@ CurlEasy::Response CurlEasy::perform(const Request& request, const Context& cont
     errorBuffer[0] = '\0';
     Reception reception;
     reception.idle = idleTime(request.timeout);
-    const HeaderList headers = headerList(request.headers);
-    configure(handle, request, headers.get(), reception, errorBuffer.data());
+    HeaderLines headers(request.headers);
+    configure(handle, request, headers.list(), reception, errorBuffer.data());
     share(handle, context);
     Limits limits(request.timeout);
     limits.set(handle);

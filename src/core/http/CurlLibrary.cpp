@@ -44,8 +44,6 @@ CurlLibrary load() {
     resolve(library, "curl_share_init", curl.shareInit);
     resolve(library, "curl_share_setopt", curl.shareSetopt);
     resolve(library, "curl_share_cleanup", curl.shareCleanup);
-    resolve(library, "curl_slist_append", curl.slistAppend);
-    resolve(library, "curl_slist_free_all", curl.slistFreeAll);
     resolve(library, "curl_strequal", curl.strequal);
     resolve(library, "curl_strnequal", curl.strnequal);
     resolve(library, "curl_url", curl.url);

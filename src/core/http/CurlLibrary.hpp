@@ -30,8 +30,6 @@ struct CurlLibrary {
     decltype(&::curl_share_init) shareInit;
     decltype(&::curl_share_setopt) shareSetopt;
     decltype(&::curl_share_cleanup) shareCleanup;
-    decltype(&::curl_slist_append) slistAppend;
-    decltype(&::curl_slist_free_all) slistFreeAll;
     decltype(&::curl_strequal) strequal;
     decltype(&::curl_strnequal) strnequal;
     decltype(&::curl_url) url;

@@ -64,6 +64,11 @@ TEST(CurlEasyRequestTest, SendsEachMethodWithItsBodyAndTheFieldsAsGiven) {
     send({.method = "PUT", .url = server.url("/x"), .headers = {{"X-Tag", "a"}, {"X-Empty", ""}, {"x-tag", "b"}, {"Accept", "text/csv"}}, .body = large});
     EXPECT_EQ(head(server, "PUT /x", "X-Tag: a\r\nX-Empty:\r\nx-tag: b\r\nAccept: text/csv\r\nContent-Length: 1048577\r\n", "") + large,
               server.lastRequest());
+
+    // A field's text ends at a NUL, as a C string does; the lines after it still go whole (here
+    // the one that keeps libcurl from labelling the body a form).
+    send({.method = "POST", .url = server.url("/n"), .headers = {{"X-Cut", std::string("a\0b", 3)}}, .body = "z"});
+    EXPECT_EQ(head(server, "POST /n", "X-Cut: a\r\nContent-Length: 1\r\n") + "z", server.lastRequest());
 }
 
 // One handle serves every exchange of a thread: no method, body, field or redirect setting
