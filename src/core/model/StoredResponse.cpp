@@ -1,6 +1,7 @@
 #include "core/model/StoredResponse.hpp"
 
 #include "core/model/WorkspaceCoding.hpp"
+#include "core/support/AsciiCase.hpp"
 #include "core/support/Base64.hpp"
 #include "core/support/Utf8.hpp"
 
@@ -12,16 +13,6 @@
 
 namespace tessaline {
 namespace {
-
-char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// ASCII folding is exact here: no non-ASCII character folds to a letter of "content-type"
-// or "json".
-std::string asciiLowercased(std::string_view text) {
-    std::string lowered(text);
-    std::transform(lowered.begin(), lowered.end(), lowered.begin(), asciiLower);
-    return lowered;
-}
 
 // Whether the text, after Unicode white space, begins with "{" or "[". An ill-formed
 // sequence counts as U+FFFD, which is no white space, as in the repaired text.
@@ -42,15 +33,17 @@ bool startsWithJSONBracket(std::string_view bytes) {
 
 std::string StoredResponse::bodyText() const { return utf8::repaired(body); }
 
+// ASCII case is exact in these two: no non-ASCII character folds to a letter of
+// "content-type" or "json".
 std::optional<std::string> StoredResponse::contentType() const {
     const auto found = std::find_if(headers.begin(), headers.end(),
-                                    [](const KeyValue& header) { return asciiLowercased(header.key) == "content-type"; });
+                                    [](const KeyValue& header) { return asciiCase::equal(header.key, "content-type"); });
     if (found == headers.end()) return std::nullopt;
     return found->value;
 }
 
 bool StoredResponse::isJSON() const {
-    if (const auto type = contentType(); type && asciiLowercased(*type).find("json") != std::string::npos) return true;
+    if (const auto type = contentType(); type && asciiCase::lowered(*type).find("json") != std::string::npos) return true;
     return startsWithJSONBracket(body);
 }
 

@@ -1,5 +1,6 @@
 #include "core/support/UnicodeText.hpp"
 
+#include "core/support/AsciiCase.hpp"
 #include "core/support/ByteScan.hpp"
 #include "core/support/Utf8.hpp"
 
@@ -229,11 +230,7 @@ Scan scanCharacters(std::string_view text, std::size_t limit) {
 
 std::string lowercased(std::string_view text) {
     // Header names and most keys are ASCII, where the root locale's rule is the ASCII one.
-    if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
-        std::string out(text);
-        for (char& c : out) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-        return out;
-    }
+    if (asciiCase::isASCII(text)) return asciiCase::lowered(text);
     std::string out;
     icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())))
         .toLower(icu::Locale::getRoot())
