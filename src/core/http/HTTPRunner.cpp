@@ -2,6 +2,7 @@
 
 #include "core/http/CurlEngine.hpp"
 #include "core/support/CaseInsensitive.hpp"
+#include "core/support/StableSort.hpp"
 #include "core/support/UnicodeText.hpp"
 
 #include <algorithm>
@@ -36,7 +37,7 @@ std::vector<KeyValue> sortedRows(std::vector<CurlEasy::Header> headers) {
     std::vector<std::pair<std::string, CurlEasy::Header*>> keyed;
     keyed.reserve(headers.size());
     for (auto& header : headers) keyed.emplace_back(unicodeText::lowercased(header.first), &header);
-    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
+    stableSort(keyed.begin(), keyed.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
     std::vector<KeyValue> rows;
     rows.reserve(keyed.size());
     for (const auto& [key, header] : keyed) rows.push_back({.key = std::move(header->first), .value = std::move(header->second)});

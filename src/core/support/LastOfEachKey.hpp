@@ -1,6 +1,7 @@
 #pragma once
 
-#include <algorithm>
+#include "core/support/StableSort.hpp"
+
 #include <vector>
 
 namespace tessaline {
@@ -10,17 +11,7 @@ namespace tessaline {
 // one replacing an earlier one of the same key. (The sort is stable, so the last stays last.)
 template <typename Item, typename KeyOf, typename Take>
 void forLastOfEachKey(std::vector<Item>& items, KeyOf keyOf, Take take) {
-    const auto before = [&keyOf](const Item& one, const Item& other) { return keyOf(one) < keyOf(other); };
-    // A few items are sorted by insertion, which is stable too: std::stable_sort takes a
-    // buffer from the heap however few there are, and most objects and header lists are small.
-    constexpr std::size_t fewItems = 16;
-    if (items.size() > fewItems) {
-        std::stable_sort(items.begin(), items.end(), before);
-    } else {
-        for (auto next = items.begin(); next != items.end(); ++next) {
-            std::rotate(std::upper_bound(items.begin(), next, *next, before), next, next + 1);
-        }
-    }
+    stableSort(items.begin(), items.end(), [&keyOf](const Item& one, const Item& other) { return keyOf(one) < keyOf(other); });
     for (auto item = items.begin(); item != items.end(); ++item) {
         if (item + 1 == items.end() || keyOf(item[1]) != keyOf(*item)) take(*item);
     }

@@ -80,7 +80,9 @@ bool MessageLoop::sendsAlone(const LoopCall& call) const {
     if (lines->hasLine()) return false;
     const auto& params = call.request().params;
     const auto name = params.find("name");
-    return name != params.end() && (*name == "send_request" || *name == "send_adhoc");
+    if (name == params.end() || !name->is_string()) return false;
+    const auto& tool = name->get_ref<const std::string&>();
+    return tool == "send_request" || tool == "send_adhoc";
 }
 
 void MessageLoop::handReadingOn() {
