@@ -11,7 +11,6 @@
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 namespace tessaline {
 
@@ -118,7 +117,7 @@ private:
                 to.valueEnd(pos);
                 return true;
             }
-            openContainers.push_back(isObject);
+            openContainers.push_back(isObject ? '}' : ']');
             if (isObject) readKey();
             return false;
         }
@@ -130,10 +129,10 @@ private:
                 skipWhitespace();
                 if (atByte(',')) {
                     ++pos;
-                    if (openContainers.back()) readKey();
+                    if (openContainers.back() == '}') readKey();
                     return;
                 }
-                expect(openContainers.back() ? '}' : ']');
+                expect(openContainers.back());
                 openContainers.pop_back();
                 to.close();
                 to.valueEnd(pos);
@@ -246,7 +245,9 @@ private:
         std::string_view input;
         Handler& to;
         std::size_t pos = 0;
-        std::vector<bool> openContainers;  // true for an object
+        // The closing bracket of each open container, innermost last: a string holds the
+        // first fifteen without a block from the heap, and most documents nest less.
+        std::string openContainers;
     };
 };
 

@@ -18,17 +18,14 @@ namespace {
 // straight around the text, which may be most of the reply. Tool texts can carry bytes from
 // outside (response bodies, files); they are repaired here so that a reply is never lost to
 // invalid UTF-8.
-std::string toolResult(const std::string& text, bool isError) {
-    std::string result;
-    result.reserve(text.size() + 64);
-    result += R"({"content":[{"text":)";
+void appendToolResult(std::string& out, const std::string& text, bool isError) {
+    out += R"({"content":[{"text":)";
     if (utf8::isValid(text)) {
-        jsonString::appendQuoted(result, text, jsonString::ShortEscapes::all);
+        jsonString::appendQuoted(out, text, jsonString::ShortEscapes::all);
     } else {
-        jsonString::appendQuoted(result, utf8::repaired(text), jsonString::ShortEscapes::all);
+        jsonString::appendQuoted(out, utf8::repaired(text), jsonString::ShortEscapes::all);
     }
-    result.append(R"(,"type":"text"}],"isError":)").append(isError ? "true" : "false") += '}';
-    return result;
+    out.append(R"(,"type":"text"}],"isError":)").append(isError ? "true" : "false") += '}';
 }
 
 // Whether initialize's params (an object, or null) declare the elicitation capability in form
@@ -57,16 +54,29 @@ const json& toolCallParams(const JSONRPCMessage& message) {
 // around the outcome's JSON text.
 enum class Outcome { result, error };
 
-std::string envelope(std::string_view id, Outcome outcome, std::string_view encoded) {
+// The outcome is appended by `writeOutcome`, about `size` bytes of JSON text.
+template <typename WriteOutcome>
+std::string envelope(std::string_view id, Outcome outcome, std::size_t size, WriteOutcome writeOutcome) {
     // One buffer: an id or a result may be most of a 64 MiB line.
     std::string line;
-    line.reserve(encoded.size() + id.size() + 40);
+    line.reserve(size + id.size() + 40);
     line += '{';
-    if (outcome == Outcome::error) line.append("\"error\":").append(encoded).append(",");
+    if (outcome == Outcome::error) {
+        line.append("\"error\":");
+        writeOutcome(line);
+        line += ',';
+    }
     line.append("\"id\":").append(id).append(",\"jsonrpc\":\"2.0\"");
-    if (outcome == Outcome::result) line.append(",\"result\":").append(encoded);
+    if (outcome == Outcome::result) {
+        line.append(",\"result\":");
+        writeOutcome(line);
+    }
     line += '}';
     return line;
+}
+
+std::string envelope(std::string_view id, Outcome outcome, std::string_view encoded) {
+    return envelope(id, outcome, encoded.size(), [encoded](std::string& line) { line.append(encoded); });
 }
 
 // The reply line around an outcome given as a tree; "{}" when it cannot be serialised.
@@ -113,7 +123,10 @@ std::string MCPServer::reply(const JSONRPCMessage& request) {
 std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
     try {
         if (answersAtOnce(request)) return replyLine(request.id, Outcome::result, dispatch(request));
-        return envelope(request.id, Outcome::result, callToolResult(toolCallParams(request), call));
+        const auto answer = callToolText(toolCallParams(request), call);
+        // A long text gains a few escapes; the rest of the result is some 60 bytes.
+        return envelope(request.id, Outcome::result, answer.text.size() + answer.text.size() / 16 + 64,
+                        [&answer](std::string& line) { appendToolResult(line, answer.text, answer.isError); });
     } catch (const MCPError& error) {
         return replyLine(request.id, Outcome::error, errorObject(error.code(), error.message()));
     } catch (const std::exception& error) {
@@ -150,18 +163,17 @@ json MCPServer::dispatch(const JSONRPCMessage& request) {
     throw MCPError::unknownMethod(method);
 }
 
-std::string MCPServer::callToolResult(const json& params, CallContext& call) {
+MCPServer::ToolText MCPServer::callToolText(const json& params, CallContext& call) {
     const auto name = params.find("name");
     if (name == params.end() || !name->is_string()) throw MCPError::missingToolName();
     const auto arguments = params.find("arguments");
     static const json noArguments = json::object();
     try {
-        return toolResult(
-            callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments, call), false);
+        return {.text = callTool(*name, arguments != params.end() && arguments->is_object() ? *arguments : noArguments, call)};
     } catch (const MCPError&) {
         throw;  // an unknown tool is a JSON-RPC error
     } catch (const std::exception& error) {
-        return toolResult(std::string("Error: ") + error.what(), true);
+        return {.text = std::string("Error: ") + error.what(), .isError = true};
     }
 }
 

@@ -52,7 +52,7 @@ public:
     // The reply to a line longer than lineLengthLimit, which is not read.
     static std::string lineTooLong();
 
-    // The result of every method but tools/call, which callToolResult() answers. Throws
+    // The result of every method but tools/call, which callToolText() answers. Throws
     // MCPError for unknown methods.
     nlohmann::json dispatch(const JSONRPCMessage& request);
 
@@ -61,8 +61,13 @@ public:
     std::string callTool(const std::string& name, const nlohmann::json& arguments, CallContext& call);
 
 private:
-    // The JSON text of the result of tools/call. Throws MCPError for an unknown tool.
-    std::string callToolResult(const nlohmann::json& params, CallContext& call);
+    // What tools/call answers: the tool's text, or the text of its failure.
+    struct ToolText {
+        std::string text;
+        bool isError = false;
+    };
+    // Runs the tool that tools/call's params name. Throws MCPError for an unknown tool.
+    ToolText callToolText(const nlohmann::json& params, CallContext& call);
 
     WorkspaceStore& store;
     OAuth2Service oauth;
