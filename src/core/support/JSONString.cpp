@@ -1,43 +1,63 @@
 #include "core/support/JSONString.hpp"
 
-#include "core/support/ByteScan.hpp"
 #include "core/support/Hexadecimal.hpp"
+
+#include <array>
 
 namespace tessaline::jsonString {
 namespace {
 
-// The letter of a two-character escape, or 0 where `c` takes \u00xx.
-char shortEscape(char c, ShortEscapes shortEscapes) {
-    switch (c) {
-    case '"': return '"';
-    case '\\': return '\\';
-    case '\n': return 'n';
-    case '\r': return 'r';
-    case '\t': return 't';
-    case '\b': return shortEscapes == ShortEscapes::all ? 'b' : 0;
-    case '\f': return shortEscapes == ShortEscapes::all ? 'f' : 0;
-    default: return 0;
+// What follows the backslash of each byte's escape: 0 for a byte written as it is, the letter
+// of a two-character escape, or 'u' for \u00xx.
+constexpr std::array<char, 256> escapeLetters(ShortEscapes shortEscapes) {
+    std::array<char, 256> letters{};
+    for (int control = 0; control < 0x20; ++control) letters[control] = 'u';
+    letters['"'] = '"';
+    letters['\\'] = '\\';
+    letters['\n'] = 'n';
+    letters['\r'] = 'r';
+    letters['\t'] = 't';
+    if (shortEscapes == ShortEscapes::all) {
+        letters['\b'] = 'b';
+        letters['\f'] = 'f';
     }
+    return letters;
 }
+
+constexpr auto allLetters = escapeLetters(ShortEscapes::all);
+constexpr auto lineBreakAndTabLetters = escapeLetters(ShortEscapes::lineBreaksAndTab);
+
+// The longest escape, \u00xx, is six bytes.
+constexpr std::size_t longestEscape = 6;
+// Bytes escaped at a time into a buffer on the stack that holds them at their longest.
+constexpr std::size_t pieceLength = 256;
 
 }  // namespace
 
+// The summaries a send returns are dense with quotes and line breaks, so the bytes are written
+// one by one through a table, with no bounds check per byte, and appended a piece at a time.
 void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEscapes) {
+    const auto& letters = shortEscapes == ShortEscapes::all ? allLetters : lineBreakAndTabLetters;
     out += '"';
-    bool sawNonASCII = false;  // unused: non-ASCII bytes are written as they are
-    for (std::size_t start = 0;;) {
-        const std::size_t at = byteScan::findQuoteBackslashOrControl(text, start, sawNonASCII);
-        out.append(text.substr(start, at - start));
-        if (at == text.size()) break;
-        const char c = text[at];
-        out += '\\';
-        if (const char letter = shortEscape(c, shortEscapes)) {
-            out += letter;
-        } else {
-            out += "u00";
-            hexadecimal::appendByte(out, static_cast<unsigned char>(c), hexadecimal::lowerDigits);
+    std::array<char, longestEscape * pieceLength> escaped;
+    for (std::size_t from = 0; from < text.size(); from += pieceLength) {
+        char* to = escaped.data();
+        for (const char c : text.substr(from, pieceLength)) {
+            const char letter = letters[static_cast<unsigned char>(c)];
+            if (letter == 0) {
+                *to++ = c;
+                continue;
+            }
+            *to++ = '\\';
+            *to++ = letter;
+            if (letter == 'u') {
+                *to++ = '0';
+                *to++ = '0';
+                *to++ = hexadecimal::lowerDigits[static_cast<unsigned char>(c) >> 4];
+                *to++ = hexadecimal::lowerDigits[static_cast<unsigned char>(c) & 0xF];
+            }
         }
-        start = at + 1;
+        out.append(escaped.data(), to);
     }
     out += '"';
 }
