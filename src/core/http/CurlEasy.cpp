@@ -3,6 +3,7 @@
 #include "core/http/CurlLibrary.hpp"
 #include "core/http/StreamWatch.hpp"
 #include "core/http/URLComponents.hpp"
+#include "core/support/AsciiCase.hpp"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -28,9 +29,8 @@ constexpr double longestTimeout = 1'000'000;
 
 const std::string noBody;
 
-bool hasHeader(const std::vector<CurlEasy::Header>& headers, const char* name) {
-    return std::any_of(headers.begin(), headers.end(),
-                       [name](const CurlEasy::Header& header) { return curl().strequal(header.first.c_str(), name) != 0; });
+bool hasHeader(const std::vector<CurlEasy::Header>& headers, std::string_view name) {
+    return std::any_of(headers.begin(), headers.end(), [name](const CurlEasy::Header& header) { return asciiCase::equal(header.first, name); });
 }
 
 // The request's header lines as libcurl reads them. Their texts share one buffer and the list's
@@ -73,12 +73,30 @@ private:
 
 using SteadyClock = std::chrono::steady_clock;
 
+std::optional<std::uint64_t> announcedLength(std::string_view value) {
+    std::uint64_t length = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
+    if (error != std::errc() || end != value.data() + value.size()) return std::nullopt;
+    return length;
+}
+
+// A field's value without the blanks around it and the line's end.
+std::string_view trimmedValue(std::string_view value) {
+    const auto first = value.find_first_not_of(" \t");
+    const auto last = value.find_last_not_of(" \t\r\n");
+    return first > last || last == std::string_view::npos ? std::string_view() : value.substr(first, last + 1 - first);
+}
+
 // What arrives during one exchange, filled in by libcurl's callbacks.
 struct Reception {
     std::string body;
     std::uint64_t bodyBytes = 0;
     // How far the latest response's header block has come: its status line and its empty line.
     enum class Head { none, open, closed } head = Head::none;
+    // The latest response's fields, repeats merged; trailers, which come after its header
+    // block, are left out.
+    std::vector<CurlEasy::Header> fields;
+    std::size_t lastField = 0;  // the field the latest line went into, which a folded line goes on
     std::optional<std::uint64_t> announced;  // the latest response's Content-Length
     bool encoded = false;  // whether the latest response has a Content-Encoding
     bool connected = false;  // whether a connection for the exchange has been made
@@ -93,9 +111,53 @@ struct Reception {
                 .events = stream ? std::optional(stream->events()) : std::nullopt};
     }
 
+    // A status line: an interim response, a redirect followed or a proxy's reply to CONNECT
+    // may have come before, and none of their fields belongs to the response that now starts.
+    void openHead() {
+        head = Head::open;
+        fields.clear();
+        fields.reserve(16);  // a typical response's fields: one block, not one for each doubling
+        announced.reset();
+        encoded = false;
+        contentType.reset();
+        stream.reset();
+    }
+
     void endHead() {
         head = Head::closed;
         if (const auto format = contentType ? streamFormat(*contentType) : std::nullopt) stream.emplace(*format, idle, SteadyClock::now());
+    }
+
+    // A line of the header block after the status line. A name that repeats (ignoring ASCII
+    // case) keeps its first spelling, with the values joined by ", ".
+    void addField(std::string_view line) {
+        if (line.front() == ' ' || line.front() == '\t') return unfold(line);
+        const auto colon = line.find(':');
+        if (colon == std::string_view::npos) return;  // not a field, and libcurl went on past it
+        const auto name = line.substr(0, colon);
+        const auto value = trimmedValue(line.substr(colon + 1));
+        if (asciiCase::equal(name, "Content-Type")) {
+            contentType = std::string(value);
+        } else if (asciiCase::equal(name, "Content-Length")) {
+            announced = announcedLength(value);
+        } else if (asciiCase::equal(name, "Content-Encoding")) {
+            encoded = !value.empty() && !asciiCase::equal(value, "identity");
+        }
+        const auto same = std::find_if(fields.begin(), fields.end(), [name](const CurlEasy::Header& field) { return asciiCase::equal(field.first, name); });
+        lastField = static_cast<std::size_t>(same - fields.begin());
+        if (same == fields.end()) {
+            fields.emplace_back(name, value);
+        } else {
+            same->second.append(", ").append(value);
+        }
+    }
+
+    // An obsolete folded line continues the field before it, its leading blanks shrunk to the
+    // last one.
+    void unfold(std::string_view line) {
+        const auto text = trimmedValue(line);
+        if (fields.empty() || text.empty()) return;
+        fields[lastField].second.append(text.data() - 1, text.size() + 1);
     }
 };
 
@@ -119,43 +181,17 @@ std::size_t receiveBody(char* data, std::size_t size, std::size_t count, void* r
     }
 }
 
-// The value of a "Name: value" line whose name is `name` (ignoring ASCII case).
-std::optional<std::string_view> fieldValue(std::string_view line, std::string_view name) {
-    if (line.size() <= name.size() || line[name.size()] != ':' || curl().strnequal(line.data(), name.data(), name.size()) == 0) {
-        return std::nullopt;
-    }
-    line.remove_prefix(name.size() + 1);
-    const auto first = line.find_first_not_of(" \t");
-    const auto last = line.find_last_not_of(" \t\r\n");
-    return first > last || last == std::string_view::npos ? std::string_view() : line.substr(first, last + 1 - first);
-}
-
-std::optional<std::uint64_t> announcedLength(std::string_view value) {
-    std::uint64_t length = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
-    if (error != std::errc() || end != value.data() + value.size()) return std::nullopt;
-    return length;
-}
-
 // libcurl hands over every header line of every response, its status line first and its
 // empty line last (also for HTTP/2, whose fields it writes out as lines).
 std::size_t receiveHeader(char* data, std::size_t size, std::size_t count, void* reception) {
     auto& into = *static_cast<Reception*>(reception);
     const std::string_view line(data, size * count);
     if (line.starts_with("HTTP/")) {
-        into.head = Reception::Head::open;
-        into.announced.reset();
-        into.encoded = false;
-        into.contentType.reset();
-        into.stream.reset();
+        into.openHead();
     } else if (line == "\r\n" || line == "\n") {
         into.endHead();
-    } else if (const auto type = fieldValue(line, "Content-Type")) {
-        into.contentType = std::string(*type);
-    } else if (const auto length = fieldValue(line, "Content-Length")) {
-        into.announced = announcedLength(*length);
-    } else if (const auto coding = fieldValue(line, "Content-Encoding")) {
-        into.encoded = !coding->empty() && curl().strequal(std::string(*coding).c_str(), "identity") == 0;
+    } else if (into.head == Reception::Head::open && !line.empty()) {
+        into.addField(line);
     }
     return size * count;
 }
@@ -175,7 +211,7 @@ bool isLoopback(const sockaddr* address) {
 }
 
 bool isLoopbackHost(std::string host) {
-    if (curl().strequal(host.c_str(), "localhost") != 0) return true;
+    if (asciiCase::equal(host, "localhost")) return true;
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
     in_addr ipv4{};
     if (::inet_pton(AF_INET, host.c_str(), &ipv4) == 1) return isLoopback(ipv4);
@@ -301,24 +337,6 @@ void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* heade
     curl().easySetopt(handle, CURLOPT_PREREQFUNCTION, noteConnected);
     curl().easySetopt(handle, CURLOPT_PREREQDATA, &reception);
     setMethod(handle, request);
-}
-
-// The last request's own header fields (CURLH_HEADER leaves out 1xx responses, CONNECT
-// replies and trailers), repeated names merged.
-std::vector<CurlEasy::Header> finalHeaders(CURL* handle) {
-    std::vector<CurlEasy::Header> headers;
-    curl_header* field = nullptr;
-    while ((field = curl().easyNextheader(handle, CURLH_HEADER, -1, field)) != nullptr) {
-        const auto same = std::find_if(headers.begin(), headers.end(), [field](const CurlEasy::Header& header) {
-            return curl().strequal(header.first.c_str(), field->name) != 0;
-        });
-        if (same == headers.end()) {
-            headers.emplace_back(field->name, field->value);
-        } else {
-            same->second.append(", ").append(field->value);
-        }
-    }
-    return headers;
 }
 
 // Keeps an easy handle in a multi handle for one exchange. Taking it out ends the exchange
@@ -465,7 +483,7 @@ CurlEasy::Response CurlEasy::perform(const Request& request, const Context& cont
     }
     Response response{.body = std::move(reception.body), .bodyBytes = reception.bodyBytes, .streamEnd = std::move(ending.streamEnd)};
     curl().easyGetinfo(handle, CURLINFO_RESPONSE_CODE, &response.status);
-    response.headers = finalHeaders(handle);
+    response.headers = std::move(reception.fields);
     return response;
 }
 

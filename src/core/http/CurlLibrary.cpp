@@ -31,7 +31,6 @@ CurlLibrary load() {
     resolve(library, "curl_easy_reset", curl.easyReset);
     resolve(library, "curl_easy_setopt", curl.easySetopt);
     resolve(library, "curl_easy_getinfo", curl.easyGetinfo);
-    resolve(library, "curl_easy_nextheader", curl.easyNextheader);
     resolve(library, "curl_easy_strerror", curl.easyStrerror);
     resolve(library, "curl_multi_init", curl.multiInit);
     resolve(library, "curl_multi_cleanup", curl.multiCleanup);
@@ -44,8 +43,6 @@ CurlLibrary load() {
     resolve(library, "curl_share_init", curl.shareInit);
     resolve(library, "curl_share_setopt", curl.shareSetopt);
     resolve(library, "curl_share_cleanup", curl.shareCleanup);
-    resolve(library, "curl_strequal", curl.strequal);
-    resolve(library, "curl_strnequal", curl.strnequal);
     resolve(library, "curl_url", curl.url);
     resolve(library, "curl_url_dup", curl.urlDup);
     resolve(library, "curl_url_set", curl.urlSet);

@@ -17,7 +17,6 @@ struct CurlLibrary {
     decltype(&::curl_easy_reset) easyReset;
     decltype(&::curl_easy_setopt) easySetopt;
     decltype(&::curl_easy_getinfo) easyGetinfo;
-    decltype(&::curl_easy_nextheader) easyNextheader;
     decltype(&::curl_easy_strerror) easyStrerror;
     decltype(&::curl_multi_init) multiInit;
     decltype(&::curl_multi_cleanup) multiCleanup;
@@ -30,8 +29,6 @@ struct CurlLibrary {
     decltype(&::curl_share_init) shareInit;
     decltype(&::curl_share_setopt) shareSetopt;
     decltype(&::curl_share_cleanup) shareCleanup;
-    decltype(&::curl_strequal) strequal;
-    decltype(&::curl_strnequal) strnequal;
     decltype(&::curl_url) url;
     decltype(&::curl_url_dup) urlDup;
     decltype(&::curl_url_set) urlSet;

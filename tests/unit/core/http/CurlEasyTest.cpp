@@ -114,6 +114,17 @@ TEST(CurlEasyResponseTest, KeepsOnlyTheFinalResponsesFieldsWithRepeatsMerged) {
               send({.url = server.url()}));
 }
 
+// An obsolete folded line goes on the field it continues, even once merged; trailers come
+// after the header block and are not the response's fields.
+TEST(CurlEasyResponseTest, UnfoldsFoldedLinesAndLeavesOutTrailers) {
+    CannedHTTPServer server("HTTP/1.1 200 OK\r\nX-A: one\r\n  two\r\n\tthree\r\nX-B: b\r\nx-a: again\r\n   more  \r\n"
+                            "Trailer: X-T\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\nX-T: t\r\n\r\n");
+    EXPECT_EQ((CurlEasy::Response{.status = 200,
+                                  .headers = {{"X-A", "one two\tthree, again more"}, {"X-B", "b"}, {"Trailer", "X-T"}, {"Transfer-Encoding", "chunked"}},
+                                  .body = "ok", .bodyBytes = 2}),
+              send({.url = server.url()}));
+}
+
 // A compressed body counts by its decoded size, so that a small bomb is cut like any body.
 TEST(CurlEasyResponseTest, KeepsABodyUpToTheLimitAndCountsTheRest) {
     CannedHTTPServer server(answerWith("Content-Encoding: deflate\r\n", deflated(std::string(64 << 20, '\0'))));
