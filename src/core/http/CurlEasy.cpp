@@ -320,7 +320,11 @@ void share(CURL* handle, const CurlEasy::Context& context) {
 }
 
 void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* headers, Reception& reception, char* errors) {
-    curl().easySetopt(handle, CURLOPT_URL, request.url.c_str());
+    if (request.parsedURL != nullptr) {
+        curl().easySetopt(handle, CURLOPT_CURLU, request.parsedURL->curlHandle());
+    } else {
+        curl().easySetopt(handle, CURLOPT_URL, request.url.c_str());
+    }
     curl().easySetopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl().easySetopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl().easySetopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs must not raise signals in a threaded program

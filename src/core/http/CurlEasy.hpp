@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/http/TransferControl.hpp"
+#include "core/http/URLComponents.hpp"
 
 #include <array>
 #include <chrono>
@@ -30,6 +31,8 @@ public:
     struct Request {
         std::string method = "GET";  // upper-case; POST alone turns into GET on a 301, 302 or 303
         std::string url{};
+        // `url` already taken apart (see URLComponents), which libcurl then need not parse.
+        const URLComponents* parsedURL = nullptr;
         // Sent in order; a repeated name is sent again, never replaced. A header the caller
         // names replaces libcurl's own of that name ("Accept", "Accept-Encoding", "Expect", ...);
         // without a Content-Type here, none is sent.

@@ -14,6 +14,7 @@ namespace {
 CurlEasy::Request exchange(const ResolvedRequest& resolved, const APIRequest& original) {
     CurlEasy::Request request{.method = std::string(toString(resolved.method)),
                               .url = resolved.url,
+                              .parsedURL = resolved.parsedURL.components ? &*resolved.parsedURL.components : nullptr,
                               .headers = resolved.headers,
                               .body = resolved.body,
                               .followRedirects = original.followRedirects,

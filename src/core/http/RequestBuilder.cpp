@@ -143,12 +143,10 @@ std::string withQuery(const std::string& url, const std::vector<Pair>& items) {
 }
 
 // The URL (a text with "://") with the query items added; absent when it is not a valid URL.
-std::optional<std::string> assembledURL(const std::string& text, const std::vector<Pair>& query) {
+std::optional<URLComponents> assembledURL(const std::string& text, const std::vector<Pair>& query) {
     // An empty host: libcurl would take the first segment of the path for it.
     if (const auto scheme = text.find("://"); text.compare(scheme + 3, 1, "/") == 0) return std::nullopt;
-    const auto url = URLComponents::parse(withQuery(withDisallowedEscaped(text), query));
-    if (!url) return std::nullopt;
-    return url->text();
+    return URLComponents::parse(withQuery(withDisallowedEscaped(text), query));
 }
 
 std::vector<std::string> sortedOnce(std::vector<std::string> names) {
@@ -222,11 +220,12 @@ ResolvedRequest requestBuilder::resolve(const APIRequest& request, const std::op
     // Undefined names come before an invalid URL: a placeholder left in the host is what
     // makes such a URL invalid.
     const auto absoluteText = urlText.find("://") == std::string::npos ? "https://" + urlText : urlText;
-    const auto url = assembledURL(absoluteText, parts.query);
+    auto parsed = assembledURL(absoluteText, parts.query);
+    auto url = parsed ? parsed->text() : std::nullopt;
     if (!undefinedNames.empty()) throw RequestBuildError::unresolvedVariables(sortedOnce(std::move(undefinedNames)));
     if (!url) throw RequestBuildError::invalidURL(absoluteText);
 
-    ResolvedRequest resolved{.method = request.method, .url = *url, .bodyKind = request.body.kind};
+    ResolvedRequest resolved{.method = request.method, .url = std::move(*url), .parsedURL = {std::move(parsed)}, .bodyKind = request.body.kind};
     if (allowsBody(request.method)) {
         if (auto body = encodedBody(request.body, resolver)) {
             if (!hasContentType(parts.headers)) parts.headers.emplace_back("Content-Type", std::move(body->contentType));

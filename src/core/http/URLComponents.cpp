@@ -67,6 +67,7 @@ std::optional<std::string> URLComponents::host() const { return part(CURLUPART_H
 std::string URLComponents::path() const { return part(CURLUPART_PATH).value_or("/"); }
 std::optional<std::string> URLComponents::query() const { return part(CURLUPART_QUERY); }
 std::optional<std::string> URLComponents::text() const { return part(CURLUPART_URL); }
+Curl_URL* URLComponents::curlHandle() const { return parts->url; }
 
 std::optional<std::uint16_t> URLComponents::port() const {
     const auto text = part(CURLUPART_PORT);

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+struct Curl_URL;  // libcurl's CURLU
+
 namespace tessaline {
 
 // An absolute URL taken apart by libcurl's URL parser, which accepts any scheme followed by
@@ -40,6 +42,10 @@ public:
     void setQuery(std::string_view percentEncoded);
 
     std::optional<std::string> text() const;
+
+    // The parsed form itself, for CURLOPT_CURLU: an exchange given it takes a copy at its start
+    // instead of parsing the text again.
+    Curl_URL* curlHandle() const;
 
 private:
     struct Handle;
