@@ -84,13 +84,26 @@ inline size_t findQuoteOrBackslash(std::string_view text, size_t from, bool& saw
         [](unsigned char byte) { return byte == '"' || byte == '\\'; });
 }
 
+namespace detail {
+
+inline uint64_t quoteBackslashOrControl(uint64_t word) {
+    return matches(word, '"') | matches(word, '\\') | below(word, 0x20);
+}
+
+}  // namespace detail
+
 // As findQuoteOrBackslash, and also stops at a control character (a byte below 0x20), which
 // strict JSON does not allow inside a string.
 inline size_t findQuoteBackslashOrControl(std::string_view text, size_t from, bool& sawNonASCII) {
-    return detail::findFirstNotingNonASCII(
-        text, from, sawNonASCII,
-        [](uint64_t word) { return detail::matches(word, '"') | detail::matches(word, '\\') | detail::below(word, 0x20); },
-        [](unsigned char byte) { return byte == '"' || byte == '\\' || byte < 0x20; });
+    return detail::findFirstNotingNonASCII(text, from, sawNonASCII, detail::quoteBackslashOrControl,
+                                           [](unsigned char byte) { return byte == '"' || byte == '\\' || byte < 0x20; });
+}
+
+// How many of the eight bytes at `at` (there must be eight) come before the first '"', '\\' or
+// control character: 8 when none of them is one.
+inline size_t plainBytesInWord(std::string_view text, size_t at) {
+    const uint64_t found = detail::quoteBackslashOrControl(detail::load(text, at));
+    return found == 0 ? 8 : static_cast<size_t>(std::countr_zero(found) / 8);
 }
 
 // The index of the first non-ASCII byte at or after `from`, or text.size().

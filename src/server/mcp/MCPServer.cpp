@@ -124,8 +124,10 @@ std::string MCPServer::reply(const JSONRPCMessage& request, CallContext& call) {
     try {
         if (answersAtOnce(request)) return replyLine(request.id, Outcome::result, dispatch(request));
         const auto answer = callToolText(toolCallParams(request), call);
-        // A long text gains a few escapes; the rest of the result is some 60 bytes.
-        return envelope(request.id, Outcome::result, answer.text.size() + answer.text.size() / 16 + 64,
+        // A text gains its escapes: a response's summary, one for every six bytes or so, for
+        // its quotes and line breaks. Room reserved short would mean a second block and a copy.
+        // The rest of the result is some 60 bytes.
+        return envelope(request.id, Outcome::result, answer.text.size() + answer.text.size() / 4 + 64,
                         [&answer](std::string& line) { appendToolResult(line, answer.text, answer.isError); });
     } catch (const MCPError& error) {
         return replyLine(request.id, Outcome::error, errorObject(error.code(), error.message()));
