@@ -233,24 +233,23 @@ std::optional<std::string> refusedHost(const std::string& url) {
     return host;
 }
 
+// Sets all five method options on every exchange: the handle keeps what the last one set.
 void setMethod(CURL* handle, const CurlEasy::Request& request) {
     const bool isHead = request.method == "HEAD";
     const bool isPost = request.method == "POST";
     // A POST always sends a body, if only an empty one, so that it carries "Content-Length: 0".
     const bool sendsBody = isPost || (request.body && !isHead);
-    if (isHead) {
-        curl().easySetopt(handle, CURLOPT_NOBODY, 1L);
-    } else if (!isPost && (request.method != "GET" || sendsBody)) {
-        // POST stays libcurl's own method instead, so that a followed 301, 302 or 303 turns it
-        // into GET as browsers do.
-        curl().easySetopt(handle, CURLOPT_CUSTOMREQUEST, request.method.c_str());
-    }
-    if (sendsBody) {
-        // Never a null pointer here: with none, libcurl would read the body from stdin.
-        const std::string& body = request.body ? *request.body : noBody;
-        curl().easySetopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-        curl().easySetopt(handle, CURLOPT_POSTFIELDS, body.c_str());
-    }
+    // Never a null pointer, not even for a request without a body: with none, libcurl would read
+    // a body from stdin.
+    const std::string& body = sendsBody && request.body ? *request.body : noBody;
+    curl().easySetopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    curl().easySetopt(handle, CURLOPT_POSTFIELDS, body.c_str());  // which makes it a POST
+    if (!sendsBody) curl().easySetopt(handle, CURLOPT_HTTPGET, 1L);  // a GET, without the body
+    curl().easySetopt(handle, CURLOPT_NOBODY, isHead ? 1L : 0L);
+    // POST stays libcurl's own method instead, so that a followed 301, 302 or 303 turns it
+    // into GET as browsers do.
+    const bool custom = !isHead && !isPost && (request.method != "GET" || sendsBody);
+    curl().easySetopt(handle, CURLOPT_CUSTOMREQUEST, custom ? request.method.c_str() : nullptr);
 }
 
 std::chrono::milliseconds idleTime(double timeout) {
@@ -312,34 +311,34 @@ private:
     bool connected = false;
 };
 
-void share(CURL* handle, const CurlEasy::Context& context) {
+// The settings every exchange of a handle shares, made when the handle is created.
+void configureShared(CURL* handle, const CurlEasy::Context& context, char* errors) {
     curl().easySetopt(handle, CURLOPT_SHARE, context.share);
     if (context.caFile != nullptr) curl().easySetopt(handle, CURLOPT_CAINFO, context.caFile);
     if (context.caDirectory != nullptr) curl().easySetopt(handle, CURLOPT_CAPATH, context.caDirectory);
-    if (context.loopbackOnly) curl().easySetopt(handle, CURLOPT_OPENSOCKETFUNCTION, openLoopbackSocket);
-}
-
-void configure(CURL* handle, const CurlEasy::Request& request, curl_slist* headers, Reception& reception, char* errors) {
-    if (request.parsedURL != nullptr) {
-        curl().easySetopt(handle, CURLOPT_CURLU, request.parsedURL->curlHandle());
-    } else {
-        curl().easySetopt(handle, CURLOPT_URL, request.url.c_str());
-    }
     curl().easySetopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl().easySetopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl().easySetopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs must not raise signals in a threaded program
     curl().easySetopt(handle, CURLOPT_ERRORBUFFER, errors);
     curl().easySetopt(handle, CURLOPT_ACCEPT_ENCODING, "");  // every encoding this libcurl decodes
     curl().easySetopt(handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);  // HTTP/2 where TLS's ALPN offers it
-    curl().easySetopt(handle, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
     curl().easySetopt(handle, CURLOPT_MAXREDIRS, CurlEasy::maximumRedirects);
-    curl().easySetopt(handle, CURLOPT_HTTPHEADER, headers);
     curl().easySetopt(handle, CURLOPT_WRITEFUNCTION, receiveBody);
-    curl().easySetopt(handle, CURLOPT_WRITEDATA, &reception);
     curl().easySetopt(handle, CURLOPT_HEADERFUNCTION, receiveHeader);
-    curl().easySetopt(handle, CURLOPT_HEADERDATA, &reception);
     curl().easySetopt(handle, CURLOPT_PREREQFUNCTION, noteConnected);
+}
+
+// The options a request decides, every one of them set for each exchange.
+void configure(CURL* handle, const CurlEasy::Request& request, bool loopbackOnly, curl_slist* headers, Reception& reception) {
+    const URLComponents* parsed = request.parsedURL;
+    curl().easySetopt(handle, CURLOPT_URL, parsed != nullptr ? nullptr : request.url.c_str());
+    curl().easySetopt(handle, CURLOPT_CURLU, parsed != nullptr ? parsed->curlHandle() : nullptr);
+    curl().easySetopt(handle, CURLOPT_FOLLOWLOCATION, request.followRedirects ? 1L : 0L);
+    curl().easySetopt(handle, CURLOPT_HTTPHEADER, headers);
+    curl().easySetopt(handle, CURLOPT_WRITEDATA, &reception);
+    curl().easySetopt(handle, CURLOPT_HEADERDATA, &reception);
     curl().easySetopt(handle, CURLOPT_PREREQDATA, &reception);
+    curl().easySetopt(handle, CURLOPT_OPENSOCKETFUNCTION, loopbackOnly ? openLoopbackSocket : nullptr);
     setMethod(handle, request);
 }
 
@@ -445,12 +444,13 @@ bool closedInsideHeaderBlock(CURLcode result, const Reception& reception) {
 
 }  // namespace
 
-CurlEasy::CurlEasy() : handle(curl().easyInit()), multi(curl().multiInit()) {
+CurlEasy::CurlEasy(const Context& context) : handle(curl().easyInit()), multi(curl().multiInit()) {
     if (handle == nullptr || multi == nullptr) {
         curl().multiCleanup(multi);
         curl().easyCleanup(handle);
         throw std::bad_alloc();
     }
+    configureShared(handle, context, errorBuffer.data());
 }
 
 CurlEasy::~CurlEasy() {
@@ -458,20 +458,18 @@ CurlEasy::~CurlEasy() {
     curl().easyCleanup(handle);
 }
 
-CurlEasy::Response CurlEasy::perform(const Request& request, const Context& context, const TransferControl& control) {
-    if (context.loopbackOnly) {
+CurlEasy::Response CurlEasy::perform(const Request& request, bool loopbackOnly, const TransferControl& control) {
+    if (loopbackOnly) {
         if (const auto host = refusedHost(request.url)) {
             return {.error = "Sending to \u201c" + *host + "\u201d is switched off: only loopback addresses may be reached."};
         }
     }
     if (isCancelled(control)) return {.error = std::string(cancelledText)};
-    curl().easyReset(handle);
     errorBuffer[0] = '\0';
     Reception reception;
     reception.idle = idleTime(request.timeout);
     HeaderLines headers(request.headers);
-    configure(handle, request, headers.list(), reception, errorBuffer.data());
-    share(handle, context);
+    configure(handle, request, loopbackOnly, headers.list(), reception);
     Limits limits(request.timeout);
     limits.set(handle);
     const Attachment attachment(multi, handle);

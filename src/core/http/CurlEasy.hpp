@@ -17,9 +17,12 @@ namespace tessaline {
 // One libcurl easy handle, performing HTTP(S) exchanges one after another with the settings
 // every send shares: no cookies, no cache, compressed responses asked for and decoded, http
 // and https only, HTTP/2 where a TLS server offers it, and a failed exchange reported as a
-// text, never thrown. Everything a user could see is set afresh for each
-// exchange; what the handle keeps between them is libcurl's CA store, and, through the
-// engine's share handle, connections, TLS sessions and DNS answers (see CurlEngine).
+// text, never thrown. Those settings are made once, when the handle is created; every option
+// a request decides is set for each exchange, to libcurl's default where the request leaves
+// it out, so that nothing of one exchange goes with the next. (Resetting the handle and making
+// every setting again cost a small send a twentieth of its time.) What the handle keeps between
+// exchanges is libcurl's CA store, and, through the engine's share handle, connections, TLS
+// sessions and DNS answers (see CurlEngine).
 //
 // A handle belongs to one thread at a time; separate handles may run on separate threads at
 // once (libcurl's global set-up is done once, whichever thread comes first).
@@ -71,13 +74,12 @@ public:
         bool operator==(const Response&) const = default;
     };
 
-    // What every exchange of the process has in common; the engine owns it.
+    // What every exchange of the process has in common; the engine owns it, and it outlives
+    // the handle.
     struct Context {
         void* share = nullptr;  // CURLSH*
         const char* caFile = nullptr;  // null: libcurl's default bundle
         const char* caDirectory = nullptr;  // null: libcurl's default folder
-        // Refuse every host but this machine's loopback addresses, before any name lookup.
-        bool loopbackOnly = false;
     };
 
     static constexpr double defaultTimeout = 60;
@@ -96,7 +98,7 @@ public:
 
     // Throws std::bad_alloc when libcurl cannot allocate its handles, Error when it cannot be
     // loaded.
-    CurlEasy();
+    explicit CurlEasy(const Context& context);
     ~CurlEasy();
     CurlEasy(const CurlEasy&) = delete;
     CurlEasy& operator=(const CurlEasy&) = delete;
@@ -111,7 +113,10 @@ public:
     // exchange closes its connection at once (over HTTP/2, whose connection other exchanges
     // may share, it resets its stream instead) and fails with `cancelledText`; one cancelled
     // before it starts never connects.
-    Response perform(const Request& request, const Context& context, const TransferControl& control = {});
+    //
+    // With `loopbackOnly`, every host but this machine's loopback addresses is refused, before
+    // any name lookup.
+    Response perform(const Request& request, bool loopbackOnly, const TransferControl& control = {});
 
     static constexpr std::chrono::milliseconds controlInterval{50};
 

@@ -56,11 +56,7 @@ CurlEngine::~CurlEngine() {
 
 CurlEasy::Response CurlEngine::perform(const CurlEasy::Request& request, const TransferControl& control) {
     auto handle = takeHandle();
-    auto response = handle->perform(request, {.share = share,
-                                              .caFile = pointer(caFile),
-                                              .caDirectory = pointer(caDirectory),
-                                              .loopbackOnly = loopbackOnly},
-                                    control);
+    auto response = handle->perform(request, loopbackOnly, control);
     giveBack(std::move(handle));
     return response;
 }
@@ -74,7 +70,7 @@ std::unique_ptr<CurlEasy> CurlEngine::takeHandle() {
             return handle;
         }
     }
-    return std::make_unique<CurlEasy>();
+    return std::make_unique<CurlEasy>(CurlEasy::Context{.share = share, .caFile = pointer(caFile), .caDirectory = pointer(caDirectory)});
 }
 
 void CurlEngine::giveBack(std::unique_ptr<CurlEasy> handle) {

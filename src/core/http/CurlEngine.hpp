@@ -16,7 +16,8 @@ namespace tessaline {
 // each loads the CA store once (libcurl caches it in the handle), and share one libcurl share
 // handle, so connections, TLS sessions and DNS answers are reused by whichever handle comes
 // next. Nothing a user could see crosses from one exchange to the next: no cookie engine, no
-// response cache, and every option, credentials included, is set afresh for each exchange.
+// response cache, and every option a request decides, its fields (credentials included) among
+// them, is set for each exchange (see CurlEasy).
 //
 // The CA bundle is read from where curl's users expect it: the file named by CURL_CA_BUNDLE,
 // else by SSL_CERT_FILE, and the hashed folder named by SSL_CERT_DIR; libcurl's defaults

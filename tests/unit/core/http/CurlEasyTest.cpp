@@ -71,22 +71,29 @@ TEST(CurlEasyRequestTest, SendsEachMethodWithItsBodyAndTheFieldsAsGiven) {
     EXPECT_EQ(head(server, "POST /n", "X-Cut: a\r\nContent-Length: 1\r\n") + "z", server.lastRequest());
 }
 
-// One handle serves every exchange of a thread: no method, body, field or redirect setting
-// of one request may go with the next.
+// One handle serves every exchange of a thread: no method, body, field, URL or redirect
+// setting of one request may go with the next.
 TEST(CurlEasyRequestTest, LeavesNothingOfOneRequestToTheNext) {
     CannedHTTPServer server(answerWith("", "ok"));
     const CurlEasy::Response answered{.status = 200, .headers = {{"Content-Length", "2"}}, .body = "ok", .bodyBytes = 2};
+    // Some URLs come already taken apart, as a resolved request hands them over.
+    const auto parsedB = URLComponents::parse(server.url("/b"));
+    const auto parsedG = URLComponents::parse(server.url("/g"));
     const struct {
         CurlEasy::Request request;
         std::string sent;
     } sequence[] = {
         {{.method = "HEAD", .url = server.url("/a")}, head(server, "HEAD /a")},
-        {{.method = "GET", .url = server.url("/b")}, head(server, "GET /b")},
+        {{.method = "GET", .url = server.url("/b"), .parsedURL = &*parsedB}, head(server, "GET /b")},
         {{.method = "PUT", .url = server.url("/c"), .headers = {{"X-Tag", "a"}}, .body = "put"},
          head(server, "PUT /c", "X-Tag: a\r\nContent-Length: 3\r\n") + "put"},
         {{.method = "DELETE", .url = server.url("/d")}, head(server, "DELETE /d")},
         {{.method = "POST", .url = server.url("/e"), .body = "post"}, head(server, "POST /e", "Content-Length: 4\r\n") + "post"},
         {{.method = "GET", .url = server.url("/f")}, head(server, "GET /f")},
+        {{.method = "PATCH", .url = server.url("/g"), .parsedURL = &*parsedG, .body = "patch"},
+         head(server, "PATCH /g", "Content-Length: 5\r\n") + "patch"},
+        {{.method = "HEAD", .url = server.url("/h")}, head(server, "HEAD /h")},
+        {{.method = "POST", .url = server.url("/i")}, head(server, "POST /i", "Content-Length: 0\r\n")},
     };
     const CurlEasy::Response headAnswered{.status = 200, .headers = {{"Content-Length", "2"}}};
     for (const auto& [request, sent] : sequence) {
@@ -102,6 +109,7 @@ TEST(CurlEasyRequestTest, FollowsRedirectsOnlyWhenAsked) {
               send({.method = "POST", .url = server.url("/moved"), .body = "x"}));
     EXPECT_EQ((CurlEasy::Response{.error = "Maximum (20) redirects followed"}),
               send({.method = "POST", .url = server.url("/moved"), .body = "x", .followRedirects = true}));
+    EXPECT_EQ(302, send({.url = server.url("/moved")}).status);  // the handle does not keep following
     EXPECT_EQ(head(server, "GET /moved"), server.lastRequest());  // a POST turns into a GET on a 302, as in browsers
 }
 

@@ -115,6 +115,14 @@ TEST(CurlEngineLoopbackTest, RefusesARedirectToAnAddressOfThisMachineOutsideLoop
     const auto error = engine.perform({.url = server.url(), .followRedirects = true}).error.value_or("");
     EXPECT_TRUE(error.starts_with("Failed to connect to " + std::string(text) + " port ")) << error;
     EXPECT_EQ(-1, ::accept(listener, nullptr, nullptr)) << "a connection reached " << target;
+
+    // Switched off again, the same handle connects there (the listener never answers).
+    engine.setLoopbackOnly(false);
+    EXPECT_EQ("No data arrived for 300 ms, the request's time-out.",
+              engine.perform({.url = server.url(), .followRedirects = true, .timeout = 0.3}).error);
+    const int accepted = ::accept(listener, nullptr, nullptr);
+    EXPECT_NE(-1, accepted) << "nothing reached " << target;
+    if (accepted != -1) ::close(accepted);
     ::close(listener);
 }
 
