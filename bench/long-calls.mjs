@@ -169,16 +169,18 @@ console.log(`  three sends at once to a 300 ms server all answered after ${three
 const rate = await progressRate();
 console.log(`  progress notifications of a 5 s send with a token: ${rate.toFixed(2)} a second (goal >= 1)`);
 const cpuCount = availableParallelism();
-// The goal is for the first placement, a host and a server each on a CPU of their own; the
-// second shows what the work costs when every wake-up is nearly free, the CPU time alone.
+// The goal holds in both placements: a host and a server each on a CPU of their own, and all
+// on one CPU, where a wake-up is nearly free and the CPU time each send costs shows whole.
+// The second is the stricter: the build before the message loop's threads measured 1.3 in the
+// first and 1.8 in the second.
 const placements = cpuCount >= 2 && confine('0')
-  ? [{ label: 'this script on CPU 0, both programs on CPU 1', cpu: 1, goal: true },
+  ? [{ label: 'this script on CPU 0, both programs on CPU 1', cpu: 1 },
      { label: 'all on CPU 0, where only CPU time counts', cpu: 0 }]
-  : [{ label: 'placed by the scheduler', goal: true }];
-for (const { label, cpu, goal } of placements) {
+  : [{ label: 'placed by the scheduler' }];
+for (const { label, cpu } of placements) {
   const [single, floorMedian] = await oneAtATime([ours(cpu), floorProgram(cpu)]);
   console.log(`  one send at a time (${label}), median: ${single.toFixed(3)} ms, C program with one libcurl handle ` +
-    `${floorMedian.toFixed(3)} ms (ratio ${(single / floorMedian).toFixed(2)}${goal ? ', goal <= 1.3' : ''})`);
+    `${floorMedian.toFixed(3)} ms (ratio ${(single / floorMedian).toFixed(2)}, goal <= 1.3)`);
 }
 if (placements.length > 1) confine(`0-${cpuCount - 1}`);
 const peak = await eightBigBodies();
