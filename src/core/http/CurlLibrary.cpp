@@ -28,7 +28,6 @@ CurlLibrary load() {
     CurlLibrary curl{};
     resolve(library, "curl_easy_init", curl.easyInit);
     resolve(library, "curl_easy_cleanup", curl.easyCleanup);
-    resolve(library, "curl_easy_reset", curl.easyReset);
     resolve(library, "curl_easy_setopt", curl.easySetopt);
     resolve(library, "curl_easy_getinfo", curl.easyGetinfo);
     resolve(library, "curl_easy_strerror", curl.easyStrerror);

@@ -14,7 +14,6 @@ namespace tessaline {
 struct CurlLibrary {
     decltype(&::curl_easy_init) easyInit;
     decltype(&::curl_easy_cleanup) easyCleanup;
-    decltype(&::curl_easy_reset) easyReset;
     decltype(&::curl_easy_setopt) easySetopt;
     decltype(&::curl_easy_getinfo) easyGetinfo;
     decltype(&::curl_easy_strerror) easyStrerror;
