@@ -30,7 +30,8 @@ constexpr double longestTimeout = 1'000'000;
 const std::string noBody;
 
 bool hasHeader(const std::vector<CurlEasy::Header>& headers, std::string_view name) {
-    return std::any_of(headers.begin(), headers.end(), [name](const CurlEasy::Header& header) { return asciiCase::equal(header.first, name); });
+    return std::any_of(headers.begin(), headers.end(),
+                       [name](const CurlEasy::Header& header) { return asciiCase::equal(header.first, name); });
 }
 
 // The request's header lines as libcurl reads them. Their texts share one buffer and the list's
@@ -143,7 +144,8 @@ struct Reception {
         } else if (asciiCase::equal(name, "Content-Encoding")) {
             encoded = !value.empty() && !asciiCase::equal(value, "identity");
         }
-        const auto same = std::find_if(fields.begin(), fields.end(), [name](const CurlEasy::Header& field) { return asciiCase::equal(field.first, name); });
+        const auto same = std::find_if(fields.begin(), fields.end(),
+                                       [name](const CurlEasy::Header& field) { return asciiCase::equal(field.first, name); });
         lastField = static_cast<std::size_t>(same - fields.begin());
         if (same == fields.end()) {
             fields.emplace_back(name, value);
@@ -329,7 +331,8 @@ void configureShared(CURL* handle, const CurlEasy::Context& context, char* error
 }
 
 // The options a request decides, every one of them set for each exchange.
-void configure(CURL* handle, const CurlEasy::Request& request, bool loopbackOnly, curl_slist* headers, Reception& reception) {
+void configure(CURL* handle, const CurlEasy::Request& request, bool loopbackOnly, curl_slist* headers,
+               Reception& reception) {
     const URLComponents* parsed = request.parsedURL;
     curl().easySetopt(handle, CURLOPT_URL, parsed != nullptr ? nullptr : request.url.c_str());
     curl().easySetopt(handle, CURLOPT_CURLU, parsed != nullptr ? parsed->curlHandle() : nullptr);

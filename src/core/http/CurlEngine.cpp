@@ -70,7 +70,8 @@ std::unique_ptr<CurlEasy> CurlEngine::takeHandle() {
             return handle;
         }
     }
-    return std::make_unique<CurlEasy>(CurlEasy::Context{.share = share, .caFile = pointer(caFile), .caDirectory = pointer(caDirectory)});
+    return std::make_unique<CurlEasy>(
+        CurlEasy::Context{.share = share, .caFile = pointer(caFile), .caDirectory = pointer(caDirectory)});
 }
 
 void CurlEngine::giveBack(std::unique_ptr<CurlEasy> handle) {

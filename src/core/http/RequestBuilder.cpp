@@ -225,7 +225,8 @@ ResolvedRequest requestBuilder::resolve(const APIRequest& request, const std::op
     if (!undefinedNames.empty()) throw RequestBuildError::unresolvedVariables(sortedOnce(std::move(undefinedNames)));
     if (!url) throw RequestBuildError::invalidURL(absoluteText);
 
-    ResolvedRequest resolved{.method = request.method, .url = std::move(*url), .parsedURL = {std::move(parsed)}, .bodyKind = request.body.kind};
+    ResolvedRequest resolved{
+        .method = request.method, .url = std::move(*url), .parsedURL = {std::move(parsed)}, .bodyKind = request.body.kind};
     if (allowsBody(request.method)) {
         if (auto body = encodedBody(request.body, resolver)) {
             if (!hasContentType(parts.headers)) parts.headers.emplace_back("Content-Type", std::move(body->contentType));
