@@ -34,15 +34,12 @@ constexpr std::size_t longestEscape = 6;
 // Bytes escaped at a time into a buffer on the stack that holds them at their longest.
 constexpr std::size_t pieceLength = 256;
 
-}  // namespace
-
-// Runs of plain bytes are copied a word at a time: eight bytes are stored at once, and the
-// output goes on after the plain ones among them. Escapes are written through a table into a
-// buffer on the stack that holds a piece at its longest, so that no byte needs a bounds check;
-// the summaries a send returns are dense with quotes and line breaks.
-void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEscapes) {
-    const auto& letters = shortEscapes == ShortEscapes::all ? allLetters : lineBreakAndTabLetters;
-    out += '"';
+// The escaped form of text that starts with a byte to escape. Runs of plain bytes are copied
+// a word at a time: eight bytes are stored at once, and the output goes on after the plain
+// ones among them. Escapes are written through a table into a buffer on the stack that holds
+// a piece at its longest, so that no byte needs a bounds check; the summaries a send returns
+// are dense with quotes and line breaks.
+void appendEscaped(std::string& out, std::string_view text, const std::array<char, 256>& letters) {
     std::array<char, longestEscape * pieceLength> escaped;
     for (std::size_t from = 0; from < text.size(); from += pieceLength) {
         const std::string_view piece = text.substr(from, pieceLength);
@@ -72,6 +69,20 @@ void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEsc
             }
         }
         out.append(escaped.data(), to);
+    }
+}
+
+}  // namespace
+
+// The plain bytes before the first escape go out in one append: most strings (keys, header
+// values, URLs) are nothing else.
+void appendQuoted(std::string& out, std::string_view text, ShortEscapes shortEscapes) {
+    bool sawNonASCII = false;  // of no concern here
+    const std::size_t plain = byteScan::findQuoteBackslashOrControl(text, 0, sawNonASCII);
+    out += '"';
+    out.append(text.data(), plain);
+    if (plain < text.size()) {
+        appendEscaped(out, text.substr(plain), shortEscapes == ShortEscapes::all ? allLetters : lineBreakAndTabLetters);
     }
     out += '"';
 }

@@ -52,7 +52,15 @@ void JSONWriter::append(const nlohmann::json& value) {
     }
 }
 
+// A line break and the indentation of most lines in one append: a send's summary has dozens.
 void JSONWriter::newline(std::size_t depth) {
+    static constexpr std::string_view breakAndIndent =
+        "\n                                                                ";
+    const std::size_t length = 1 + 2 * depth;
+    if (length <= breakAndIndent.size()) {
+        out.append(breakAndIndent.data(), length);
+        return;
+    }
     out += '\n';
     out.append(2 * depth, ' ');
 }

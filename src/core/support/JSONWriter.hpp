@@ -25,6 +25,9 @@ namespace tessaline {
 //     std::string bytes = std::move(writer).text();
 class JSONWriter {
 public:
+    // Room for the nesting of most texts, a send's summary among them, without growing.
+    JSONWriter() { levels.reserve(8); }
+
     // Any JSON value: nlohmann's objects are sorted maps, so their keys come in order.
     static std::string write(const nlohmann::json& value);
 
@@ -55,7 +58,9 @@ private:
     struct Level {
         bool isObject;
         bool isEmpty = true;
-        std::string lastKey{};
+#ifndef NDEBUG
+        std::string lastKey{};  // for the check of the keys' order
+#endif
     };
 
     void beforeValue();

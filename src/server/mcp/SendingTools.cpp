@@ -4,6 +4,7 @@
 #include "core/oauth/OAuth2Error.hpp"
 #include "core/support/LastOfEachKey.hpp"
 #include "core/support/UnicodeText.hpp"
+#include "core/support/Utf8.hpp"
 #include "server/mcp/EmbeddedJSON.hpp"
 #include "server/mcp/EventListing.hpp"
 #include "server/mcp/RequestFields.hpp"
@@ -27,7 +28,10 @@ long long bodyLimit(const json& arguments) {
 
 // "body", and "bodyChars" when the body's text passes `limit` and is cut there; true then.
 bool writeBodyText(JSONWriter& writer, const StoredResponse& response, long long limit) {
-    const std::string text = response.bodyText();
+    // A body of valid UTF-8, as nearly all are, is read in place: it may be megabytes long.
+    const bool valid = utf8::isValid(response.body);
+    const std::string repaired = valid ? std::string() : response.bodyText();
+    const std::string_view text = valid ? std::string_view(response.body) : repaired;
     const std::size_t characters = unicodeText::characterCount(text);
     writer.key("body");
     if (characters > static_cast<std::size_t>(limit)) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace tessaline {
@@ -17,6 +18,31 @@ TEST(JSONWriterTest, PrettySortedWithPlainSlashesAndOnlyTheEscapesJSONNeeds) {
     EXPECT_EQ(R"("q\" b\\ n\n t\t r\r b\b f\f c\u0001 s/ \u001f é)" "\x7F\"",
               JSONWriter::write("q\" b\\ n\n t\t r\r b\b f\f c\x01 s/ \x1f \xC3\xA9\x7F"));
     EXPECT_EQ("\"a\xEF\xBF\xBD\"", JSONWriter::write("a\xFF"));
+}
+
+// Plain runs go out whole and escapes one by one: runs of every length around the first
+// escape, across the eight-byte words and past the 256-byte pieces the escaping works in.
+TEST(JSONWriterTest, StringsKeepTheirPlainRunsAroundEscapes) {
+    EXPECT_EQ("\"\"", JSONWriter::write(""));
+    for (const std::size_t run : {1, 7, 8, 9, 255, 256, 300}) {
+        const std::string plain(run, 'p');
+        EXPECT_EQ("\"" + plain + "\"", JSONWriter::write(plain)) << run;
+        EXPECT_EQ("\"" + plain + "\\n" + plain + "\\\"\\u0001" + plain + "\"",
+                  JSONWriter::write(plain + "\n" + plain + "\"\x01" + plain)) << run;
+        EXPECT_EQ("\"\\t" + plain + "\"", JSONWriter::write("\t" + plain)) << run;
+        EXPECT_EQ("\"" + plain + "\\\\\"", JSONWriter::write(plain + "\\")) << run;
+    }
+}
+
+// Each level indents by two spaces, however deep: deeper than the writer's ready-made
+// indentation too.
+TEST(JSONWriterTest, IndentsEveryLevel) {
+    nlohmann::json value = 1;
+    for (int level = 0; level < 40; ++level) value = nlohmann::json::array({value});
+    const auto text = JSONWriter::write(value);
+    EXPECT_NE(text.find("\n" + std::string(78, ' ') + "[\n" + std::string(80, ' ') + "1\n" + std::string(78, ' ') + "]\n"),
+              std::string::npos);
+    EXPECT_EQ(2 * 40 + 1, std::count(text.begin(), text.end(), '\n') + 1);
 }
 
 TEST(JSONWriterTest, NumbersByTheirShortestText) {

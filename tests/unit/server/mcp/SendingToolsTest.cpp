@@ -25,6 +25,10 @@ TEST(SendingToolsTest, EmbedsOnlyAWholeBodyThatParsesAsJSON) {
         {nested(256), "application/json", 5000, {{"body", json::parse(nested(256))}}},
         {nested(257), "application/json", 5000, {{"body", nested(257)}}},
         {"[\"" + flag + "\"]", "application/json", 3, {{"body", "[\"" + flag}, {"bodyTruncated", true}, {"bodyChars", 5}}},
+        // Bytes that are not UTF-8 are shown, counted and cut as U+FFFD, one per bad sequence.
+        {"[\"\xFF\"]", "application/json", 100, {{"body", json::array({"\xEF\xBF\xBD"})}}},
+        {"ab\xFF\xFE" "cd", "text/plain", 3, {{"body", "ab\xEF\xBF\xBD"}, {"bodyTruncated", true}, {"bodyChars", 6}}},
+        {"ab\xE2\x82" "cd", "text/plain", 100, {{"body", "ab\xEF\xBF\xBD" "cd"}}},
     };
     for (const auto& [body, type, limit, expected] : cases) {
         const auto summary =
