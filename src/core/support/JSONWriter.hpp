@@ -58,9 +58,7 @@ private:
     struct Level {
         bool isObject;
         bool isEmpty = true;
-#ifndef NDEBUG
-        std::string lastKey{};  // for the check of the keys' order
-#endif
+        std::string lastKey{};
     };
 
     void beforeValue();
