@@ -27,7 +27,7 @@ static_assert(CURL_ERROR_SIZE == 256, "CurlEasy's error buffer must hold CURL_ER
 // times over, fit libcurl's long and every clock.
 constexpr double longestTimeout = 1'000'000;
 
-const std::string noBody;
+constexpr std::string_view noBody = "";
 
 bool hasHeader(const std::vector<CurlEasy::Header>& headers, std::string_view name) {
     return std::any_of(headers.begin(), headers.end(),
@@ -241,11 +241,11 @@ void setMethod(CURL* handle, const CurlEasy::Request& request) {
     const bool isPost = request.method == "POST";
     // A POST always sends a body, if only an empty one, so that it carries "Content-Length: 0".
     const bool sendsBody = isPost || (request.body && !isHead);
-    // Never a null pointer, not even for a request without a body: with none, libcurl would read
-    // a body from stdin.
-    const std::string& body = sendsBody && request.body ? *request.body : noBody;
+    // Never a null pointer, not even for a request without a body or with an empty one (whose
+    // view may hold none): with none, libcurl would read a body from stdin.
+    const std::string_view body = sendsBody && request.body && !request.body->empty() ? *request.body : noBody;
     curl().easySetopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    curl().easySetopt(handle, CURLOPT_POSTFIELDS, body.c_str());  // which makes it a POST
+    curl().easySetopt(handle, CURLOPT_POSTFIELDS, body.data());  // which makes it a POST
     if (!sendsBody) curl().easySetopt(handle, CURLOPT_HTTPGET, 1L);  // a GET, without the body
     curl().easySetopt(handle, CURLOPT_NOBODY, isHead ? 1L : 0L);
     // POST stays libcurl's own method instead, so that a followed 301, 302 or 303 turns it

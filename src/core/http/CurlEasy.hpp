@@ -40,7 +40,8 @@ public:
         // names replaces libcurl's own of that name ("Accept", "Accept-Encoding", "Expect", ...);
         // without a Content-Type here, none is sent.
         std::vector<Header> headers{};
-        std::optional<std::string> body{};
+        // Not a copy: it must stay as it is until perform() returns, as a large upload may be.
+        std::optional<std::string_view> body{};
         bool followRedirects = false;  // when false, a 3xx response is itself the answer
         // Seconds that connecting, and any stretch in which no data moves, may last; a
         // non-positive time-out means 60 s. Data moves when a header line arrives whole, when

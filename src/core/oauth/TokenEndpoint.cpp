@@ -26,7 +26,8 @@ OAuth2ResponseBody TokenEndpoint::post(const std::string& url, formFields::Field
         fields.emplace_back("client_id", resolved.clientID);
         if (!resolved.clientSecret.empty()) fields.emplace_back("client_secret", resolved.clientSecret);
     }
-    request.body = formFields::encoded(fields, formFields::Blank::escaped);
+    const std::string form = formFields::encoded(fields, formFields::Blank::escaped);
+    request.body = form;
 
     auto response = CurlEngine::shared().perform(request);
     if (response.error) throw Error(*response.error);

@@ -94,6 +94,8 @@ TEST(CurlEasyRequestTest, LeavesNothingOfOneRequestToTheNext) {
          head(server, "PATCH /g", "Content-Length: 5\r\n") + "patch"},
         {{.method = "HEAD", .url = server.url("/h")}, head(server, "HEAD /h")},
         {{.method = "POST", .url = server.url("/i")}, head(server, "POST /i", "Content-Length: 0\r\n")},
+        // An empty body held by a view of nothing at all still goes out as no bytes.
+        {{.method = "PUT", .url = server.url("/j"), .body = std::string_view()}, head(server, "PUT /j", "Content-Length: 0\r\n")},
     };
     const CurlEasy::Response headAnswered{.status = 200, .headers = {{"Content-Length", "2"}}};
     for (const auto& [request, sent] : sequence) {
