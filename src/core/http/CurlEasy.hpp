@@ -40,7 +40,7 @@ public:
         // names replaces libcurl's own of that name ("Accept", "Accept-Encoding", "Expect", ...);
         // without a Content-Type here, none is sent.
         std::vector<Header> headers{};
-        // Not a copy: it must stay as it is until perform() returns, as a large upload may be.
+        // The caller's bytes, not a copy, as an upload may be large: they must outlive perform().
         std::optional<std::string_view> body{};
         bool followRedirects = false;  // when false, a 3xx response is itself the answer
         // Seconds that connecting, and any stretch in which no data moves, may last; a
