@@ -19,10 +19,9 @@ CachedTokenLookup cachedTokenLookup(OAuth2TokenCache& cache) {
     };
 }
 
-CachedTokenLookup heldTokenLookup(std::optional<OAuth2Token> token) {
-    return [token = std::move(token)](const OAuth2Config& settings, const VariableResolver&) {
-        return placedText(settings, token);
-    };
+CachedTokenLookup heldTokenLookup(const std::optional<OAuth2Token>& token) {
+    // Held by reference, which keeps the closure small enough for std::function to store in place.
+    return [&token](const OAuth2Config& settings, const VariableResolver&) { return placedText(settings, token); };
 }
 
 }  // namespace tessaline

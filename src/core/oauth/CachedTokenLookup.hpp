@@ -21,7 +21,7 @@ using CachedTokenLookup =
 CachedTokenLookup cachedTokenLookup(OAuth2TokenCache& cache);
 
 // A lookup that gives the token in hand (the one just obtained for the request being built,
-// or none), without reading the cache again.
-CachedTokenLookup heldTokenLookup(std::optional<OAuth2Token> token);
+// or none), without reading the cache again; `token` must outlive it.
+CachedTokenLookup heldTokenLookup(const std::optional<OAuth2Token>& token);
 
 }  // namespace tessaline

@@ -67,7 +67,8 @@ bool MessageLoop::queue(JSONRPCMessage message) {
         pending.insert_or_assign(call->request().id, call);
         ++unanswered;
     }
-    const auto alone = [this, call] {
+    // Runs here and now or not at all, so it may refer to `call` (and fit std::function's own storage).
+    const auto alone = [this, &call] {
         call->holdReading(inputDescriptor, [this] { handReadingOn(); });
         start(call);
     };

@@ -3,6 +3,7 @@
 #include "core/http/HTTPStatus.hpp"
 #include "core/oauth/OAuth2Error.hpp"
 #include "core/support/LastOfEachKey.hpp"
+#include "core/support/MadeBy.hpp"
 #include "core/support/UnicodeText.hpp"
 #include "core/support/Utf8.hpp"
 #include "server/mcp/EmbeddedJSON.hpp"
@@ -93,19 +94,20 @@ std::string SendingTools::describe(const StoredResponse& response, long long lim
 }
 
 std::pair<StoredResponse, SaveReport> SendingTools::send(const std::function<RequestSession()>& prepare) {
-    auto session = services.call.onWorkspace([&] {
-        auto prepared = prepare();
-        if (!prepared.usesOAuth2()) prepared.build();
-        return prepared;
+    // Made where it stays rather than moved there: a session is kilobytes of fields.
+    std::optional<RequestSession> session;
+    services.call.runOnWorkspace([&] {
+        session.emplace(MadeBy{prepare});
+        if (!session->usesOAuth2()) session->build();
     });
-    if (session.usesOAuth2()) {
+    if (session->usesOAuth2()) {
         services.call.leaveWorkspace();
-        authorize(session);
-        services.call.onWorkspace([&] { session.build(); });
+        authorize(*session);
+        services.call.onWorkspace([&] { session->build(); });
     }
-    StoredResponse response = services.call.exchange(session);
-    if (!session.recordsHistory()) return {std::move(response), SaveReport{}};
-    SaveReport saved = services.call.onWorkspace([&] { return session.record(services.store, response); });
+    StoredResponse response = services.call.exchange(*session);
+    if (!session->recordsHistory()) return {std::move(response), SaveReport{}};
+    SaveReport saved = services.call.onWorkspace([&] { return session->record(services.store, response); });
     return {std::move(response), std::move(saved)};
 }
 
