@@ -1,6 +1,7 @@
 #include "core/http/URLComponents.hpp"
 
 #include "core/http/CurlLibrary.hpp"
+#include "core/support/Hexadecimal.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -10,7 +11,7 @@ namespace tessaline {
 namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isUpperHexDigit(char c) { return isDigit(c) || (c >= 'A' && c <= 'F'); }
+bool isUpperHexDigit(char c) { return hexadecimal::upperDigits.find(c) != std::string_view::npos; }
 
 // Decimal digits without a leading zero, at most `digits` of them, of a value up to `limit`.
 bool isPlainNumber(std::string_view text, std::size_t digits, unsigned limit) {

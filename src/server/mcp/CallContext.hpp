@@ -2,6 +2,7 @@
 
 #include "core/model/StoredResponse.hpp"
 #include "core/session/RequestSession.hpp"
+#include "core/support/MadeBy.hpp"
 #include "server/mcp/ResponseRouter.hpp"
 
 #include <nlohmann/json.hpp>
@@ -52,7 +53,7 @@ public:
             runOnWorkspace(std::forward<Step>(step));
         } else {
             std::optional<Result> result;
-            runOnWorkspace([&] { result.emplace(step()); });
+            runOnWorkspace([&] { result.emplace(MadeBy{step}); });
             return std::move(*result);
         }
     }
